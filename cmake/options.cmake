@@ -1,0 +1,40 @@
+# What every target of a build is compiled and linked with.
+
+# The platform's headers and texts as wide ones (compstui.h's structures follow UNICODE), for Windows Vista
+# and later, where the print queries and document filters that the module answers first appeared.
+add_library(r5lqz_platform INTERFACE)
+target_compile_definitions(r5lqz_platform INTERFACE UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX
+  _WIN32_WINNT=0x0600 WINVER=0x0600)
+
+# The module's own code: nothing in it may throw or need RTTI; the hosts own their exceptions.
+add_library(r5lqz_module_options INTERFACE)
+target_link_libraries(r5lqz_module_options INTERFACE r5lqz_platform)
+
+if(MSVC)
+  target_compile_options(r5lqz_module_options INTERFACE /W4 /utf-8 /GR-)
+else()
+  target_compile_options(r5lqz_module_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-missing-field-initializers
+    $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>)
+endif()
+
+# What the module imports: DLLs that every Windows has.
+if(WIN32)
+  add_library(r5lqz_imports INTERFACE)
+  target_link_libraries(r5lqz_imports INTERFACE winspool spoolss mscms user32)
+endif()
+
+if(NOT WIN32)
+  # UTF-16 wide characters over Wine's SDK headers give the layouts of Windows; the headers are found where
+  # libwine-dev puts windows.h.
+  find_path(R5LQZ_WINE_HEADERS windows.h PATHS /usr/include/wine/wine/windows /usr/include/wine/windows
+    NO_DEFAULT_PATH REQUIRED)
+  target_include_directories(r5lqz_platform SYSTEM INTERFACE ${R5LQZ_WINE_HEADERS})
+  target_compile_definitions(r5lqz_platform INTERFACE WINE_UNICODE_NATIVE)
+  target_compile_options(r5lqz_platform INTERFACE -fshort-wchar)
+  option(R5LQZ_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer" ON)
+  if(R5LQZ_SANITIZE)
+    add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=address,undefined)
+  endif()
+endif()
