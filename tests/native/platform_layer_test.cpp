@@ -6,6 +6,7 @@
 #include <icm.h>
 #include <ddk/winsplp.h>
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -187,6 +188,8 @@ TEST_F(PlatformLayer, BalanceCountsWhatIsOpenUntilItIsGivenBack) {
     platform::FailCall("malloc", 1);
     EXPECT_EQ(std::malloc(size), nullptr);
     EXPECT_EQ(std::calloc(~std::size_t{0} / 2, size), nullptr);
+    platform::FailCall("calloc", 1);
+    EXPECT_EQ(std::calloc(1, size), nullptr);
   }
   EXPECT_EQ(platform::LiveBalance(), (Balance{1, 1, 1, 1, 1, 1, 1, 0}));
 
@@ -295,12 +298,19 @@ TEST_F(PlatformLayer, MutexesOrderThreadsAndPlayOtherProcesses) {
     EXPECT_FALSE(ReleaseMutex(other));
     CloseHandle(other);
   }).join();
+  using std::chrono::steady_clock;
+  steady_clock::duration waited{};
   std::thread waiter([&] {
+    const auto start = steady_clock::now();
     EXPECT_EQ(WaitForSingleObject(mutex, 10000), DWORD{WAIT_OBJECT_0});
+    waited = steady_clock::now() - start;
     ReleaseMutex(mutex);
   });
+  while (platform::Calls("WaitForSingleObject") < 3) std::this_thread::yield();
+  std::this_thread::sleep_for(std::chrono::milliseconds(20));  // let it go to sleep
   ReleaseMutex(mutex);
   waiter.join();
+  EXPECT_LT(waited, std::chrono::seconds(5));  // woken, not timed out
 
   platform::SetMutexState(name, platform::MutexState::kHeldByOther);
   EXPECT_EQ(WaitForSingleObject(mutex, 100), DWORD{WAIT_TIMEOUT});
