@@ -1,0 +1,66 @@
+// Owners of blocks and handles: each releases what it holds, and leaves the thread's last error as it was.
+#pragma once
+
+#include <windows.h>
+#include <winspool.h>
+
+#include <cstdlib>
+#include <memory>
+
+namespace r5lqz {
+
+// Releasing something must not hide why an operation failed.
+class LastErrorKeeper {
+ public:
+  LastErrorKeeper() : error_(GetLastError()) {}
+  ~LastErrorKeeper() { SetLastError(error_); }
+  LastErrorKeeper(const LastErrorKeeper&) = delete;
+  LastErrorKeeper& operator=(const LastErrorKeeper&) = delete;
+
+ private:
+  DWORD error_;
+};
+
+template <auto release>
+struct Releaser {
+  template <typename T>
+  void operator()(T* held) const {
+    const LastErrorKeeper keeper;
+    release(held);
+  }
+};
+
+inline void FreeRuntimeBlock(void* block) {
+  std::free(block);
+}
+inline void FreeGlobalBlock(void* block) {
+  GlobalFree(block);
+}
+inline void CloseOwnedPrinter(void* printer) {
+  ClosePrinter(printer);
+}
+inline void DestroyOwnedHeap(void* heap) {
+  HeapDestroy(heap);
+}
+inline void CloseOwnedHandle(void* handle) {
+  CloseHandle(handle);
+}
+
+// A runtime-heap block (malloc, calloc).
+template <typename T>
+using RuntimeBlock = std::unique_ptr<T, Releaser<FreeRuntimeBlock>>;
+
+// A GlobalAlloc block.
+template <typename T>
+using GlobalBlock = std::unique_ptr<T, Releaser<FreeGlobalBlock>>;
+
+// A printer that the module opened itself; handles that callers pass in are never held in one.
+using OwnedPrinter = std::unique_ptr<void, Releaser<CloseOwnedPrinter>>;
+
+// A private heap: everything allocated from it goes with it.
+using OwnedHeap = std::unique_ptr<void, Releaser<DestroyOwnedHeap>>;
+
+// A kernel handle whose empty value is null (a mutex, not a file).
+using OwnedHandle = std::unique_ptr<void, Releaser<CloseOwnedHandle>>;
+
+}  // namespace r5lqz

@@ -1,0 +1,42 @@
+#include "entry/document_properties.h"
+
+#include "diag/trace.h"
+#include "entry/properties_context.h"
+#include "settings/conversion.h"
+
+namespace r5lqz {
+namespace {
+
+constexpr LONG kDone = 1;
+constexpr LONG kFailed = -1;
+constexpr DWORD kOutputModes = DM_OUT_DEFAULT | DM_OUT_BUFFER;
+
+LONG AnswerWithoutSheet(DOCUMENTPROPERTYHEADER* header) {
+  if (!header) return kFailed;
+  LOG_INFO("pDPHdr->fMode = %d", static_cast<int>(header->fMode));
+  return CopyDocumentProperties(*header);
+}
+
+}  // namespace
+
+LONG CopyDocumentProperties(DOCUMENTPROPERTYHEADER& header) {
+  const TraceScope trace("CopyDocumentProperties");
+  header.cbOut = kRecordSize;
+  if (header.fMode == 0 || !header.pdmOut) return kRecordSize;
+
+  DumpTitled("pDPHdr->pdmIn:", header.pdmIn);
+  DumpTitled("pDPHdr->pdmOut:", header.pdmOut);
+  const OwnedContext context = FillUiData(header.hPrinter, header.pdmIn);
+  if (!context) return kFailed;
+  if (header.fMode & kOutputModes) CopyDevModeToOutput(context->working, header.pdmIn, header.pdmOut);
+  return kDone;
+}
+
+}  // namespace r5lqz
+
+LONG WINAPI DrvDocumentPropertySheets(PPROPSHEETUI_INFO info, LPARAM param) {
+  const r5lqz::TraceScope trace("DrvDocumentPropertySheets");
+  // The sheet itself is not part of the module yet: a caller that asks for it is told so and shows none.
+  if (info) return r5lqz::kFailed;
+  return r5lqz::AnswerWithoutSheet(reinterpret_cast<DOCUMENTPROPERTYHEADER*>(param));
+}

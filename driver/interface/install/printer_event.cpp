@@ -1,0 +1,118 @@
+#include "install/printer_event.h"
+
+#include <cstdlib>
+#include <cstring>
+
+#include "diag/owned.h"
+#include "diag/trace.h"
+#include "entry/printer_interface.h"
+
+namespace r5lqz {
+namespace {
+
+constexpr WCHAR kOptionName[] = L"bufferPrintJob";
+constexpr DWORD kDefaultOption = 1;
+
+// The spooler takes the value's name as writable but does not write it.
+WCHAR* OptionName() {
+  return const_cast<WCHAR*>(kOptionName);
+}
+
+// The thread under the spooler's own identity, which may write what its client may not.
+class SpoolerIdentity {
+ public:
+  SpoolerIdentity() : client_(RevertToPrinterSelf()) {}
+  ~SpoolerIdentity() {
+    const LastErrorKeeper keeper;
+    if (client_) ImpersonatePrinterClient(client_);
+  }
+  SpoolerIdentity(const SpoolerIdentity&) = delete;
+  SpoolerIdentity& operator=(const SpoolerIdentity&) = delete;
+
+ private:
+  HANDLE client_;
+};
+
+RuntimeBlock<WCHAR> CopyName(const WCHAR* name) {
+  std::size_t length = 0;
+  while (name[length]) ++length;
+  const std::size_t size = (length + 1) * sizeof(WCHAR);
+  RuntimeBlock<WCHAR> copy(static_cast<WCHAR*>(std::malloc(size)));
+  if (copy) std::memcpy(copy.get(), name, size);
+  return copy;
+}
+
+// A handle with full access, or none with the thread's last error saying why.
+OwnedPrinter OpenWithFullAccess(HANDLE printer) {
+  HANDLE opened = nullptr;
+  DWORD error = ERROR_SUCCESS;
+  const RuntimeBlock<WCHAR> name(GetPrinterName(printer));
+  PRINTER_DEFAULTSW defaults{nullptr, nullptr, PRINTER_ALL_ACCESS};
+  if (!name || !OpenPrinterW(name.get(), &opened, &defaults)) {
+    error = GetLastError();
+    opened = nullptr;
+  }
+  SetLastError(error);
+  return OwnedPrinter(opened);
+}
+
+bool HasOption(HANDLE printer) {
+  DWORD type = REG_NONE;
+  DWORD value = 0;
+  DWORD size = 0;
+  const DWORD code =
+      GetPrinterDataW(printer, OptionName(), &type, reinterpret_cast<BYTE*>(&value), sizeof value, &size);
+  return code == ERROR_SUCCESS && type == REG_DWORD;
+}
+
+void GiveDefaultOption(WCHAR* printer_name) {
+  HANDLE opened = nullptr;
+  if (!OpenPrinterW(printer_name, &opened, nullptr)) {
+    LOG_ERROR("Could not get printer handle: 0x%x", static_cast<unsigned>(GetLastError()));
+    return;
+  }
+  const OwnedPrinter printer(opened);
+  if (!HasOption(printer.get()) && !SetBufferPrintJob(printer.get(), kDefaultOption)) {
+    LOG_ERROR("Could not set default buffer print job option");
+  }
+}
+
+}  // namespace
+
+WCHAR* GetPrinterName(HANDLE printer) {
+  DWORD size = 0;
+  GetPrinterW(printer, 2, nullptr, 0, &size);
+  // Without a printer the size is 0 and the second call says why; the block must still hold what is read from it.
+  const DWORD capacity = size < sizeof(PRINTER_INFO_2W) ? DWORD{sizeof(PRINTER_INFO_2W)} : size;
+  const RuntimeBlock<PRINTER_INFO_2W> info(static_cast<PRINTER_INFO_2W*>(std::calloc(1, capacity)));
+  if (!info) {
+    LOG_ERROR("GetPrinterName: malloc failed");
+    return nullptr;
+  }
+  if (!GetPrinterW(printer, 2, reinterpret_cast<BYTE*>(info.get()), capacity, &size)) {
+    LOG_ERROR("GetPrinterName: GetPrinter failed: 0x%x", static_cast<unsigned>(GetLastError()));
+    return nullptr;
+  }
+  return info->pPrinterName ? CopyName(info->pPrinterName).release() : nullptr;
+}
+
+BOOL SetBufferPrintJob(HANDLE printer, DWORD value) {
+  const SpoolerIdentity identity;
+  const OwnedPrinter full_access = OpenWithFullAccess(printer);
+  if (!full_access) {
+    LOG_ERROR("Couldn't get printer handle: 0x%x", static_cast<unsigned>(GetLastError()));
+    return FALSE;
+  }
+  const DWORD code =
+      SetPrinterDataW(full_access.get(), OptionName(), REG_DWORD, reinterpret_cast<BYTE*>(&value), sizeof value);
+  if (code != ERROR_SUCCESS) LOG_ERROR("Could not set buffer print job value: 0x%x", static_cast<unsigned>(code));
+  return code == ERROR_SUCCESS;
+}
+
+}  // namespace r5lqz
+
+BOOL WINAPI DrvPrinterEvent(LPWSTR printer_name, INT event, DWORD /*flags*/, LPARAM /*param*/) {
+  const r5lqz::TraceScope trace("DrvPrinterEvent");
+  if (event == PRINTER_EVENT_INITIALIZE) r5lqz::GiveDefaultOption(printer_name);
+  return TRUE;
+}

@@ -1,0 +1,15 @@
+// What a printer of this driver is given when it is created, and the printer data that other units ask for.
+#pragma once
+
+#include <windows.h>
+
+namespace r5lqz {
+
+// The printer's name: a new runtime-heap text that the caller frees, or none (traced).
+WCHAR* GetPrinterName(HANDLE printer);
+
+// Stores the option "bufferPrintJob" (1 or 0) through a handle of its own, under the spooler's identity; the client's is
+// back on return. TRUE when it was stored; otherwise the reason is traced.
+BOOL SetBufferPrintJob(HANDLE printer, DWORD value);
+
+}  // namespace r5lqz

@@ -1,0 +1,67 @@
+#include "labels/printer_label.h"
+
+#include <algorithm>
+#include <bitset>
+#include <limits>
+
+#include "diag/number_text.h"
+#include "diag/trace.h"
+#include "labels/label_keys.h"
+
+namespace r5lqz {
+namespace {
+
+constexpr double kMillimetresPerInch = 25.4;
+constexpr double kTenthsPerMillimetre = 10;
+constexpr double kTenthsPerInch = 254;
+
+constexpr SHORT kHighestId = std::numeric_limits<SHORT>::max();
+
+// The numbers in use, and the highest of them (257 when there are none).
+class UsedIds {
+ public:
+  void Add(SHORT id) {
+    highest_ = std::max(highest_, id);
+    if (id > 0) used_.set(static_cast<std::size_t>(id));
+  }
+  SHORT Next() const {
+    if (highest_ < kHighestId) return static_cast<SHORT>(highest_ + 1);
+    SHORT id = kFirstLabelId;
+    while (id < kHighestId && used_.test(static_cast<std::size_t>(id))) ++id;
+    return id;
+  }
+
+ private:
+  std::bitset<std::size_t{kHighestId} + 1> used_;
+  SHORT highest_ = kCustomPage;
+};
+
+}  // namespace
+
+double ConvertUnits(double value, DWORD from, DWORD to) {
+  if (from == kMillimetres && to == kInches) return value / kMillimetresPerInch;
+  if (from == kMillimetres && to == kTenthsOfMillimetre) return value * kTenthsPerMillimetre;
+  if (from == kInches && to == kMillimetres) return value * kMillimetresPerInch;
+  if (from == kInches && to == kTenthsOfMillimetre) return value * kTenthsPerInch;
+  if (from == kTenthsOfMillimetre && to == kMillimetres) return value / kTenthsPerMillimetre;
+  if (from == kTenthsOfMillimetre && to == kInches) return value / kTenthsPerInch;
+  return value;
+}
+
+std::int64_t LabelTenths(const char (&text)[kNumberTextSize], DWORD units) {
+  double value = 0;
+  if (StringToFloat(text, &value) != ERROR_SUCCESS) return 0;
+  return static_cast<std::int64_t>(ConvertUnits(value, units, kTenthsOfMillimetre) + 0.5);
+}
+
+ResultCode GenerateNextLabelId(HANDLE printer, SHORT* id) {
+  const TraceScope trace("GenerateNextLabelId");
+  LabelKeyList keys;
+  const ResultCode code = keys.Read(printer);
+  UsedIds used;
+  for (SHORT number = 0; keys.Next(&number);) used.Add(number);
+  *id = used.Next();
+  return trace.ReturnCode(code);
+}
+
+}  // namespace r5lqz

@@ -1,0 +1,47 @@
+// One label stock of a printer ("page" in the user interface) and what its numbers mean.
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+#include <span>
+
+#include "diag/result_codes.h"
+#include "settings/driver_devmode.h"
+
+namespace r5lqz {
+
+// Units of a label's width and length.
+inline constexpr DWORD kMillimetres = 0;
+inline constexpr DWORD kInches = 1;
+inline constexpr DWORD kTenthsOfMillimetre = 2;
+
+// Every list of labels is an array of this many with a count.
+inline constexpr LONG kMostLabels = 128;
+
+// Texts are narrow, of the system's ANSI code page, terminated within their arrays, with "." as decimal point.
+struct PrinterLabel {
+  char name[kLabelNameSize];         // 1 to 63 characters
+  char width[kNumberTextSize];       // decimal, in `units`
+  char length[kNumberTextSize];      // decimal, in `units`
+  char vertOffset[kNumberTextSize];  // signed integer, 1/1200 inch
+  char horzOffset[kNumberTextSize];  // signed integer, 1/1200 inch
+  DWORD units;
+  SHORT id;  // the label's number: its registry key, and dmPaperSize of documents that use it
+};
+
+static_assert(sizeof(PrinterLabel) == 104);
+
+// A length converted between label units; a unit code that is none of the three leaves it as it is.
+double ConvertUnits(double value, DWORD from, DWORD to);
+
+// A label's width or length text in tenths of a millimetre, rounded; 0 when the text is not a number, so that whoever
+// checks ranges refuses it.
+std::int64_t LabelTenths(const char (&text)[kNumberTextSize], DWORD units);
+
+// The number for a new label: one more than the highest in use, 258 for the first. When the numbers up to 32767 are used
+// up, the lowest free one, so that no stored label is overwritten. `id` is always written. ERROR_SUCCESS, or the code with
+// which the label list could not be enumerated.
+ResultCode GenerateNextLabelId(HANDLE printer, SHORT* id);
+
+}  // namespace r5lqz

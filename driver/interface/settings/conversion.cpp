@@ -1,0 +1,96 @@
+#include "settings/conversion.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "diag/trace.h"
+
+namespace r5lqz {
+namespace {
+
+struct PublicVersion {
+  WORD public_size;
+  WORD spec_version;
+};
+
+// The public part's sizes through the platform's history.
+constexpr std::array<PublicVersion, 3> kPublicVersions{{{188, 0x0320}, {212, 0x0400}, {220, 0x0401}}};
+
+// The spec version that belongs to a form: that of its size, or its own word for a size nobody knows. 0: unusable.
+WORD SpecVersionOf(const RecordForm& form) {
+  const auto known = std::find_if(kPublicVersions.begin(), kPublicVersions.end(),
+                                  [&](const PublicVersion& version) { return version.public_size == form.public_size; });
+  return known != kPublicVersions.end() ? known->spec_version : form.spec_version;
+}
+
+void DumpBoth(const DEVMODEW* in, const DEVMODEW* out) {
+  DumpTitled("pdmIn:", in);
+  DumpTitled("pdmOut:", out);
+}
+
+LONG Convert(const DEVMODEW* in, DEVMODEW* out) {
+  if (!in) return -1;
+  const RecordForm in_form = FormOf(*in);
+  if (SpecVersionOf(in_form) == 0 || !out) return -1;
+
+  RecordForm out_form = FormOf(*out);
+  out_form.spec_version = SpecVersionOf(out_form);
+  // An output that is too small for its own form words could not keep them: its private part would lie over them.
+  if (out_form.spec_version == 0 || out_form.public_size < kFormEnd) return -1;
+
+  const std::size_t public_bytes = std::min(in_form.public_size, out_form.public_size);
+  const std::size_t private_bytes = std::min(in_form.private_size, out_form.private_size);
+  const auto* const from = reinterpret_cast<const std::byte*>(in);
+  auto* const to = reinterpret_cast<std::byte*>(out);
+  // Applications pass one buffer as input and output.
+  std::memmove(to, from, public_bytes);
+  PutForm(*out, out_form);
+  std::memmove(to + out_form.public_size, from + in_form.public_size, private_bytes);
+  return static_cast<LONG>(public_bytes + private_bytes);
+}
+
+}  // namespace
+
+RecordForm FormOf(const DEVMODEW& record) {
+  return {record.dmSpecVersion, record.dmDriverVersion, record.dmSize, record.dmDriverExtra};
+}
+
+void PutForm(DEVMODEW& record, const RecordForm& form) {
+  record.dmSpecVersion = form.spec_version;
+  record.dmDriverVersion = form.driver_version;
+  record.dmSize = form.public_size;
+  record.dmDriverExtra = form.private_size;
+}
+
+LONG ConvertDevMode(const DEVMODEW* in, DEVMODEW* out) {
+  const TraceScope trace("ConvertDevMode");
+  DumpBoth(in, out);
+  const LONG copied = Convert(in, out);
+  if (copied >= 0) DumpBoth(in, out);
+  return trace.ReturnCount(copied);
+}
+
+BOOL CopyDevModeToOutput(const DriverDevMode& working, const DEVMODEW* shape, DEVMODEW* out) {
+  if (!shape) {
+    std::memcpy(out, &working, sizeof working);
+    return TRUE;
+  }
+  // The shape and the output may be one record, so it is read before anything is written.
+  const RecordForm wanted = FormOf(*shape);
+  const RecordForm before = FormOf(*out);
+  RecordForm form = FormOf(working.dm_public);
+  if (wanted.public_size < form.public_size) {
+    form.spec_version = wanted.spec_version;
+    form.public_size = wanted.public_size;
+  }
+  if (wanted.private_size < form.private_size) {
+    form.driver_version = wanted.driver_version;
+    form.private_size = wanted.private_size;
+  }
+  PutForm(*out, form);
+  if (ConvertDevMode(&working.dm_public, out) > 0) return TRUE;
+  PutForm(*out, before);
+  return FALSE;
+}
+
+}  // namespace r5lqz

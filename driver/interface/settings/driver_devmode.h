@@ -1,0 +1,110 @@
+// One document's settings, DriverDevMode: the platform's public DEVMODEW followed by the driver's private part. The record
+// is an interchange format: the spooler, applications and the rendering module keep and read it.
+#pragma once
+
+#include <windows.h>
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+namespace r5lqz {
+
+inline constexpr std::size_t kLabelNameSize = 64;   // bytes with the terminator
+inline constexpr std::size_t kNumberTextSize = 8;   // bytes with the terminator
+inline constexpr std::size_t kProfileNameSize = 260;  // characters with the terminator (MAX_PATH)
+
+// The driver's private part: field order, widths and padding are binding. Texts are terminated within their arrays in
+// records of our own; in a foreign record nothing is certain.
+struct PrivateDevMode {
+  DWORD signature;
+  DWORD colorAdjust;  // 1 automatic, 0 application managed
+  DWORD rendIntent;   // 0 perceptual, 1 relative, 2 absolute colorimetric, 3 saturation
+  DWORD rotate180;
+  DWORD mirrorImage;
+  char labelName[kLabelNameSize];
+  DWORD usePrivateCopies;
+  SHORT copies;
+  WORD padding1;
+  LONG vertOffset;  // 1/1200 inch
+  LONG horzOffset;  // 1/1200 inch
+  SHORT dmPaperSize;  // the paper whose size the public width and length hold now
+  WORD padding2;
+  DWORD units;  // of the two texts below: 1 inches, else millimetres
+  char width_string[kNumberTextSize];
+  char length_string[kNumberTextSize];
+  WCHAR colorProfile[kProfileNameSize];
+};
+
+struct DriverDevMode {
+  DEVMODEW dm_public;
+  PrivateDevMode dm_private;
+};
+
+static_assert(sizeof(DEVMODEW) == 220 && sizeof(PrivateDevMode) == 644 && sizeof(DriverDevMode) == 864);
+static_assert(offsetof(PrivateDevMode, usePrivateCopies) == 84 && offsetof(PrivateDevMode, vertOffset) == 92 &&
+              offsetof(PrivateDevMode, units) == 104 && offsetof(PrivateDevMode, colorProfile) == 124);
+
+inline constexpr WORD kPublicSize = sizeof(DEVMODEW);
+inline constexpr WORD kPrivateSize = sizeof(PrivateDevMode);
+inline constexpr LONG kRecordSize = sizeof(DriverDevMode);
+inline constexpr WORD kSpecVersion = 0x0401;    // DM_SPECVERSION of the platform
+inline constexpr WORD kDriverVersion = 0x0401;
+inline constexpr DWORD kSignature = 0x18284000;
+
+// The words by which a record tells its form: read from a record once, so that a record that changes while it is read
+// cannot be believed twice.
+struct RecordForm {
+  WORD spec_version;
+  WORD driver_version;
+  WORD public_size;   // dmSize, bytes
+  WORD private_size;  // dmDriverExtra, bytes
+
+  constexpr DWORD total() const { return DWORD{public_size} + private_size; }
+};
+
+// The bytes of a record that hold its form; nobody can hand over a shorter one.
+inline constexpr std::size_t kFormEnd = offsetof(DEVMODEW, dmFields);
+
+RecordForm FormOf(const DEVMODEW& record);
+void PutForm(DEVMODEW& record, const RecordForm& form);
+
+// The form that the driver's records have, and the older one that DrvConvertDevMode makes on request (300 bytes).
+inline constexpr RecordForm kCurrentForm{kSpecVersion, kDriverVersion, kPublicSize, kPrivateSize};
+inline constexpr RecordForm kOlderForm{0x0320, 0x0350, 188, 112};
+
+// Paper numbers of dmPaperSize.
+inline constexpr SHORT kUserPaper = DMPAPER_USER;  // 256: a size that the application set
+inline constexpr SHORT kCustomPage = 257;          // the driver's custom page; the default
+inline constexpr SHORT kFirstLabelId = 258;        // labels of the printer's list, from here upward
+inline constexpr WCHAR kCustomFormName[] = L"Custom";
+
+// Dots per inch, best first; the second is the default.
+inline constexpr std::array<SHORT, 3> kResolutions{600, 300, 150};
+inline constexpr SHORT kDefaultResolution = kResolutions[1];
+
+struct Limits {
+  LONG lowest;
+  LONG highest;
+  LONG fallback;  // what a value outside becomes
+
+  constexpr bool Hold(double value) const { return value >= lowest && value <= highest; }
+  constexpr LONG Force(double value) const { return Hold(value) ? static_cast<LONG>(value) : fallback; }
+};
+
+inline constexpr Limits kWidthLimits{10, 2970, 1048};    // tenths of a millimetre
+inline constexpr Limits kLengthLimits{254, 9017, 1270};  // tenths of a millimetre
+inline constexpr Limits kOffsetLimits{-2400, 2400, 0};   // 1/1200 inch
+
+// Fills `record` with the driver's defaults. `device_name` (or none) is kept when it is shorter than 32 characters;
+// `printer` (open, or none) gives the default colour profile. Always TRUE.
+BOOL SetupDefaultDevMode(DriverDevMode& record, const WCHAR* device_name, HANDLE printer);
+
+// Writes a record to the trace log, line by line; reads nothing beyond what it claims to hold.
+void DumpDevMode(const DEVMODEW& record);
+
+// A line of text, then the record, when messages are traced and there is a record.
+void DumpTitled(const char* title, const DEVMODEW* record);
+
+}  // namespace r5lqz

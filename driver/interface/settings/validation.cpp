@@ -1,0 +1,108 @@
+#include <algorithm>
+#include <memory>
+
+#include "diag/bounded_text.h"
+#include "diag/number_text.h"
+#include "diag/trace.h"
+#include "labels/label_store.h"
+#include "settings/conversion.h"
+
+namespace r5lqz {
+namespace {
+
+constexpr SHORT kOnlyCopies = 1;
+constexpr SHORT kFullScale = 100;
+constexpr DWORD kDefaultIntent = 1;
+constexpr DWORD kLastIntent = 3;
+constexpr DWORD kPaperFields = DM_PAPERSIZE | DM_PAPERLENGTH | DM_PAPERWIDTH | DM_FORMNAME;
+
+void ForceFlag(DWORD& flag) {
+  if (flag > 1) flag = 0;
+}
+
+void SetCustomForm(DEVMODEW& record) {
+  CopyBounded(std::span(record.dmFormName), kCustomFormName);
+}
+
+void TakeOffset(const char* text, LONG& offset) {
+  int value = 0;
+  if (StringToInt(text, &value) == ERROR_SUCCESS) offset = value;
+}
+
+// Sizes are forced into their limits here, before they are cut to 16 bits: a stored size far beyond them must not come
+// out as another one.
+void TakeLabel(DriverDevMode& record, const PrinterLabel& label) {
+  DEVMODEW& settings = record.dm_public;
+  PrivateDevMode& own = record.dm_private;
+  settings.dmPaperWidth =
+      static_cast<SHORT>(kWidthLimits.Force(static_cast<double>(LabelTenths(label.width, label.units))));
+  settings.dmPaperLength =
+      static_cast<SHORT>(kLengthLimits.Force(static_cast<double>(LabelTenths(label.length, label.units))));
+  CopyBounded(std::span(settings.dmFormName), std::span<const WCHAR>(WidenText<kLabelNameSize>(label.name)));
+  CopyBounded(std::span(own.labelName), std::span<const char>(label.name));
+  TakeOffset(label.vertOffset, own.vertOffset);
+  TakeOffset(label.horzOffset, own.horzOffset);
+}
+
+// A paper that names no label (deleted meanwhile, or a list that cannot be read) keeps the sizes that the record has.
+void TakeLabelNumbered(DriverDevMode& record, SHORT id, HANDLE printer) {
+  PrinterLabel labels[kMostLabels];
+  LONG count = 0;
+  ReadPrinterLabelList(printer, labels, kMostLabels, &count);
+  const auto read = std::span(labels).first(static_cast<std::size_t>(count));
+  const auto label = std::find_if(read.begin(), read.end(), [id](const PrinterLabel& one) { return one.id == id; });
+  if (label != read.end()) TakeLabel(record, *label);
+}
+
+void ForcePublicFields(DEVMODEW& settings) {
+  if (settings.dmOrientation != DMORIENT_PORTRAIT && settings.dmOrientation != DMORIENT_LANDSCAPE) {
+    settings.dmOrientation = DMORIENT_PORTRAIT;
+  }
+  if (std::find(kResolutions.begin(), kResolutions.end(), settings.dmPrintQuality) == kResolutions.end()) {
+    settings.dmPrintQuality = kDefaultResolution;
+  }
+  settings.dmCopies = kOnlyCopies;
+  settings.dmYResolution = settings.dmPrintQuality;
+  settings.dmDuplex = DMDUP_SIMPLEX;
+  settings.dmScale = kFullScale;
+  settings.dmCollate = DMCOLLATE_FALSE;
+}
+
+void ForcePrivateFields(PrivateDevMode& own) {
+  own.vertOffset = kOffsetLimits.Force(own.vertOffset);
+  own.horzOffset = kOffsetLimits.Force(own.horzOffset);
+  if (own.rendIntent > kLastIntent) own.rendIntent = kDefaultIntent;
+  own.copies = kOnlyCopies;
+  for (DWORD* const flag : {&own.colorAdjust, &own.rotate180, &own.mirrorImage, &own.usePrivateCopies}) {
+    ForceFlag(*flag);
+  }
+}
+
+}  // namespace
+
+void ValidateDevmode(DriverDevMode& record, HANDLE printer) {
+  const TraceScope trace("ValidateDevmode");
+  DumpTitled("pdm (before ValidateForm):", &record.dm_public);
+  ValidateForm(record, printer);
+  DumpTitled("pdm (After ValidateForm):", &record.dm_public);
+  ForcePublicFields(record.dm_public);
+  ForcePrivateFields(record.dm_private);
+  DumpTitled("pdm:", &record.dm_public);
+}
+
+void ValidateForm(DriverDevMode& record, HANDLE printer) {
+  const TraceScope trace("ValidateForm");
+  DEVMODEW& settings = record.dm_public;
+  const SHORT paper = settings.dmPaperSize;
+  if (paper <= kUserPaper) {
+    settings.dmPaperSize = kUserPaper;
+    SetCustomForm(settings);
+  } else if (paper != record.dm_private.dmPaperSize) {
+    TakeLabelNumbered(record, paper, printer);
+  }
+  settings.dmPaperLength = static_cast<SHORT>(kLengthLimits.Force(settings.dmPaperLength));
+  settings.dmPaperWidth = static_cast<SHORT>(kWidthLimits.Force(settings.dmPaperWidth));
+  settings.dmFields |= kPaperFields;
+}
+
+}  // namespace r5lqz
