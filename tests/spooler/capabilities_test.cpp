@@ -49,8 +49,8 @@ TEST_F(CapabilitiesTest, EachAnswersAndFillsExactlyItsEntries) {
       EXPECT_TRUE(out.Untouched(each.bytes.size()));
     }
     GuardedBlock out(each.bytes.empty() ? 64 : each.bytes.size());
-    EXPECT_EQ(each.answer, static_cast<DWORD>(DeviceCapabilitiesW(PrinterName(), L"FILE:", each.index,
-                                                                  out.As<wchar_t>(), nullptr)));
+    EXPECT_EQ(each.answer,
+              static_cast<DWORD>(DeviceCapabilitiesW(PrinterName(), L"FILE:", each.index, out.As<wchar_t>(), nullptr)));
     EXPECT_EQ(0, memcmp(out.data(), each.bytes.data(), each.bytes.size()));
     EXPECT_TRUE(out.Untouched(each.bytes.size()));
   }

@@ -1,4 +1,5 @@
 // Label stocks as papers: what is stored, what an application is told, and whether a job's paper is accepted.
+#include <windows.h>
 #include <winspool.h>
 
 #include <array>
@@ -111,7 +112,7 @@ TEST_F(LabelsTest, AJobsPaperIsAcceptedByNumber) {
     short paper;
     bool with_printer;
     BOOL accepted;
-  } kJobs[] = {{256, true, TRUE}, {257, true, FALSE}, {258, true, TRUE},   {259, true, FALSE},  {9, true, FALSE},
+  } kJobs[] = {{256, true, TRUE}, {257, true, FALSE}, {258, true, TRUE},  {259, true, FALSE}, {9, true, FALSE},
                {-1, true, FALSE}, {0, true, FALSE},   {256, false, TRUE}, {258, false, FALSE}};
   for (const auto& job : kJobs) {
     SCOPED_TRACE(job.paper);

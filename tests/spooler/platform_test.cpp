@@ -1,5 +1,8 @@
 // What is put in place of the platform's missing calls must itself keep their contract, or it would fool every test.
+#include <windows.h>
 #include <winspool.h>
+
+#include <atomic>
 
 #include "import_patch.h"
 #include "printer_keys.h"
@@ -24,8 +27,9 @@ TEST_F(PrinterKeysTest, ListsAreMeasuredInBytesAndEndedByAnEmptyName) {
 
   Store({258, "a", "1", "1", "0", "0", 0});
   Store({300, "b", "1", "1", "0", "0", 0});
-  constexpr wchar_t kNames[] = L"258\0"
-                               L"300\0";
+  constexpr wchar_t kNames[] =
+      L"258\0"
+      L"300\0";
   EXPECT_EQ(DWORD{ERROR_MORE_DATA}, RegistryEnumPrinterKey(Printer(), kKey, nullptr, 0, &needed));
   ASSERT_EQ(sizeof kNames, needed);
   wchar_t names[16];
@@ -56,40 +60,73 @@ TEST_F(PrinterKeysTest, KeysGoWithAllThatIsBeneathThem) {
   EXPECT_EQ(DWORD{ERROR_INVALID_HANDLE}, RegistryDeletePrinterKey(nullptr, kKey));
 }
 
-DWORD WINAPI FixedTicks() { return 4711; }
-DWORD WINAPI FixedLanguage(DWORD, LPWSTR, DWORD) { return 4712; }
+DWORD WINAPI FixedTicks() {
+  return 4711;
+}
+
+// Never inlined, so that the compiler cannot keep an import's address from one call to the next.
+[[gnu::noinline]] DWORD AskTicks() {
+  std::atomic_signal_fence(std::memory_order_seq_cst);
+  return GetTickCount();
+}
 
 TEST(ImportPatch, ReplacesAndRestoresAnOrdinaryImport) {
   const HMODULE self = GetModuleHandleW(nullptr);
   {
     auto patch = platform::ReplaceImport(self, "KERNEL32.dll", "GetTickCount", reinterpret_cast<void*>(&FixedTicks));
     ASSERT_TRUE(patch);
-    EXPECT_EQ(4711u, GetTickCount());
+    EXPECT_EQ(4711u, AskTicks());
     EXPECT_NE(4711u, patch.Previous<decltype(&GetTickCount)>()());
     const platform::ImportPatch moved = std::move(patch);
-    EXPECT_EQ(4711u, GetTickCount()) << "moving the owner must not end it";
+    EXPECT_EQ(4711u, AskTicks()) << "moving the owner must not end it";
   }
-  EXPECT_NE(4711u, GetTickCount());
+  EXPECT_NE(4711u, AskTicks());
   EXPECT_FALSE(platform::ReplaceImport(self, "kernel32.dll", "NoSuchFunction", nullptr));
   EXPECT_FALSE(platform::ReplaceImport(self, "nosuch.dll", "GetTickCount", nullptr));
 }
 
-TEST(ImportPatch, ReplacesADelayedImportBeforeAndAfterItsFirstUse) {
-  const HMODULE self = GetModuleHandleW(nullptr);
-  wchar_t name[64];
-  for (const char* when : {"unused", "used"}) {
-    SCOPED_TRACE(when);
-    {
-      const auto patch =
-          platform::ReplaceImport(self, "version.dll", "VerLanguageNameW", reinterpret_cast<void*>(&FixedLanguage));
-      ASSERT_TRUE(patch);
-      // The function behind the patch is called without undoing it.
-      const DWORD length = patch.Previous<decltype(&VerLanguageNameW)>()(0x409, name, std::size(name));
-      EXPECT_EQ(wcslen(name), length);
-      EXPECT_EQ(4712u, VerLanguageNameW(0x409, name, std::size(name)));
-    }
-    EXPECT_NE(4712u, VerLanguageNameW(0x409, name, std::size(name)));
+// As much of a loaded module as has a delay-load table; the linker here makes none that its directory names.
+struct DelayingModule {
+  IMAGE_DOS_HEADER dos{};
+  IMAGE_NT_HEADERS64 headers{};
+  IMAGE_DELAYLOAD_DESCRIPTOR table[2]{};
+  char dll[16] = "version.dll";
+  IMAGE_THUNK_DATA64 names[3]{};
+  IMAGE_THUNK_DATA64 addresses[3]{};
+  struct {
+    WORD hint = 0;
+    char name[22] = "VerLanguageNameW";
+  } import;
+
+  DelayingModule() {
+    dos.e_lfanew = static_cast<LONG>(Offset(&headers));
+    headers.OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_DELAY_IMPORT] = {Offset(table), sizeof table};
+    table[0].DllNameRVA = Offset(dll);
+    table[0].ImportNameTableRVA = Offset(names);
+    table[0].ImportAddressTableRVA = Offset(addresses);
+    names[0].u1.Ordinal = IMAGE_ORDINAL_FLAG64 | 7;
+    names[1].u1.AddressOfData = Offset(&import);
+    addresses[1].u1.Function = kLoaderStub;
   }
+  DWORD Offset(const void* member) const {
+    return static_cast<DWORD>(static_cast<const BYTE*>(member) - reinterpret_cast<const BYTE*>(this));
+  }
+  static constexpr ULONGLONG kLoaderStub = 0x1234;
+};
+
+TEST(ImportPatch, ADelayedImportsPreviousFunctionIsTheOneBehindTheLoadersStub) {
+  DelayingModule module;
+  const auto replacement = reinterpret_cast<ULONGLONG>(&FixedTicks);
+  {
+    const auto patch = platform::ReplaceImport(reinterpret_cast<HMODULE>(&module), "VERSION.dll", "VerLanguageNameW",
+                                               reinterpret_cast<void*>(replacement));
+    ASSERT_TRUE(patch);
+    EXPECT_EQ(replacement, module.addresses[1].u1.Function);
+    EXPECT_EQ(0u, module.addresses[0].u1.Function) << "an import by number has no name to match";
+    wchar_t name[64];
+    EXPECT_NE(0u, patch.Previous<decltype(&VerLanguageNameW)>()(0x409, name, std::size(name)));
+  }
+  EXPECT_EQ(DelayingModule::kLoaderStub, module.addresses[1].u1.Function);
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
 // Settings records: what DocumentPropertiesW and the conversion entry point give an application, to the byte.
+#include <windows.h>
 #include <winspool.h>
 
 #include <functional>
@@ -18,8 +19,9 @@ struct SettingsTest : SpoolerTest {
   }
   // What the spooler hands the driver, for records on which the platform's own road would stumble first.
   static LONG AskDriver(HANDLE printer, void* out, void* in, DWORD mode, DWORD* count = nullptr) {
-    DOCUMENTPROPERTYHEADER header{sizeof header, 0, printer, PrinterName(), static_cast<DEVMODEW*>(in),
-                                  static_cast<DEVMODEW*>(out), 0xA5A5A5A5, mode};
+    DOCUMENTPROPERTYHEADER header{
+        sizeof header, 0,   printer, PrinterName(), static_cast<DEVMODEW*>(in), static_cast<DEVMODEW*>(out),
+        0xA5A5A5A5,    mode};
     const LONG result = Driver().DocumentPropertySheets(nullptr, reinterpret_cast<LPARAM>(&header));
     if (count) *count = header.cbOut;
     return result;
@@ -32,7 +34,8 @@ std::string Difference(const DriverDevMode& expected, const DriverDevMode& actua
   std::string text;
   for (std::size_t i = 0; i < sizeof expected; ++i) {
     if (one[i] != other[i]) {
-      text += "byte " + std::to_string(i) + " is " + std::to_string(other[i]) + ", not " + std::to_string(one[i]) + "; ";
+      text +=
+          "byte " + std::to_string(i) + " is " + std::to_string(other[i]) + ", not " + std::to_string(one[i]) + "; ";
     }
   }
   return text;
@@ -147,7 +150,8 @@ TEST_F(SettingsTest, RecordsComeBackMergedAndWithinThePrintersMeans) {
       {"what the printer cannot",
        [](auto& d, auto&) {
          d.dmFields = DM_PRINTQUALITY | DM_COPIES | DM_DUPLEX | DM_SCALE | DM_COLLATE | DM_YRESOLUTION;
-         d.dmPrintQuality = 1200, d.dmCopies = 5, d.dmDuplex = 2, d.dmScale = 50, d.dmCollate = 1, d.dmYResolution = 150;
+         d.dmPrintQuality = 1200, d.dmCopies = 5, d.dmDuplex = 2, d.dmScale = 50, d.dmCollate = 1,
+         d.dmYResolution = 150;
        },
        [](auto& d, auto&) { d.dmFields |= DM_SCALE | DM_COLLATE | DM_YRESOLUTION; }},
       {"own settings",
@@ -172,7 +176,8 @@ TEST_F(SettingsTest, RecordsComeBackMergedAndWithinThePrintersMeans) {
     each.ask(asked.dm_public, asked.dm_private);
     GuardedBlock in(&asked, sizeof asked);
     GuardedBlock out(sizeof asked);
-    memcpy(out.data(), usual.data(), offsetof(DEVMODEW, dmFields));  // an output that was never initialised misleads the platform
+    memcpy(out.data(), usual.data(),
+           offsetof(DEVMODEW, dmFields));  // an output that was never initialised misleads the platform
     EXPECT_EQ(1, Ask(out.As<DEVMODEW>(), in.As<DEVMODEW>(), DM_IN_BUFFER | DM_OUT_BUFFER));
     EXPECT_EQ("", Difference(expected, out.Read<DriverDevMode>()));
     EXPECT_EQ("", Difference(asked, in.Read<DriverDevMode>())) << "the caller's record was changed";
@@ -207,7 +212,8 @@ TEST_F(SettingsTest, NoByteBeyondARecordIsReadOrWritten) {
       ULONG size = 58;
       ULONG flags = 0;
       wchar_t name[29];
-      const BOOL profile = Driver().QueryColorProfile(Printer(), in.As<DEVMODEW>(), QCP_DEVICEPROFILE, name, &size, &flags);
+      const BOOL profile =
+          Driver().QueryColorProfile(Printer(), in.As<DEVMODEW>(), QCP_DEVICEPROFILE, name, &size, &flags);
       const bool signed_at_220 = public_size == 220 && extra >= 4;
       EXPECT_EQ(signed_at_220, profile == TRUE);
     }
@@ -215,12 +221,12 @@ TEST_F(SettingsTest, NoByteBeyondARecordIsReadOrWritten) {
 }
 
 TEST_F(SettingsTest, RecordsOfUnknownFormLeaveTheSettingsAlone) {
-  const DriverDevMode defaults = Defaults();
   // An unknown size needs a version; one too small to hold its own form words cannot be filled.
-  constexpr r5lqz::RecordForm forms[] = {{0, 0, 200, 0}, {0, 0, 0, 0}, {0x0401, 0, 0, 0}, {0x0401, 0, 71, 0}, {0, 0, 0, 644}};
+  constexpr r5lqz::RecordForm forms[] = {
+      {0, 0, 200, 0}, {0, 0, 0, 0}, {0x0401, 0, 0, 0}, {0x0401, 0, 71, 0}, {0, 0, 0, 644}};
   for (const auto& form : forms) {
     SCOPED_TRACE(form.public_size);
-    GuardedBlock in(std::max(form.total(), r5lqz::kFormEnd), 0);
+    GuardedBlock in(std::max<std::size_t>(form.total(), r5lqz::kFormEnd), 0);
     memcpy(in.data() + offsetof(DEVMODEW, dmSpecVersion), &form, sizeof form);
     GuardedBlock out(std::max<std::size_t>(form.total(), r5lqz::kFormEnd));
     EXPECT_EQ(1, AskDriver(Printer(), out.data(), in.data(), DM_IN_BUFFER | DM_OUT_BUFFER));
@@ -284,7 +290,7 @@ TEST_F(SettingsTest, ConversionAnswersByCountAndMode) {
     EXPECT_EQ(each.result, Driver().ConvertDevMode(PrinterName(), each.has_in ? &in.dm_public : nullptr,
                                                    each.has_out ? out.As<DEVMODEW>() : nullptr, &count, each.mode));
     const DWORD error = GetLastError();
-    if (each.error) EXPECT_EQ(each.error, error);
+    EXPECT_EQ(each.error ? each.error : error, error);
     EXPECT_EQ(each.count_after, count);
     EXPECT_TRUE(out.Untouched(each.result ? static_cast<std::size_t>(count) : offsetof(DEVMODEW, dmFields)));
   }

@@ -58,7 +58,7 @@ LONG WINAPI OnCrash(EXCEPTION_POINTERS* exception) {
 }
 
 DWORD WINAPI Watch(void*) {
-  for (unsigned seen = generation; ; seen = generation) {
+  for (unsigned seen = generation;; seen = generation) {
     for (DWORD waited = 0; seen == generation; waited += 100) {
       Sleep(100);
       if (waited < limit) continue;
