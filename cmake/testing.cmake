@@ -77,6 +77,7 @@ function(r5lqz_add_test name)
     TEST_PREFIX ${arg_RING}.
     DISCOVERY_MODE PRE_TEST
     DISCOVERY_TIMEOUT 120
+    NO_PRETTY_VALUES
     PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS ${arg_RING} ${lock} ${R5LQZ_TEST_ENVIRONMENT})
 endfunction()
 
