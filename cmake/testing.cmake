@@ -1,0 +1,96 @@
+# How test programs and fuzz targets are declared: r5lqz_add_test and r5lqz_add_fuzz_target.
+include(GoogleTest)
+
+option(BUILD_TESTING "Build the test programs" ON)
+
+if(CMAKE_CROSSCOMPILING)
+  # Debian has GoogleTest for this target as sources only.
+  set(R5LQZ_GOOGLETEST /usr/src/googletest CACHE PATH "GoogleTest's sources for the cross-built test programs")
+  if(BUILD_TESTING)
+    set(INSTALL_GTEST OFF)
+    set(BUILD_GMOCK OFF)
+    add_subdirectory(${R5LQZ_GOOGLETEST} ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
+    if(NOT TARGET GTest::gtest_main)
+      add_library(GTest::gtest_main ALIAS gtest_main)
+    endif()
+  endif()
+elseif(BUILD_TESTING)
+  find_package(GTest REQUIRED)
+endif()
+
+# What test code is compiled with beyond the product's own options.
+add_library(r5lqz_test_options INTERFACE)
+target_link_libraries(r5lqz_test_options INTERFACE r5lqz_platform)
+if(MSVC)
+  target_compile_options(r5lqz_test_options INTERFACE /W4 /utf-8)
+else()
+  target_compile_options(r5lqz_test_options INTERFACE -Wall -Wextra -Wno-missing-field-initializers
+    -fstack-protector-strong)
+  target_compile_definitions(r5lqz_test_options INTERFACE _GLIBCXX_ASSERTIONS)
+endif()
+if(MINGW)
+  # There is no sanitizer runtime for this target: undefined behaviour ends the program on the spot. -static, so that
+  # the programs start under Wine without the compiler's DLLs.
+  target_compile_options(r5lqz_test_options INTERFACE -fsanitize=undefined -fsanitize-undefined-trap-on-error)
+  target_link_options(r5lqz_test_options INTERFACE -static -fstack-protector-strong)
+endif()
+
+# Sanitizer reports name functions and lines when they find the symbolizer.
+set(R5LQZ_TEST_ENVIRONMENT "UBSAN_OPTIONS=print_stacktrace=1")
+if(NOT WIN32)
+  find_program(R5LQZ_SYMBOLIZER NAMES llvm-symbolizer-16 llvm-symbolizer)
+  if(R5LQZ_SYMBOLIZER)
+    list(APPEND R5LQZ_TEST_ENVIRONMENT "ASAN_SYMBOLIZER_PATH=${R5LQZ_SYMBOLIZER}")
+  endif()
+endif()
+
+# r5lqz_add_test(NAME [RING ring] [TIMEOUT seconds] [LIBRARIES library...] source...)
+# Declares the test program NAME with GoogleTest's main. Its tests are called RING.suite.case; the ring is "checked"
+# in the native build and "windows" in the other unless it is given. A test that takes longer than TIMEOUT (60 s) is
+# ended and has failed.
+function(r5lqz_add_test name)
+  cmake_parse_arguments(arg "" "RING;TIMEOUT" "LIBRARIES" ${ARGN})
+  if(NOT BUILD_TESTING)
+    return()
+  endif()
+  if(NOT arg_RING)
+    if(WIN32)
+      set(arg_RING windows)
+    else()
+      set(arg_RING checked)
+    endif()
+  endif()
+  if(NOT arg_TIMEOUT)
+    set(arg_TIMEOUT 60)
+  endif()
+  add_executable(${name} ${arg_UNPARSED_ARGUMENTS})
+  target_link_libraries(${name} PRIVATE r5lqz_test_options ${arg_LIBRARIES} GTest::gtest_main)
+  # Listed when the tests are run, so that a build never starts Wine.
+  gtest_discover_tests(${name}
+    TEST_PREFIX ${arg_RING}.
+    DISCOVERY_MODE PRE_TEST
+    DISCOVERY_TIMEOUT 120
+    PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS ${arg_RING} ENVIRONMENT "${R5LQZ_TEST_ENVIRONMENT}")
+endfunction()
+
+# r5lqz_add_fuzz_target(NAME [LIBRARIES library...] source...)
+# Declares the libFuzzer program fuzz_NAME and a brief run of it over its committed seeds (corpus/NAME beside the
+# caller) as the test checked.fuzz.NAME with the label "fuzz". Builds without clang's sanitizers have no fuzz targets.
+function(r5lqz_add_fuzz_target name)
+  cmake_parse_arguments(arg "" "" "LIBRARIES" ${ARGN})
+  if(NOT R5LQZ_FUZZABLE)
+    return()
+  endif()
+  add_executable(fuzz_${name} ${arg_UNPARSED_ARGUMENTS})
+  target_compile_options(fuzz_${name} PRIVATE -fsanitize=fuzzer -Wall -Wextra)
+  target_link_options(fuzz_${name} PRIVATE -fsanitize=fuzzer)
+  target_link_libraries(fuzz_${name} PRIVATE r5lqz_platform ${arg_LIBRARIES})
+  # The first folder takes what the run finds: the committed seeds come after it and stay as they are.
+  set(found ${CMAKE_CURRENT_BINARY_DIR}/found/${name})
+  file(MAKE_DIRECTORY ${found})
+  add_test(NAME checked.fuzz.${name}
+    COMMAND fuzz_${name} -seed=1 -runs=200000 -max_total_time=10 -timeout=10 -rss_limit_mb=2048
+      -artifact_prefix=${found}- ${found} ${CMAKE_CURRENT_SOURCE_DIR}/corpus/${name})
+  set_tests_properties(checked.fuzz.${name} PROPERTIES TIMEOUT 90 LABELS fuzz
+    ENVIRONMENT "${R5LQZ_TEST_ENVIRONMENT}")
+endfunction()

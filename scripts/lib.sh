@@ -1,0 +1,132 @@
+# What the scripts share: where things lie, one line per step, the project's own Wine prefix. Sourced, never run.
+set -euo pipefail
+
+# The real folder of the clone, however the script was called: build folders remember one path of it.
+root=$(cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.." && pwd -P)
+build=$root/build
+me=scripts/$(basename "$0")
+
+die() {
+  printf '%s: %s\n' "$me" "$*" >&2
+  exit 1
+}
+
+# --- steps -----------------------------------------------------------------------------------------------------------
+
+# Shows that a step is alive: on a terminal its latest "n/m", elsewhere a dot now and then.
+show_progress() { # title log
+  local seconds=0 done_of
+  while sleep 1 >/dev/null 2>&1; do
+    seconds=$((seconds + 1))
+    if [ -t 1 ]; then
+      done_of=$(tail -c 4000 "$2" 2>/dev/null | grep -aoE '^( *|\[)[0-9]+/[0-9]+' | tail -n 1 | tr -d '[ ' || true)
+      printf '\r%-46s %4d s  %s ' "$1" "$seconds" "$done_of"
+    elif [ $((seconds % 5)) = 0 ]; then
+      printf '.'
+    fi
+  done
+}
+
+# Runs a command as one line with the seconds it took; its output goes to build/LOG.log. Answers its exit code.
+try_step() { # title log command...
+  local title=$1 log=$build/$2.log ticker end rc=0 start=$SECONDS
+  shift 2
+  printf '%-46s ' "$title"
+  : >"$log"
+  show_progress "$title" "$log" 9>&- &
+  ticker=$!
+  "$@" >"$log" 2>&1 </dev/null 9>&- || rc=$?
+  kill "$ticker" 2>/dev/null || true
+  wait "$ticker" 2>/dev/null || true
+  end=done
+  [ $rc = 0 ] || end="failed ($rc)"
+  if [ -t 1 ]; then printf '\r\033[K%-46s ' "$title"; fi
+  printf '%4d s  %s\n' $((SECONDS - start)) "$end"
+  return $rc
+}
+
+# The same for a step that nothing can go on without: shows the end of its output when it fails.
+step() { # title log command...
+  local rc=0
+  try_step "$@" || rc=$?
+  [ $rc = 0 ] && return
+  tail -n 40 "$build/$2.log" >&2
+  die "failed: $1 (all of its output: build/$2.log)"
+}
+
+# Makes the build folder and keeps a second run of any script out of it until this one is through.
+own_build_folder() {
+  mkdir -p "$build" || die "cannot write to $build"
+  exec 9>"$build/.lock"
+  flock -n 9 || { echo "$me: waiting for another run in this build folder"; flock 9; }
+}
+
+build_preset() { # preset [targets...]
+  local preset=$1 fresh=() targets=()
+  shift
+  if [ $# -gt 0 ]; then targets=(--target "$@"); fi
+  # A clone that was moved or copied together with its build folder starts anew instead of failing.
+  if [ -e "$build/$preset/CMakeCache.txt" ] &&
+    ! grep -qxF "CMAKE_HOME_DIRECTORY:INTERNAL=$root" "$build/$preset/CMakeCache.txt"; then
+    rm -rf "${build:?}/$preset"
+  fi
+  cd "$root"
+  step "Configuring the $preset build" "configure-$preset" cmake --preset "$preset"
+  step "Building the $preset build" "build-$preset" cmake --build --preset "$preset" "${targets[@]}"
+}
+
+# --- Wine ------------------------------------------------------------------------------------------------------------
+
+export_wine_environment() {
+  # The user's display authority is looked for in the home folder, which Wine is about to lose sight of.
+  export XAUTHORITY="${XAUTHORITY:-${HOME:-/nonexistent}/.Xauthority}"
+  # Home, temporary files and prefix all lie in the build folder: Wine links to the first and keeps its server's
+  # socket in the second.
+  export WINEPREFIX="${R5LQZ_WINEPREFIX:-$build/wine-prefix}" HOME="$build/wine-home" TMPDIR="$build/wine-tmp"
+  # -all also silences the remark about a 32-bit Wine, which nothing here needs.
+  export WINEDEBUG="${WINEDEBUG:--all}" WINEARCH=win64
+  # No start-menu entries of Wine's for the user's desktop.
+  export WINEDLLOVERRIDES="winemenubuilder.exe=d${WINEDLLOVERRIDES:+;$WINEDLLOVERRIDES}"
+  # Fixed whatever the user's locale is; and without a UTF-8 locale Wine finds no file whose path is not ASCII.
+  export LC_ALL="${R5LQZ_LOCALE:-C.UTF-8}"
+  mkdir -p "$HOME" "$TMPDIR"
+}
+
+# Makes the prefix once; several callers at a time are let in one by one.
+ensure_wine_prefix() {
+  [ -e "$WINEPREFIX/.ready" ] && return
+  (
+    flock 8
+    [ -e "$WINEPREFIX/.ready" ] && exit
+    rm -rf "$WINEPREFIX"
+    # Neither the .NET nor the HTML engine is needed, and no dialog may offer to fetch them.
+    WINEDLLOVERRIDES="$WINEDLLOVERRIDES;mscoree,mshtml=" DISPLAY='' wineboot -i 8>&- || exit 1
+    wineserver -w 8>&- || true
+    [ -d "$WINEPREFIX/drive_c/windows/system32" ] && touch "$WINEPREFIX/.ready"
+  ) 8>"$build/.wine-prefix.lock"
+}
+
+# Has Wine's server and services run already when programs come. These then start in a tenth of a second; and the
+# services do not inherit a program's outputs, whose reader would wait for the end of the services. The server ends by
+# itself a minute after the last program.
+ensure_wine_runs() {
+  wineserver -k0 >/dev/null 2>&1 && return
+  (
+    flock 8
+    wineserver -k0 && exit
+    wineserver -p60 8>&- 9>&-
+    wine cmd /c exit 8>&- 9>&-
+  ) 8>"$build/.wine-prefix.lock" >/dev/null 2>&1 </dev/null
+}
+
+# Ends what still runs in the project's own prefix, and takes away the folder of the server's socket: it lies
+# outside the build folder where the user has a runtime folder.
+stop_wine() {
+  local name
+  wineserver -k >/dev/null 2>&1 || true
+  wineserver -w >/dev/null 2>&1 || true
+  name=$(cat "$WINEPREFIX/wineserver" 2>/dev/null || true)
+  case $name in
+    wine-*) rm -rf "/run/user/$(id -u)/$name" "$TMPDIR/$name" ;;
+  esac
+}
