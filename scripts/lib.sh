@@ -119,14 +119,16 @@ ensure_wine_runs() {
   ) 8>"$build/.wine-prefix.lock" >/dev/null 2>&1 </dev/null
 }
 
-# Ends what still runs in the project's own prefix, and takes away the folder of the server's socket: it lies
-# outside the build folder where the user has a runtime folder.
+# Ends what still runs in the project's own prefix, and takes away the folder of its server's socket: where the user
+# has a runtime folder it lies there, outside the build folder.
 stop_wine() {
-  local name
+  local sockets
   wineserver -k >/dev/null 2>&1 || true
   wineserver -w >/dev/null 2>&1 || true
-  name=$(cat "$WINEPREFIX/wineserver" 2>/dev/null || true)
-  case $name in
-    wine-*) rm -rf "/run/user/$(id -u)/$name" "$TMPDIR/$name" ;;
-  esac
+  sockets=/run/user/$(id -u)/wine
+  if [ -d "$sockets" ] && [ -d "$WINEPREFIX" ]; then
+    # shellcheck disable=SC2046 # two numbers
+    rm -rf "$sockets/$(printf 'server-%x-%x' $(stat -c '%d %i' "$WINEPREFIX"))"
+    rmdir "$sockets" 2>/dev/null || true
+  fi
 }
