@@ -1,0 +1,6 @@
+// Names of the Windows C runtime that the module uses and glibc spells differently; included before every
+// source file of the checked build.
+#pragma once
+
+#define _fseeki64 fseeko
+#define _ftelli64 ftello

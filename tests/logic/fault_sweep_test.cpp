@@ -1,0 +1,118 @@
+// Every entry point with its first, second, third ... platform call failing, once and from there on: nothing may be left
+// open, and afterwards the same call must work again.
+#include "entry/color_profile_list.h"
+#include "install/printer_event.h"
+#include "support.h"
+
+namespace r5lqz {
+namespace {
+
+struct Operation {
+  const char* name;
+  void (*run)(HANDLE printer);
+};
+
+DriverDevMode Job(SHORT paper) {
+  DriverDevMode job;
+  SetupDefaultDevMode(job, nullptr, nullptr);
+  job.dm_public.dmPaperSize = paper;
+  return job;
+}
+
+const Operation kOperations[] = {
+    {"DrvDocumentPropertySheets",
+     [](HANDLE printer) {
+       DriverDevMode in = Job(259);
+       DriverDevMode out = Job(257);
+       DOCUMENTPROPERTYHEADER header{sizeof header, 0, printer, nullptr, &in.dm_public, &out.dm_public, 0,
+                                     DM_IN_BUFFER | DM_OUT_BUFFER};
+       const LONG result = DrvDocumentPropertySheets(nullptr, reinterpret_cast<LPARAM>(&header));
+       EXPECT_TRUE(result == 1 || result == -1);
+     }},
+    {"DrvConvertDevMode",
+     [](HANDLE) {
+       WCHAR name[] = L"Labels";
+       DriverDevMode out;
+       for (const DWORD mode : {CDM_DRIVER_DEFAULT, CDM_CONVERT}) {
+         LONG count = sizeof out;
+         DriverDevMode in = Job(257);
+         DrvConvertDevMode(name, &in.dm_public, &out.dm_public, &count, mode);
+       }
+     }},
+    {"DevQueryPrintEx",
+     [](HANDLE printer) {
+       DriverDevMode job = Job(259);
+       DEVQUERYPRINT_INFO info{sizeof info, 1, printer, &job.dm_public, nullptr, 0, 0};
+       DevQueryPrintEx(&info);
+     }},
+    {"DrvDeviceCapabilities",
+     [](HANDLE printer) {
+       WCHAR names[2 * 64];
+       for (WORD index = 0; index < 20; ++index) {
+         const DWORD answer = DrvDeviceCapabilities(printer, nullptr, index, names, nullptr);
+         if (index == DC_PAPERNAMES) EXPECT_LE(answer, 2u);
+       }
+     }},
+    {"DrvPrinterEvent",
+     [](HANDLE) {
+       WCHAR name[] = L"Labels";
+       platform::SetImpersonating(true);
+       EXPECT_TRUE(DrvPrinterEvent(name, PRINTER_EVENT_INITIALIZE, 0, 0));
+     }},
+    {"DrvDocumentEvent", [](HANDLE) { DrvDocumentEvent(nullptr, nullptr, DOCUMENTEVENT_STARTDOCPRE, 0, nullptr, 0, nullptr); }},
+    {"label changes",
+     [](HANDLE printer) {
+       PrinterLabel label{"Swept", "50", "60", "0", "0", kMillimetres, 0};
+       if (AddPrinterLabel(printer, &label) == ERROR_SUCCESS) {
+         ModifyPrinterLabel(printer, &label);
+         DeletePrinterLabel(printer, &label);
+       }
+       platform::RemoveKey(kPrinterName, "Label Sizes\\" + std::to_string(label.id));
+     }},
+};
+
+class FaultSweep : public ModuleTest, public testing::WithParamInterface<Operation> {
+ protected:
+  FaultSweep() { SetUpPrinter(); }
+
+  void SetUpPrinter() {
+    StoreLabel(258, "First", "50", "60", kMillimetres);
+    StoreLabel(259, "Second", "4.125", "5", kInches);
+    platform::SetProfiles(std::vector<std::u16string>{u"b.icc", u"a.icc"});
+    platform::RemoveData(kPrinterName, "", "Forms?");
+    platform::RemoveData(kPrinterName, "", "bufferPrintJob");
+  }
+
+  // Lets call number `nth` fail; whether there was one to fail.
+  bool RunWithFault(std::uint64_t nth, bool persistent) {
+    SetUpPrinter();
+    const auto injected = platform::FaultsInjected();
+    platform::FailCall(nullptr, nth, ERROR_ACCESS_DENIED, persistent);
+    GetParam().run(printer());
+    platform::DisarmFaults();
+    platform::SetImpersonating(false);
+    EXPECT_EQ(platform::LiveBalance(), platform::Balance{}) << "call " << nth << (persistent ? " and later" : "");
+    return platform::FaultsInjected() > injected;
+  }
+};
+
+TEST_P(FaultSweep, LeavesNothingOpen) {
+  std::ofstream(LogFile("r5-lqz-ui.dat")) << "3";
+  for (const DWORD mask : {0u, kMessageBit | kTraceBit}) {
+    for (const bool persistent : {false, true}) {
+      std::uint64_t nth = 1;
+      for (log_mask = mask; RunWithFault(nth, persistent); log_mask = mask) ASSERT_LT(++nth, 20000u);
+      EXPECT_GT(nth, mask ? 3u : 1u);
+      EXPECT_EQ(Labels().size(), 2u);
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(EntryPoints, FaultSweep, testing::ValuesIn(kOperations), [](const auto& sweep) {
+  std::string name = sweep.param.name;
+  std::replace(name.begin(), name.end(), ' ', '_');
+  return name;
+});
+
+}  // namespace
+}  // namespace r5lqz

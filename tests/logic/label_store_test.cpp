@@ -1,0 +1,173 @@
+#include "support.h"
+
+namespace r5lqz {
+namespace {
+
+class LabelStore : public ModuleTest {
+ protected:
+  static std::span<const std::byte> Names(std::u16string_view list) { return std::as_bytes(std::span(list)); }
+  static PrinterLabel Label(const char* name) {
+    PrinterLabel label{};
+    std::snprintf(label.name, sizeof label.name, "%s", name);
+    std::strcpy(label.width, "50.8");
+    std::strcpy(label.length, "50.8");
+    std::strcpy(label.vertOffset, "-12");
+    std::strcpy(label.horzOffset, "34");
+    return label;
+  }
+  SHORT NextId(ResultCode expected = ERROR_SUCCESS) {
+    SHORT id = -1;
+    EXPECT_EQ(GenerateNextLabelId(printer(), &id), expected);
+    return id;
+  }
+};
+
+TEST_F(LabelStore, LivesThroughAddModifyDelete) {
+  EXPECT_TRUE(Labels().empty());
+  PrinterLabel first = Label("First");
+  PrinterLabel second = Label("Second");
+  first.units = kInches;
+  EXPECT_EQ(AddPrinterLabel(printer(), &first), ERROR_SUCCESS);
+  EXPECT_EQ(AddPrinterLabel(printer(), &second), ERROR_SUCCESS);
+  EXPECT_EQ(first.id, 258);
+  EXPECT_EQ(second.id, 259);
+  const auto stored = platform::GetData(kPrinterName, "Label Sizes\\258", "name");
+  ASSERT_TRUE(stored);
+  EXPECT_EQ(stored->type, DWORD{REG_SZ});
+  EXPECT_EQ(stored->bytes.size(), sizeof "First");
+
+  std::strcpy(first.name, "Renamed");
+  EXPECT_EQ(ModifyPrinterLabel(printer(), &first), ERROR_SUCCESS);
+  auto labels = Labels();
+  ASSERT_EQ(labels.size(), 2u);
+  EXPECT_STREQ(labels[0].name, "Renamed");
+  EXPECT_STREQ(labels[0].vertOffset, "-12");
+  EXPECT_EQ(labels[0].units, kInches);
+  EXPECT_EQ(labels[0].id, 258);
+
+  EXPECT_EQ(DeletePrinterLabel(printer(), &second), ERROR_SUCCESS);
+  EXPECT_EQ(Labels().size(), 1u);
+  EXPECT_EQ(NextId(), 259) << "the highest number, once deleted, is the next one again";
+  EXPECT_EQ(AddPrinterLabel(printer(), nullptr), kMissingArgument);
+  EXPECT_EQ(AddPrinterLabel(nullptr, &first), kMissingArgument);
+  EXPECT_EQ(ModifyPrinterLabel(nullptr, &first), kMissingArgument);
+  EXPECT_EQ(DeletePrinterLabel(printer(), nullptr), kMissingArgument);
+  EXPECT_EQ(DeletePrinterLabel(printer(), &second), DWORD{ERROR_FILE_NOT_FOUND});
+}
+
+TEST_F(LabelStore, NextIdFollowsTheHighestNumber) {
+  log_mask = kMessageBit;
+  EXPECT_EQ(NextId(), 258);
+  EXPECT_EQ(LogLines(), std::vector<std::string>{"[Error] Could not find label list in registry: 0x2"});
+  const std::pair<std::u16string, SHORT> kLists[] = {
+      {std::u16string(u"258\0260\0259\0", 12), 261},
+      {std::u16string(u"abc\0+259\0", 9), 260},
+      {std::u16string(u" 300x\0-7\0", 9), 301},
+      {std::u16string(u"99999999999999999999\0", 21), 258},      // no number that an int holds
+      {std::u16string(u"65794\0", 6), 259},                      // 258, as 16 bits
+      {std::u16string(u"32767\0258\0260\0", 14), 259},           // used up: the lowest free one
+      {std::u16string(u"258\0259", 7), 260},                     // neither closing name nor terminator
+      {std::u16string(u"\0", 1), 258},
+      {std::u16string(), 258},
+  };
+  for (const auto& [list, id] : kLists) {
+    platform::SetKeyListBytes(kPrinterName, "Label Sizes", Names(list));
+    EXPECT_EQ(NextId(), id);
+  }
+  const std::u16string odd = u"258\0259";
+  platform::SetKeyListBytes(kPrinterName, "Label Sizes", Names(odd).first(5));
+  EXPECT_EQ(NextId(), 259);
+}
+
+TEST_F(LabelStore, UnreadableLabelsAreLeftOut) {
+  log_mask = kMessageBit;
+  struct Fault {
+    const char* value;
+    DWORD type;
+    std::string bytes;
+    const char* record;
+  };
+  const Fault kFaults[] = {
+      {"version", REG_DWORD, std::string("\2\0\0\0", 4), "[Error] Unknown label version: 2"},
+      {"version", REG_DWORD, std::string("\1\0", 2), "[Error] Could not read label version: 0x20000004"},
+      {"version", REG_SZ, std::string("1\0", 2), "[Error] Could not read label version: 0x20000004"},
+      {"name", REG_SZ, std::string(64, 'n') + '\0', "[Error] Could not read label name: 0xea"},
+      {"name", REG_SZ, std::string(64, 'n'), "[Error] Could not read label name: 0xea"},
+      {"width", REG_SZ, "12345678", "[Error] Could not read label width: 0xea"},
+      {"length", REG_BINARY, "1", "[Error] Could not read label length: 0x20000004"},
+      {"units", REG_DWORD, "12345", "[Error] Could not read label units: 0xea"},
+      {"units", REG_QWORD, std::string(4, '\0'), "[Error] Could not read label units: 0x20000004"},
+  };
+  StoreLabel(299, "Good", "50", "60", kMillimetres);
+  for (const Fault& fault : kFaults) {
+    StoreLabel(300, "Bad", "50", "60", kMillimetres);
+    StoreLabel(301, "Also good", "50", "60", kMillimetres);
+    platform::SetData(kPrinterName, "Label Sizes\\300", fault.value, fault.type, std::as_bytes(std::span(fault.bytes)));
+    const auto labels = Labels();
+    ASSERT_EQ(labels.size(), 2u) << fault.record;
+    EXPECT_EQ(labels[1].id, 301);
+    EXPECT_EQ(LogLines().back(), fault.record);
+  }
+  platform::RemoveData(kPrinterName, "Label Sizes\\300", "units");
+  StoreLabel(300, "Bad", "50", "60", kMillimetres);
+  platform::RemoveData(kPrinterName, "Label Sizes\\300", "horzOffset");
+  EXPECT_EQ(Labels().size(), 2u);
+  EXPECT_EQ(LogLines().back(), "[Error] Could not read label horzOffset: 0x2");
+}
+
+TEST_F(LabelStore, TextsAreTerminatedHoweverTheyAreStored) {
+  StoreLabel(258, "x", "50", "60", kMillimetres);
+  platform::SetDataText(kPrinterName, "Label Sizes\\258", "name", std::string(63, 'n'), false);
+  platform::SetDataText(kPrinterName, "Label Sizes\\258", "width", "1234567", false);
+  platform::SetData(kPrinterName, "Label Sizes\\258", "length", REG_SZ, {});
+  const auto labels = Labels();
+  ASSERT_EQ(labels.size(), 1u);
+  EXPECT_EQ(labels[0].name, std::string(63, 'n'));
+  EXPECT_STREQ(labels[0].width, "1234567");
+  EXPECT_STREQ(labels[0].length, "");
+}
+
+TEST_F(LabelStore, ListHoldsAsManyAsItHasRoomFor) {
+  for (int id = 258; id < 258 + 130; ++id) StoreLabel(id, "Many", "50", "60", kMillimetres);
+  EXPECT_EQ(Labels().size(), 128u);
+  EXPECT_EQ(Labels(1).size(), 1u);
+  EXPECT_EQ(Labels(0).size(), 0u);
+}
+
+TEST_F(LabelStore, ListThatGrowsWhileItIsReadIsReadAgain) {
+  StoreLabel(258, "First", "50", "60", kMillimetres);
+  int enumerations = 0;
+  platform::SetCallHook([&](const char* name) {
+    if (std::strcmp(name, "EnumPrinterKeyW") == 0 && ++enumerations == 2) StoreLabel(259, "Late", "1", "2", kInches);
+  });
+  EXPECT_EQ(Labels().size(), 2u);
+  EXPECT_EQ(enumerations, 3);
+  // A store that never settles is given up, with its code.
+  platform::SetCallHook(nullptr);
+  platform::FailCall("EnumPrinterKeyW", 2, ERROR_MORE_DATA, true);
+  const auto calls = platform::Calls("EnumPrinterKeyW");
+  EXPECT_EQ(NextId(ERROR_MORE_DATA), 258);
+  EXPECT_LE(platform::Calls("EnumPrinterKeyW") - calls, 5u);
+}
+
+TEST_F(LabelStore, RefusedWritesAreReportedAndUnterminatedTextsRefused) {
+  log_mask = kMessageBit;
+  PrinterLabel label = Label("Refused");
+  label.id = 300;
+  platform::FailCall("SetPrinterDataExA", 3, ERROR_ACCESS_DENIED);
+  EXPECT_EQ(SavePrinterLabel(printer(), &label), DWORD{ERROR_ACCESS_DENIED});
+  EXPECT_EQ(LogLines().back(), "[Error] Could not set label width: 0x5");
+  EXPECT_TRUE(platform::GetData(kPrinterName, "Label Sizes\\300", "name"));
+  EXPECT_FALSE(platform::GetData(kPrinterName, "Label Sizes\\300", "length"));
+
+  std::memset(label.length, '9', sizeof label.length);
+  EXPECT_EQ(SavePrinterLabel(printer(), &label), DWORD{ERROR_INVALID_DATA});
+  EXPECT_FALSE(platform::GetData(kPrinterName, "Label Sizes\\300", "length"));
+
+  platform::FailCall("EnumPrinterKeyW", 1, ERROR_ACCESS_DENIED);
+  EXPECT_EQ(AddPrinterLabel(printer(), &label), DWORD{ERROR_ACCESS_DENIED});
+  EXPECT_FALSE(platform::GetData(kPrinterName, "Label Sizes\\301", "version")) << "nothing is stored without a number";
+}
+
+}  // namespace
+}  // namespace r5lqz

@@ -1,0 +1,121 @@
+// What the tests of the module's logic share: a printer in the in-memory spooler, records in blocks of exactly their size,
+// and the trace log as lines.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <fstream>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "diag/trace.h"
+#include "entry/printer_interface.h"
+#include "labels/label_store.h"
+#include "platform/native/control.h"
+#include "settings/conversion.h"
+
+namespace r5lqz {
+
+inline constexpr char kPrinterName[] = "Labels";
+inline constexpr char kDriverName[] = "Brindlewick R5-LQZ";
+
+// A wide text of ASCII characters as a narrow one that can be compared and printed.
+inline std::string Text(const WCHAR* wide) {
+  std::string narrow;
+  for (; *wide; ++wide) narrow += static_cast<char>(*wide);
+  return narrow;
+}
+
+// A settings record in a heap block of exactly the bytes that its header claims, unless told otherwise; everything
+// behind the header is poisoned until the test sets it.
+class Record {
+ public:
+  Record(WORD public_size, WORD private_size, WORD spec_version = 0x0401)
+      : size_(std::max<std::size_t>(std::size_t{public_size} + private_size, kFormEnd)), bytes_(new BYTE[size_]) {
+    std::memset(bytes_.get(), 0xA5, size_);
+    PutForm(*get(), {spec_version, 0x0401, public_size, private_size});
+  }
+  // A copy of a complete record.
+  explicit Record(const DriverDevMode& whole) : Record(kPublicSize, kPrivateSize) {
+    std::memcpy(bytes_.get(), &whole, sizeof whole);
+  }
+  DEVMODEW* get() const { return reinterpret_cast<DEVMODEW*>(bytes_.get()); }
+  DEVMODEW* operator->() const { return get(); }
+  DriverDevMode& whole() const { return *reinterpret_cast<DriverDevMode*>(bytes_.get()); }
+  std::size_t size() const { return size_; }
+  std::string bytes() const { return {reinterpret_cast<const char*>(bytes_.get()), size_}; }
+
+ private:
+  std::size_t size_;
+  std::unique_ptr<BYTE[]> bytes_;
+};
+
+inline void StoreLabel(int id, const char* name, const char* width, const char* length, DWORD units,
+                       const char* vertical = "0", const char* horizontal = "0") {
+  const std::string key = "Label Sizes\\" + std::to_string(id);
+  platform::SetDataDword(kPrinterName, key, "version", 1);
+  platform::SetDataText(kPrinterName, key, "name", name);
+  platform::SetDataText(kPrinterName, key, "width", width);
+  platform::SetDataText(kPrinterName, key, "length", length);
+  platform::SetDataText(kPrinterName, key, "vertOffset", vertical);
+  platform::SetDataText(kPrinterName, key, "horzOffset", horizontal);
+  platform::SetDataDword(kPrinterName, key, "units", units);
+}
+
+// Every test has a printer with an open handle, and must leave nothing open behind.
+class ModuleTest : public testing::Test {
+ protected:
+  ModuleTest() {
+    platform::Reset();
+    log_mask = 0;
+    platform::AddPrinter(kPrinterName, kDriverName);
+    printer_ = platform::OpenTestPrinter(kPrinterName);
+    platform::WatchRuntimeHeap(true);
+  }
+  ~ModuleTest() override {
+    platform::WatchRuntimeHeap(false);
+    log_mask = 0;
+    EXPECT_EQ(platform::LiveBalance(), platform::Balance{});
+  }
+
+  HANDLE printer() const { return printer_; }
+
+  DriverDevMode Defaults() const {
+    DriverDevMode record;
+    SetupDefaultDevMode(record, nullptr, printer_);
+    return record;
+  }
+
+  std::vector<PrinterLabel> Labels(LONG capacity = kMostLabels) const {
+    std::vector<PrinterLabel> labels(static_cast<std::size_t>(capacity));
+    LONG count = -1;
+    EXPECT_EQ(ReadPrinterLabelList(printer_, labels.data(), capacity, &count), ERROR_SUCCESS);
+    labels.resize(static_cast<std::size_t>(count));
+    return labels;
+  }
+
+  static std::string LogFile(const char* name = "r5-lqz-ui.txt") { return platform::TempFolder() + "/" + name; }
+
+  // The log's records without their time and thread.
+  static std::vector<std::string> LogLines() {
+    std::vector<std::string> lines;
+    std::ifstream file(LogFile());
+    for (std::string line; std::getline(file, line);) lines.push_back(line.substr(line.find("] [TID: ")));
+    for (std::string& line : lines) line = line.substr(line.find("] ", 2) + 2);
+    return lines;
+  }
+
+  static bool Logged(const std::string& line) {
+    const auto lines = LogLines();
+    return std::find(lines.begin(), lines.end(), line) != lines.end();
+  }
+
+ private:
+  HANDLE printer_;
+};
+
+}  // namespace r5lqz
