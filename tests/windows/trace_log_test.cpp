@@ -181,10 +181,10 @@ TEST_F(TraceLog, RecordGoesOnTheOldFileWhenAReaderForbidsRenaming) {
     const HANDLE reader = OpenUnshared(busy.c_str(), FILE_SHARE_READ | FILE_SHARE_WRITE);
     ASSERT_NE(reader, INVALID_HANDLE_VALUE);
     Log(0, "new");
+    CloseHandle(reader);
     const auto records = ReadRecords(kLog, kSizeLimit + 1);
     ASSERT_EQ(records.size(), 1u);
     EXPECT_EQ(records[0].text, "[Error] new");
-    CloseHandle(reader);
   }
 }
 
