@@ -10,8 +10,6 @@ namespace {
 
 using r5lqz::PrivateDevMode;
 
-constexpr char kAbsent[] = "-";
-
 // The bytes of a value, if the record holds all of them.
 template <class T>
 std::optional<T> PublicValue(const DEVMODEW& record, std::size_t offset) {
@@ -64,45 +62,45 @@ using Chars = std::array<char, size>;
 #define PRIVATE(type, member) PrivateValue<type>(r, offsetof(PrivateDevMode, member))
 
 constexpr Field kFields[] = {
-    {"record", [](const DEVMODEW& r) { return Format("%u + %u bytes", r.dmSize, r.dmDriverExtra); }},
-    {"versions", [](const DEVMODEW& r) { return Format("0x%04x / 0x%04x", r.dmSpecVersion, r.dmDriverVersion); }},
-    {"fields", [](const DEVMODEW& r) { return Format("0x%08lx", PUBLIC(DWORD, dmFields).value_or(0)); }},
-    {"device", [](const DEVMODEW& r) { return WideText(PUBLIC(Wide<32>, dmDeviceName)); }},
-    {"orientation",
+    {"record", 0, [](const DEVMODEW& r) { return Format("%u + %u bytes", r.dmSize, r.dmDriverExtra); }},
+    {"versions", 0, [](const DEVMODEW& r) { return Format("0x%04x / 0x%04x", r.dmSpecVersion, r.dmDriverVersion); }},
+    {"fields", 0, [](const DEVMODEW& r) { return Format("0x%08lx", PUBLIC(DWORD, dmFields).value_or(0)); }},
+    {"device", 0, [](const DEVMODEW& r) { return WideText(PUBLIC(Wide<32>, dmDeviceName)); }},
+    {"orientation", DM_ORIENTATION,
      [](const DEVMODEW& r) {
        const auto value = PUBLIC(short, dmOrientation);
        return !value ? std::string(kAbsent) : *value == 1 ? "portrait" : *value == 2 ? "landscape" : Number(value);
      }},
-    {"paper", [](const DEVMODEW& r) { return Number(PUBLIC(short, dmPaperSize)); }},
-    {"form", [](const DEVMODEW& r) { return WideText(PUBLIC(Wide<32>, dmFormName)); }},
-    {"width", [](const DEVMODEW& r) { return Millimetres(PUBLIC(short, dmPaperWidth)); }},
-    {"length", [](const DEVMODEW& r) { return Millimetres(PUBLIC(short, dmPaperLength)); }},
-    {"scale", [](const DEVMODEW& r) { return Number(PUBLIC(short, dmScale), " %"); }},
-    {"copies", [](const DEVMODEW& r) { return Number(PUBLIC(short, dmCopies)); }},
-    {"source", [](const DEVMODEW& r) { return Number(PUBLIC(short, dmDefaultSource)); }},
-    {"quality", [](const DEVMODEW& r) { return Number(PUBLIC(short, dmPrintQuality), " dpi"); }},
-    {"y resolution", [](const DEVMODEW& r) { return Number(PUBLIC(short, dmYResolution), " dpi"); }},
-    {"colour", [](const DEVMODEW& r) { return Number(PUBLIC(short, dmColor)); }},
-    {"duplex", [](const DEVMODEW& r) { return Number(PUBLIC(short, dmDuplex)); }},
-    {"TrueType", [](const DEVMODEW& r) { return Number(PUBLIC(short, dmTTOption)); }},
-    {"collate", [](const DEVMODEW& r) { return Number(PUBLIC(short, dmCollate)); }},
-    {"private: signature",
+    {"paper", DM_PAPERSIZE, [](const DEVMODEW& r) { return Number(PUBLIC(short, dmPaperSize)); }},
+    {"form", DM_FORMNAME, [](const DEVMODEW& r) { return WideText(PUBLIC(Wide<32>, dmFormName)); }},
+    {"width", DM_PAPERWIDTH, [](const DEVMODEW& r) { return Millimetres(PUBLIC(short, dmPaperWidth)); }},
+    {"length", DM_PAPERLENGTH, [](const DEVMODEW& r) { return Millimetres(PUBLIC(short, dmPaperLength)); }},
+    {"scale", DM_SCALE, [](const DEVMODEW& r) { return Number(PUBLIC(short, dmScale), " %"); }},
+    {"copies", DM_COPIES, [](const DEVMODEW& r) { return Number(PUBLIC(short, dmCopies)); }},
+    {"source", DM_DEFAULTSOURCE, [](const DEVMODEW& r) { return Number(PUBLIC(short, dmDefaultSource)); }},
+    {"quality", DM_PRINTQUALITY, [](const DEVMODEW& r) { return Number(PUBLIC(short, dmPrintQuality), " dpi"); }},
+    {"y resolution", DM_YRESOLUTION, [](const DEVMODEW& r) { return Number(PUBLIC(short, dmYResolution), " dpi"); }},
+    {"colour", DM_COLOR, [](const DEVMODEW& r) { return Number(PUBLIC(short, dmColor)); }},
+    {"duplex", DM_DUPLEX, [](const DEVMODEW& r) { return Number(PUBLIC(short, dmDuplex)); }},
+    {"TrueType", DM_TTOPTION, [](const DEVMODEW& r) { return Number(PUBLIC(short, dmTTOption)); }},
+    {"collate", DM_COLLATE, [](const DEVMODEW& r) { return Number(PUBLIC(short, dmCollate)); }},
+    {"private: signature", 0,
      [](const DEVMODEW& r) {
        const auto signature = PrivateBytes<DWORD>(r, offsetof(PrivateDevMode, signature));
        return signature ? Format("0x%08lx", *signature) : std::string(kAbsent);
      }},
-    {"private: label", [](const DEVMODEW& r) { return NarrowText(PRIVATE(Chars<64>, labelName)); }},
-    {"private: size of paper", [](const DEVMODEW& r) { return Number(PRIVATE(SHORT, dmPaperSize)); }},
-    {"private: vert. offset", [](const DEVMODEW& r) { return Number(PRIVATE(LONG, vertOffset), "/1200 in"); }},
-    {"private: horz. offset", [](const DEVMODEW& r) { return Number(PRIVATE(LONG, horzOffset), "/1200 in"); }},
-    {"private: colour adjust", [](const DEVMODEW& r) { return Number(PRIVATE(DWORD, colorAdjust)); }},
-    {"private: intent", [](const DEVMODEW& r) { return Number(PRIVATE(DWORD, rendIntent)); }},
-    {"private: rotated", [](const DEVMODEW& r) { return Number(PRIVATE(DWORD, rotate180)); }},
-    {"private: mirrored", [](const DEVMODEW& r) { return Number(PRIVATE(DWORD, mirrorImage)); }},
-    {"private: custom units", [](const DEVMODEW& r) { return Number(PRIVATE(DWORD, units)); }},
-    {"private: custom width", [](const DEVMODEW& r) { return NarrowText(PRIVATE(Chars<8>, width_string)); }},
-    {"private: custom length", [](const DEVMODEW& r) { return NarrowText(PRIVATE(Chars<8>, length_string)); }},
-    {"private: profile", [](const DEVMODEW& r) { return WideText(PRIVATE(Wide<260>, colorProfile)); }},
+    {"private: label", 0, [](const DEVMODEW& r) { return NarrowText(PRIVATE(Chars<64>, labelName)); }},
+    {"private: size of paper", 0, [](const DEVMODEW& r) { return Number(PRIVATE(SHORT, dmPaperSize)); }},
+    {"private: vert. offset", 0, [](const DEVMODEW& r) { return Number(PRIVATE(LONG, vertOffset), "/1200 in"); }},
+    {"private: horz. offset", 0, [](const DEVMODEW& r) { return Number(PRIVATE(LONG, horzOffset), "/1200 in"); }},
+    {"private: colour adjust", 0, [](const DEVMODEW& r) { return Number(PRIVATE(DWORD, colorAdjust)); }},
+    {"private: intent", 0, [](const DEVMODEW& r) { return Number(PRIVATE(DWORD, rendIntent)); }},
+    {"private: rotated", 0, [](const DEVMODEW& r) { return Number(PRIVATE(DWORD, rotate180)); }},
+    {"private: mirrored", 0, [](const DEVMODEW& r) { return Number(PRIVATE(DWORD, mirrorImage)); }},
+    {"private: custom units", 0, [](const DEVMODEW& r) { return Number(PRIVATE(DWORD, units)); }},
+    {"private: custom width", 0, [](const DEVMODEW& r) { return NarrowText(PRIVATE(Chars<8>, width_string)); }},
+    {"private: custom length", 0, [](const DEVMODEW& r) { return NarrowText(PRIVATE(Chars<8>, length_string)); }},
+    {"private: profile", 0, [](const DEVMODEW& r) { return WideText(PRIVATE(Wide<260>, colorProfile)); }},
 };
 
 #undef PUBLIC

@@ -10,10 +10,14 @@
 
 namespace demo {
 
-/// One setting: its label and its text in a record; "-" where the record is too short for it or, for the driver's own
-/// settings, belongs to another driver.
+/// Text of a setting that a record does not have.
+inline constexpr char kAbsent[] = "-";
+
+/// One setting: its label, the dmFields bit by which a record asks for it (0: it has none), and its text in a record;
+/// kAbsent where the record is too short for it or, for the driver's own settings, belongs to another driver.
 struct Field {
   const char* label;
+  DWORD bit;
   std::string (*text)(const DEVMODEW& record);
 };
 

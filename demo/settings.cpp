@@ -36,17 +36,22 @@ std::optional<Record> AskPlatform(Session& session, const char* what, Record* as
   return back;
 }
 
+// What a record asks for: a public setting whose bit is clear is not asked, whatever stands in its place.
+std::string Asked(const Field& field, const Record& record) {
+  const bool asked = !field.bit || (record.dm_public.dmFields & field.bit);
+  return asked ? field.text(record.dm_public) : kAbsent;
+}
+
 // Only what matters: what was asked apart from the defaults, and what came back otherwise than asked.
 void ShowAskedAndBack(const Report& report, const Record& defaults, const Record& asked, const Record& back) {
   std::vector<Row> rows;
   for (const auto& field : Fields()) {
     const std::string usual = field.text(defaults.dm_public);
-    const std::string request = field.text(asked.dm_public);
+    const std::string request = Asked(field, asked);
     const std::string answer = field.text(back.dm_public);
-    const bool unasked = request == "-";
-    if (unasked ? answer != "-" && answer != usual : request != usual || answer != request) {
-      rows.push_back({field.label, request, answer});
-    }
+    const bool unusual_request = request != kAbsent && request != usual;
+    const bool unusual_answer = answer != kAbsent && answer != (request == kAbsent ? usual : request);
+    if (unusual_request || unusual_answer) rows.push_back({field.label, request, answer});
   }
   report.Table({"setting", "asked", "came back"}, rows);
 }

@@ -31,8 +31,8 @@ TEST(ShippedFile, ExportsExactlyTheEntryPoints) {
   for (DWORD i = 0; i < exports.NumberOfNames; ++i) {
     names.insert(image.At<char>(image.At<DWORD>(exports.AddressOfNames)[i]));
   }
-  const std::set<std::string> expected{"DevQueryPrintEx",       "DrvConvertDevMode", "DrvDeviceCapabilities",
-                                       "DrvDocumentEvent",      "DrvPrinterEvent",   "DrvDocumentPropertySheets",
+  const std::set<std::string> expected{"DevQueryPrintEx",     "DrvConvertDevMode", "DrvDeviceCapabilities",
+                                       "DrvDocumentEvent",    "DrvPrinterEvent",   "DrvDocumentPropertySheets",
                                        "DrvQueryColorProfile"};
   EXPECT_EQ(expected, names);
   EXPECT_EQ(expected.size(), exports.NumberOfFunctions) << "something is exported without a name";
@@ -41,10 +41,9 @@ TEST(ShippedFile, ExportsExactlyTheEntryPoints) {
 TEST(ShippedFile, NeedsOnlyWhatEveryWindowsHas) {
   const Image image;
   ASSERT_TRUE(image.module);
-  static const std::set<std::string> kWindowsHas{"advapi32.dll", "comctl32.dll", "comdlg32.dll", "gdi32.dll",
-                                                 "kernel32.dll", "mscms.dll",    "msvcrt.dll",   "ole32.dll",
-                                                 "shell32.dll",  "shlwapi.dll",  "spoolss.dll",  "user32.dll",
-                                                 "version.dll",  "winspool.drv"};
+  static const std::set<std::string> kWindowsHas{
+      "advapi32.dll", "comctl32.dll", "comdlg32.dll", "gdi32.dll",   "kernel32.dll", "mscms.dll",   "msvcrt.dll",
+      "ole32.dll",    "shell32.dll",  "shlwapi.dll",  "spoolss.dll", "user32.dll",   "version.dll", "winspool.drv"};
   const auto* entry = image.At<IMAGE_IMPORT_DESCRIPTOR>(image.Directory(IMAGE_DIRECTORY_ENTRY_IMPORT).VirtualAddress);
   for (; entry->Name; ++entry) {
     std::string name = image.At<char>(entry->Name);

@@ -47,16 +47,25 @@ std::wstring ModulePath() {
 void SpoolerTest::SetUp() {
   if (!tried) {
     tried = true;
-    outcome = platform::InstallPrinter({ModulePath(), L"R5-LQZ tested driver", L"R5-LQZ tested printer", {}}, installed);
+    outcome =
+        platform::InstallPrinter({ModulePath(), L"R5-LQZ tested driver", L"R5-LQZ tested printer", {}}, installed);
   }
   ASSERT_TRUE(outcome.Held()) << outcome.call << " answered " << outcome.code;
   ASSERT_EQ(0u, platform::RemoveLabelStocks(Printer()));
 }
 
-HANDLE SpoolerTest::Printer() { return installed.printer; }
-wchar_t* SpoolerTest::PrinterName() { return installed.printer_name.data(); }
-const platform::DriverEntries& SpoolerTest::Driver() { return installed.entries; }
-HMODULE SpoolerTest::Module() { return installed.module; }
+HANDLE SpoolerTest::Printer() {
+  return installed.printer;
+}
+wchar_t* SpoolerTest::PrinterName() {
+  return installed.printer_name.data();
+}
+const platform::DriverEntries& SpoolerTest::Driver() {
+  return installed.entries;
+}
+HMODULE SpoolerTest::Module() {
+  return installed.module;
+}
 
 void SpoolerTest::Store(const platform::LabelStock& stock) {
   ASSERT_EQ(0u, platform::StoreLabelStock(Printer(), stock)) << stock.number;

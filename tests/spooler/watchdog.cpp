@@ -36,7 +36,13 @@ void PrintStack(CONTEXT context) {
     PrintPlace(context.Rip);
     DWORD64 base = 0;
     auto* function = RtlLookupFunctionEntry(context.Rip, &base, nullptr);
-    if (!function) return;
+    if (!function) {
+      // A function without unwind data has not moved the stack; only the innermost can be one.
+      if (frame) return;
+      context.Rip = *reinterpret_cast<DWORD64*>(context.Rsp);
+      context.Rsp += sizeof(DWORD64);
+      continue;
+    }
     void* data = nullptr;
     DWORD64 establisher = 0;
     RtlVirtualUnwind(UNW_FLAG_NHANDLER, base, context.Rip, function, &context, &data, &establisher, nullptr);
@@ -58,7 +64,7 @@ LONG WINAPI OnCrash(EXCEPTION_POINTERS* exception) {
 }
 
 DWORD WINAPI Watch(void*) {
-  for (unsigned seen = generation; ; seen = generation) {
+  for (unsigned seen = generation;; seen = generation) {
     for (DWORD waited = 0; seen == generation; waited += 100) {
       Sleep(100);
       if (waited < limit) continue;
