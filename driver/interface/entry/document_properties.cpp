@@ -2,6 +2,7 @@
 
 #include "diag/trace.h"
 #include "entry/properties_context.h"
+#include "entry/property_sheets.h"
 #include "settings/conversion.h"
 
 namespace r5lqz {
@@ -36,7 +37,6 @@ LONG CopyDocumentProperties(DOCUMENTPROPERTYHEADER& header) {
 
 LONG WINAPI DrvDocumentPropertySheets(PPROPSHEETUI_INFO info, LPARAM param) {
   const r5lqz::TraceScope trace("DrvDocumentPropertySheets");
-  // The sheet itself is not part of the module yet: a caller that asks for it is told so and shows none.
-  if (info) return r5lqz::kFailed;
+  if (info) return r5lqz::AnswerDocumentSheet(*info, param);
   return r5lqz::AnswerWithoutSheet(reinterpret_cast<DOCUMENTPROPERTYHEADER*>(param));
 }

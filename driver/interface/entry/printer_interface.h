@@ -96,6 +96,7 @@ extern "C" DWORD WINAPI DeletePrinterKeyW(HANDLE printer, LPCWSTR key);
 extern "C" {
 BOOL WINAPI DrvConvertDevMode(LPTSTR printer_name, PDEVMODE in, PDEVMODE out, PLONG count, DWORD mode);
 int WINAPI DrvDocumentEvent(HANDLE printer, HDC device, int event, ULONG in_size, PVOID in, ULONG out_size, PVOID out);
+LONG WINAPI DrvDevicePropertySheets(PPROPSHEETUI_INFO info, LPARAM param);
 LONG WINAPI DrvDocumentPropertySheets(PPROPSHEETUI_INFO info, LPARAM param);
 BOOL WINAPI DevQueryPrintEx(PDEVQUERYPRINT_INFO info);
 DWORD WINAPI DrvDeviceCapabilities(HANDLE printer, LPWSTR device_name, WORD capability, PVOID output, PDEVMODEW record);

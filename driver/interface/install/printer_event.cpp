@@ -56,13 +56,23 @@ OwnedPrinter OpenWithFullAccess(HANDLE printer) {
   return OwnedPrinter(opened);
 }
 
-bool HasOption(HANDLE printer) {
-  DWORD type = REG_NONE;
-  DWORD value = 0;
+struct StoredOption {
+  DWORD code;  // of the read
+  DWORD type;
+  DWORD value;
+};
+
+StoredOption ReadOption(HANDLE printer) {
+  StoredOption option{ERROR_SUCCESS, REG_NONE, 0};
   DWORD size = 0;
-  const DWORD code =
-      GetPrinterDataW(printer, OptionName(), &type, reinterpret_cast<BYTE*>(&value), sizeof value, &size);
-  return code == ERROR_SUCCESS && type == REG_DWORD;
+  option.code = GetPrinterDataW(printer, OptionName(), &option.type, reinterpret_cast<BYTE*>(&option.value),
+                                sizeof option.value, &size);
+  return option;
+}
+
+bool HasOption(HANDLE printer) {
+  const StoredOption option = ReadOption(printer);
+  return option.code == ERROR_SUCCESS && option.type == REG_DWORD;
 }
 
 void GiveDefaultOption(WCHAR* printer_name) {
@@ -94,6 +104,19 @@ WCHAR* GetPrinterName(HANDLE printer) {
     return nullptr;
   }
   return info->pPrinterName ? CopyName(info->pPrinterName).release() : nullptr;
+}
+
+DWORD ReadBufferPrintJob(HANDLE printer) {
+  const StoredOption option = ReadOption(printer);
+  if (option.code != ERROR_SUCCESS) {
+    LOG_ERROR("Could not get buffer print job value: 0x%x", static_cast<unsigned>(option.code));
+    return kDefaultOption;
+  }
+  if (option.type != REG_DWORD) {
+    LOG_ERROR("Buffer print job value incorrect type: %lu", static_cast<unsigned long>(option.type));
+    return kDefaultOption;
+  }
+  return option.value;
 }
 
 BOOL SetBufferPrintJob(HANDLE printer, DWORD value) {

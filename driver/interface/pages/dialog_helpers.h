@@ -1,0 +1,43 @@
+// What the tabs and dialogs do alike with their controls.
+#pragma once
+
+#include <windows.h>
+
+#include <array>
+#include <span>
+
+#include "settings/driver_devmode.h"
+
+namespace r5lqz {
+
+// Room for a text of the string table, characters with the terminator.
+inline constexpr std::size_t kStringSize = 256;
+using StringText = std::array<WCHAR, kStringSize>;
+
+// A text of the module's string table in the language that the platform's resource loader chose; empty when missing.
+StringText LoadText(UINT string_id);
+
+// One entry of a combo box: its text in the string table and the value that it stands for.
+struct ComboBoxEntry {
+  UINT string_id;
+  LPARAM value;
+};
+
+// Fills a combo box with `entries` and selects `selection`, or the first entry when there is no such one.
+void InitComboBox(HWND dialog, int control, std::span<const ComboBoxEntry> entries, int selection);
+
+// Selects the first entry whose item value, a wide text, equals `wanted`; the first entry when none does.
+void SetComboBoxSelectionString(HWND dialog, int control, const WCHAR* wanted);
+
+// Reads, checks and normalises a decimal entry; `text` then holds what is stored. Bounds in tenths of a millimetre, shown
+// and compared in `units`. False: the user has been told, with the message of the string table and the valid range.
+bool ReadAndValidateFloat(HWND dialog, int control, std::span<char, kNumberTextSize> text, LONG minimum, LONG maximum,
+                          DWORD units, UINT message_id);
+
+// The same for a whole number; `text` receives the trimmed entry.
+bool ReadAndValidateInt(HWND dialog, int control, std::span<char> text, LONG minimum, LONG maximum, UINT message_id);
+
+// Shows a message of the string table with the error icon, owned by `dialog`.
+void ShowError(HWND dialog, const WCHAR* message);
+
+}  // namespace r5lqz

@@ -1,0 +1,88 @@
+#include "pages/help.h"
+
+#include <iterator>
+
+#include "diag/owned.h"
+#include "diag/trace.h"
+#include "entry/printer_interface.h"
+#include "pages/dialog_helpers.h"
+#include "resources/resource_ids.h"
+
+namespace r5lqz {
+namespace {
+
+// The platform's HTML Help: its command to show a topic (HH_DISPLAY_TOPIC), and the class by which its file is found.
+constexpr UINT kDisplayTopic = 0;
+constexpr WCHAR kComponentKey[] = L"CLSID\\{ADB880A6-D8FF-11CF-9377-00AA003B7A11}\\InprocServer32";
+
+using HtmlHelpFunction = HWND(WINAPI*)(HWND caller, LPCWSTR file, UINT command, DWORD_PTR data);
+
+constexpr struct {
+  const WCHAR* code;
+  UiLanguage language;
+} kLanguages[] = {
+    {L"de", UiLanguage::kGerman},
+    {L"fr", UiLanguage::kFrench},
+    {L"zh", UiLanguage::kChinese},
+    {L"es", UiLanguage::kSpanish},
+};
+
+// The file that the registry names as the component's, or none. Never a file of that name found on the search path: we
+// are in somebody else's process, which may have been started anywhere.
+HMODULE LoadComponent() {
+  WCHAR file[MAX_PATH];
+  DWORD size = sizeof file;
+  if (RegGetValueW(HKEY_CLASSES_ROOT, kComponentKey, nullptr, RRF_RT_REG_SZ, nullptr, file, &size) != ERROR_SUCCESS) {
+    return nullptr;
+  }
+  return LoadLibraryW(file);
+}
+
+BOOL CALLBACK FindHtmlHelp(PINIT_ONCE, void*, void** found) {
+  const HMODULE component = LoadComponent();
+  *found = component ? reinterpret_cast<void*>(GetProcAddress(component, "HtmlHelpW")) : nullptr;
+  return TRUE;
+}
+
+// The component's entry, looked for at the first call of the process and never again; it stays loaded.
+HtmlHelpFunction HtmlHelp() {
+  static INIT_ONCE looked_for = INIT_ONCE_STATIC_INIT;
+  void* found = nullptr;
+  InitOnceExecuteOnce(&looked_for, FindHtmlHelp, nullptr, &found);
+  return reinterpret_cast<HtmlHelpFunction>(found);
+}
+
+// The driver's information in one runtime-heap block, or none.
+RuntimeBlock<DRIVER_INFO_3W> DriverInfo(HANDLE printer) {
+  DWORD size = 0;
+  GetPrinterDriverW(printer, nullptr, 3, nullptr, 0, &size);
+  if (size < sizeof(DRIVER_INFO_3W)) return nullptr;
+  RuntimeBlock<DRIVER_INFO_3W> info(static_cast<DRIVER_INFO_3W*>(std::calloc(1, size)));
+  if (!info || !GetPrinterDriverW(printer, nullptr, 3, reinterpret_cast<BYTE*>(info.get()), size, &size)) return nullptr;
+  return info;
+}
+
+}  // namespace
+
+UiLanguage GetUiLanguage() {
+  // Two letters and the terminator tell the languages apart; a longer code is none of them.
+  const StringText code = LoadText(IDS_LANGUAGE);
+  for (const auto& one : kLanguages) {
+    if (std::equal(code.begin(), code.begin() + 3, one.code)) return one.language;
+  }
+  return UiLanguage::kEnglish;
+}
+
+void HelpClick(HWND dialog, HANDLE printer, const WCHAR* topic) {
+  const TraceScope trace("HelpClick");
+  const auto info = DriverInfo(printer);
+  if (!info || !info->pHelpFile) return;
+  const HelpPath path = BuildHelpPath(info->pHelpFile, GetUiLanguage(), topic);
+  if (!path[0]) {
+    LOG_ERROR("The help path is too long");
+    return;
+  }
+  if (const auto html_help = HtmlHelp()) html_help(dialog, path.data(), kDisplayTopic, 0);
+}
+
+}  // namespace r5lqz

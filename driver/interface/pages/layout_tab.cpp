@@ -1,0 +1,131 @@
+// The Layout tab: orientation, rotation and mirroring, and a copy count that stays hidden and can only be 1.
+#include <windows.h>
+
+#include <commctrl.h>
+
+#include <array>
+
+#include "diag/bounded_format.h"
+#include "diag/number_text.h"
+#include "diag/trace.h"
+#include "pages/dialog_helpers.h"
+#include "pages/help.h"
+#include "pages/tab.h"
+#include "resources/resource_ids.h"
+
+namespace r5lqz {
+namespace layout_tab {
+namespace {
+
+constexpr WCHAR kHelpTopic[] = L"::/topics/task-setting_up_layout_options.html";
+constexpr SHORT kFewestCopies = 1;
+constexpr SHORT kMostCopies = 1;
+
+// The check boxes and the fields that they show.
+constexpr struct {
+  int control;
+  DWORD PrivateDevMode::*field;
+} kFlags[] = {
+    {IDC_LAYOUT_ROTATE, &PrivateDevMode::rotate180},
+    {IDC_LAYOUT_MIRROR, &PrivateDevMode::mirrorImage},
+    {IDC_LAYOUT_DRIVER_COPIES, &PrivateDevMode::usePrivateCopies},
+};
+
+void DisplayNumberCopies(HWND dialog, const DriverDevMode& working) {
+  const TraceScope trace("DisplayNumberCopies");
+  const PrivateDevMode& own = working.dm_private;
+  const SHORT copies = own.usePrivateCopies ? own.copies : working.dm_public.dmCopies;
+  std::array<WCHAR, 26> text;
+  FormatBounded(std::span(text), L"%ld", static_cast<LONG>(copies));
+  SetDlgItemTextW(dialog, IDC_LAYOUT_COPIES, text.data());
+  SendDlgItemMessageW(dialog, IDC_LAYOUT_COPIES_SPIN, UDM_SETPOS, 0, MAKELPARAM(copies, 0));
+}
+
+void InitDialog(HWND dialog, const DriverDevMode& working) {
+  const TraceScope trace("InitDialog");
+  const bool landscape = working.dm_public.dmOrientation == DMORIENT_LANDSCAPE;
+  CheckDlgButton(dialog, IDC_LAYOUT_LANDSCAPE, landscape ? BST_CHECKED : BST_UNCHECKED);
+  CheckDlgButton(dialog, IDC_LAYOUT_PORTRAIT, landscape ? BST_UNCHECKED : BST_CHECKED);
+  for (const auto& flag : kFlags) CheckDlgButton(dialog, flag.control, working.dm_private.*flag.field);
+  SendDlgItemMessageW(dialog, IDC_LAYOUT_COPIES_SPIN, UDM_SETRANGE, 0, MAKELPARAM(kMostCopies, kFewestCopies));
+  DisplayNumberCopies(dialog, working);
+}
+
+bool GetNumberCopies(HWND dialog, DriverDevMode& working) {
+  const TraceScope trace("GetNumberCopies");
+  std::array<char, 20> text{};
+  if (!ReadAndValidateInt(dialog, IDC_LAYOUT_COPIES, text, kFewestCopies, kMostCopies, IDS_INVALID_COPIES)) return false;
+  int copies = 0;
+  StringToInt(text.data(), &copies);
+  working.dm_public.dmCopies = working.dm_private.copies = static_cast<SHORT>(copies);
+  return true;
+}
+
+void ReInitPage(HWND dialog) {
+  const TraceScope trace("ReInitPage");
+  AnswerNotification(dialog, PSNRET_NOERROR);
+}
+
+// Whether the tab may be left.
+void ValidatePage(HWND dialog, PropertiesContext& context) {
+  const TraceScope trace("ValidatePage");
+  AnswerNotification(dialog, GetNumberCopies(dialog, context.working) ? FALSE : PSNRET_INVALID_NOCHANGEPAGE);
+}
+
+void OkClick(HWND dialog, PropertiesContext& context) {
+  const TraceScope trace("OkClick");
+  const bool landscape = IsDlgButtonChecked(dialog, IDC_LAYOUT_LANDSCAPE) == BST_CHECKED;
+  context.working.dm_public.dmOrientation = landscape ? DMORIENT_LANDSCAPE : DMORIENT_PORTRAIT;
+  for (const auto& flag : kFlags) {
+    context.working.dm_private.*flag.field = IsDlgButtonChecked(dialog, flag.control) == BST_CHECKED;
+  }
+  if (GetNumberCopies(dialog, context.working)) {
+    FinishApply(dialog, context);
+  } else {
+    AnswerNotification(dialog, PSNRET_INVALID_NOCHANGEPAGE);
+  }
+}
+
+void CancelClick(HWND dialog, const PropertiesContext& context) {
+  const TraceScope trace("CancelClick");
+  FinishReset(dialog, context);
+}
+
+void Notify(HWND dialog, UINT code, PropertiesContext& context) {
+  switch (code) {
+    case static_cast<UINT>(PSN_SETACTIVE):
+      return ReInitPage(dialog);
+    case static_cast<UINT>(PSN_KILLACTIVE):
+      return ValidatePage(dialog, context);
+    case static_cast<UINT>(PSN_APPLY):
+      return OkClick(dialog, context);
+    case static_cast<UINT>(PSN_RESET):
+      return CancelClick(dialog, context);
+    case static_cast<UINT>(PSN_HELP):
+      return HelpClick(dialog, context.printer, kHelpTopic);
+    default:
+      return;
+  }
+}
+
+}  // namespace
+}  // namespace layout_tab
+
+INT_PTR CALLBACK LayoutDlgProc(HWND dialog, UINT message, WPARAM /*w_param*/, LPARAM l_param) {
+  switch (message) {
+    case WM_INITDIALOG:
+      layout_tab::InitDialog(dialog, KeepContext(dialog, l_param).working);
+      return TRUE;
+    case WM_NOTIFY:
+      if (PropertiesContext* const context = ContextOf(dialog)) {
+        layout_tab::Notify(dialog, reinterpret_cast<const NMHDR*>(l_param)->code, *context);
+      }
+      return TRUE;
+    case WM_COMMAND:
+      return TRUE;
+    default:
+      return FALSE;
+  }
+}
+
+}  // namespace r5lqz
