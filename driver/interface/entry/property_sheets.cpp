@@ -31,6 +31,7 @@ struct Tab {
 
 // In the order in which they are shown.
 constexpr Tab kDocumentTabs[] = {
+    {IDD_PAGE_TAB, PageDlgProc, IDS_TAB_PAGE, true},
     {IDD_COLOR_TAB, ColorDlgProc, IDS_TAB_COLOR, true},
     {IDD_LAYOUT_TAB, LayoutDlgProc, IDS_TAB_LAYOUT, true},
     {IDD_ABOUT_TAB, AboutDlgProc, IDS_TAB_ABOUT, true},

@@ -32,5 +32,6 @@ INT_PTR CALLBACK AboutDlgProc(HWND dialog, UINT message, WPARAM w_param, LPARAM 
 INT_PTR CALLBACK ColorDlgProc(HWND dialog, UINT message, WPARAM w_param, LPARAM l_param);
 INT_PTR CALLBACK DeviceDlgProc(HWND dialog, UINT message, WPARAM w_param, LPARAM l_param);
 INT_PTR CALLBACK LayoutDlgProc(HWND dialog, UINT message, WPARAM w_param, LPARAM l_param);
+INT_PTR CALLBACK PageDlgProc(HWND dialog, UINT message, WPARAM w_param, LPARAM l_param);
 
 }  // namespace r5lqz
