@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # What the scripts share: where things lie, one line per step, the project's own Wine prefix. Sourced, never run.
 set -euo pipefail
 
@@ -38,7 +39,7 @@ try_step() { # title log command...
   "$@" >"$log" 2>&1 </dev/null 9>&- || rc=$?
   kill "$ticker" 2>/dev/null || true
   wait "$ticker" 2>/dev/null || true
-  end=done
+  end='done'
   [ $rc = 0 ] || end="failed ($rc)"
   if [ -t 1 ]; then printf '\r\033[K%-46s ' "$title"; fi
   printf '%4d s  %s\n' $((SECONDS - start)) "$end"
@@ -62,7 +63,7 @@ own_build_folder() {
 }
 
 build_preset() { # preset [targets...]
-  local preset=$1 fresh=() targets=()
+  local preset=$1 targets=()
   shift
   if [ $# -gt 0 ]; then targets=(--target "$@"); fi
   # A clone that was moved or copied together with its build folder starts anew instead of failing.
@@ -82,7 +83,7 @@ export_wine_environment() {
   export XAUTHORITY="${XAUTHORITY:-${HOME:-/nonexistent}/.Xauthority}"
   # Home, temporary files and prefix all lie in the build folder: Wine links to the first and keeps its server's
   # socket in the second.
-  export WINEPREFIX="${R5LQZ_WINEPREFIX:-$build/wine-prefix}" HOME="$build/wine-home" TMPDIR="$build/wine-tmp"
+  export WINEPREFIX="$build/wine-prefix" HOME="$build/wine-home" TMPDIR="$build/wine-tmp"
   # -all also silences the remark about a 32-bit Wine, which nothing here needs.
   export WINEDEBUG="${WINEDEBUG:--all}" WINEARCH=win64
   # No start-menu entries of Wine's for the user's desktop.

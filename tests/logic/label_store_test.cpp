@@ -5,7 +5,6 @@ namespace {
 
 class LabelStore : public ModuleTest {
  protected:
-  static std::span<const std::byte> Names(std::u16string_view list) { return std::as_bytes(std::span(list)); }
   static PrinterLabel Label(const char* name) {
     PrinterLabel label{};
     std::snprintf(label.name, sizeof label.name, "%s", name);
@@ -59,24 +58,26 @@ TEST_F(LabelStore, NextIdFollowsTheHighestNumber) {
   log_mask = kMessageBit;
   EXPECT_EQ(NextId(), 258);
   EXPECT_EQ(LogLines(), std::vector<std::string>{"[Error] Could not find label list in registry: 0x2"});
+  // A bar stands for the end of a name.
   const std::pair<std::u16string, SHORT> kLists[] = {
-      {std::u16string(u"258\0260\0259\0", 12), 261},
-      {std::u16string(u"abc\0+259\0", 9), 260},
-      {std::u16string(u" 300x\0-7\0", 9), 301},
-      {std::u16string(u"99999999999999999999\0", 21), 258},      // no number that an int holds
-      {std::u16string(u"65794\0", 6), 259},                      // 258, as 16 bits
-      {std::u16string(u"32767\0258\0260\0", 14), 259},           // used up: the lowest free one
-      {std::u16string(u"258\0259", 7), 260},                     // neither closing name nor terminator
-      {std::u16string(u"\0", 1), 258},
-      {std::u16string(), 258},
+      {u"258|260|259||", 261},
+      {u"abc|+259||", 260},
+      {u" 300x|-7||", 301},
+      {u"99999999999999999999||", 258},  // no number that an int holds
+      {u"65794||", 259},                 // 258, as 16 bits
+      {u"32767|258|260||", 259},         // used up: the lowest free one
+      {u"258|259", 260},                 // neither closing name nor terminator
+      {u"|", 258},
+      {u"", 258},
   };
-  for (const auto& [list, id] : kLists) {
-    platform::SetKeyListBytes(kPrinterName, "Label Sizes", Names(list));
+  for (auto [list, id] : kLists) {
+    std::replace(list.begin(), list.end(), u'|', u'\0');
+    platform::SetKeyListBytes(kPrinterName, "Label Sizes", std::as_bytes(std::span(list)));
     EXPECT_EQ(NextId(), id);
   }
-  const std::u16string odd = u"258\0259";
-  platform::SetKeyListBytes(kPrinterName, "Label Sizes", Names(odd).first(5));
-  EXPECT_EQ(NextId(), 259);
+  constexpr std::u16string_view kHalf = u"258x";
+  platform::SetKeyListBytes(kPrinterName, "Label Sizes", std::as_bytes(std::span(kHalf)).first(5));
+  EXPECT_EQ(NextId(), 259) << "an odd byte at the end";
 }
 
 TEST_F(LabelStore, UnreadableLabelsAreLeftOut) {

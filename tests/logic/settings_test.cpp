@@ -24,7 +24,7 @@ TEST_F(Settings, DefaultsAreTheDocumentedRecord) {
 
   DriverDevMode expected{};
   std::memcpy(expected.dm_public.dmDeviceName, L"Printer", sizeof L"Printer");
-  PutForm(expected.dm_public, {0x0401, 0x0401, 220, 644});
+  PutForm(&expected.dm_public, {0x0401, 0x0401, 220, 644});
   expected.dm_public.dmFields = 0x00015F03;
   expected.dm_public.dmOrientation = 1;
   expected.dm_public.dmPaperSize = 257;
@@ -106,7 +106,8 @@ TEST_F(Settings, ConversionCopiesWhatBothHoldAndKeepsTheOutputsForm) {
       EXPECT_EQ(out.bytes(), before);
     } else {
       // The bytes behind the header that were copied, and no others, are the input's.
-      const auto copied = std::count(out.bytes().begin() + kFormEnd, out.bytes().end(), '\x11');
+      const auto behind = out.span().subspan(kFormEnd);
+      const auto copied = std::count(behind.begin(), behind.end(), std::byte{0x11});
       EXPECT_LE(copied, std::max<LONG>(one.copied - static_cast<LONG>(kFormEnd), 0));
     }
   }
@@ -137,7 +138,7 @@ TEST_F(Settings, OutputTakesTheCallersShape) {
   const Record newer(300, 9000, 0x0500);
   const Record roomy(300, 9000, 0x0500);
   EXPECT_TRUE(CopyDevModeToOutput(working, newer.get(), roomy.get()));
-  EXPECT_EQ(FormOf(*roomy.get()).total(), 864u) << "never larger than the driver's own";
+  EXPECT_EQ(FormOf(roomy.get()).total(), 864u) << "never larger than the driver's own";
 
   EXPECT_TRUE(CopyDevModeToOutput(working, roomy.get(), roomy.get())) << "one buffer as shape and output";
   EXPECT_EQ(std::memcmp(roomy.get(), &working, sizeof working), 0);
@@ -228,7 +229,7 @@ TEST_F(Settings, UnusableSourceLeavesTheDestination) {
 TEST_F(Settings, ValidationForcesEveryField) {
   DriverDevMode record;
   std::memset(&record, 0x7E, sizeof record);  // every number far out of range
-  PutForm(record.dm_public, kCurrentForm);
+  PutForm(&record.dm_public, kCurrentForm);
   record.dm_public.dmPaperSize = 9;
   ValidateDevmode(record, printer());
   const DEVMODEW& settings = record.dm_public;
@@ -320,28 +321,28 @@ TEST_F(Settings, LabelNumbersResolveToTheirLabel) {
 
 TEST_F(Settings, DumpShowsWhatTheRecordHolds) {
   Record record(Defaults());
-  DumpDevMode(*record.get());
+  DumpDevMode(record.get());
   EXPECT_TRUE(LogLines().empty()) << "tracing is off";
 
   log_mask = kMessageBit;
-  DumpDevMode(*record.get());
+  DumpDevMode(record.get());
   const auto lines = LogLines();
   ASSERT_EQ(lines.size(), 2u + 29 + 2 + 15);
   EXPECT_EQ(lines.front(), "[Info]  <Public-DevMode>");
   EXPECT_EQ(lines[4], "[Info]  dmDriverExtra      = 644");
   EXPECT_EQ(lines[19], "[Info]  dmFormName         = Custom");
-  EXPECT_EQ(lines[27], "[Info]  dmICMMethod        = 0");
+  EXPECT_EQ(lines[26], "[Info]  dmICMMethod        = 0");
   EXPECT_EQ(lines[32], "[Info]  signature                   = 405291008");
   EXPECT_EQ(lines[44], "[Info]  width_string                = 4.125");
   EXPECT_EQ(lines.back(), "[Info]  </Private-DevMode>");
 
   // Texts without a terminator, and a private part that ends early: nothing beyond is read.
   Record cut(220, 90);
-  DumpDevMode(*cut.get());
+  DumpDevMode(cut.get());
   EXPECT_EQ(LogLines().size() - lines.size(), 2u + 29 + 2 + 8);
 
   Record older(188, 112);
-  DumpDevMode(*older.get());
+  DumpDevMode(older.get());
   EXPECT_EQ(LogLines().back(), "[Info]  DevMode is invalid. The values of sizeof(DEVMODE) and dmSize do not match.");
 }
 

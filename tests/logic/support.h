@@ -15,7 +15,7 @@
 #include "diag/trace.h"
 #include "entry/printer_interface.h"
 #include "labels/label_store.h"
-#include "platform/native/control.h"
+#include "native/control.h"
 #include "settings/conversion.h"
 
 namespace r5lqz {
@@ -37,7 +37,7 @@ class Record {
   Record(WORD public_size, WORD private_size, WORD spec_version = 0x0401)
       : size_(std::max<std::size_t>(std::size_t{public_size} + private_size, kFormEnd)), bytes_(new BYTE[size_]) {
     std::memset(bytes_.get(), 0xA5, size_);
-    PutForm(*get(), {spec_version, 0x0401, public_size, private_size});
+    PutForm(get(), {spec_version, 0x0401, public_size, private_size});
   }
   // A copy of a complete record.
   explicit Record(const DriverDevMode& whole) : Record(kPublicSize, kPrivateSize) {
@@ -47,6 +47,7 @@ class Record {
   DEVMODEW* operator->() const { return get(); }
   DriverDevMode& whole() const { return *reinterpret_cast<DriverDevMode*>(bytes_.get()); }
   std::size_t size() const { return size_; }
+  std::span<const std::byte> span() const { return std::as_bytes(std::span(bytes_.get(), size_)); }
   std::string bytes() const { return {reinterpret_cast<const char*>(bytes_.get()), size_}; }
 
  private:
@@ -72,6 +73,10 @@ class ModuleTest : public testing::Test {
   ModuleTest() {
     platform::Reset();
     log_mask = 0;
+    // The paths of the trace files are built once in a process; they are nobody's leak.
+    LogMessage(kErrorLevel, "first");
+    LoadLogMask();
+    platform::Reset();
     platform::AddPrinter(kPrinterName, kDriverName);
     printer_ = platform::OpenTestPrinter(kPrinterName);
     platform::WatchRuntimeHeap(true);

@@ -14,7 +14,7 @@ constexpr ULONG kDeviceProfileSize = sizeof kDeviceProfile;  // bytes, with the 
 
 // The signature where a record of this driver carries it; a record that ends before it has none.
 bool CarriesSignature(const DEVMODEW* record) {
-  if (!record || FormOf(*record).total() < kPublicSize + sizeof(DWORD)) return false;
+  if (!record || FormOf(record).total() < kPublicSize + sizeof(DWORD)) return false;
   DWORD signature = 0;
   std::memcpy(&signature, reinterpret_cast<const std::byte*>(record) + kPublicSize, sizeof signature);
   return signature == kSignature;

@@ -21,7 +21,7 @@ bool Holds(LONG count, DWORD needed) {
 BOOL ConvertAsTheCallerChose(const DEVMODEW* in, DEVMODEW* out, LONG& count) {
   // A buffer too small for the header words has none to read.
   if (!out || !Holds(count, kFormEnd)) return Refuse(ERROR_INVALID_PARAMETER);
-  const DWORD needed = FormOf(*out).total();
+  const DWORD needed = FormOf(out).total();
   if (!Holds(count, needed) || ConvertDevMode(in, out) <= 0) return Refuse(ERROR_INVALID_PARAMETER);
   count = static_cast<LONG>(needed);
   return TRUE;
@@ -37,11 +37,11 @@ bool HasRoom(const DEVMODEW* out, LONG& count, DWORD needed) {
 BOOL ConvertToOlderForm(const DEVMODEW* in, DEVMODEW* out, LONG& count) {
   const LONG before_count = count;
   if (!HasRoom(out, count, kOlderForm.total())) return Refuse(ERROR_INSUFFICIENT_BUFFER);
-  const RecordForm before = FormOf(*out);
-  PutForm(*out, kOlderForm);
+  const RecordForm before = FormOf(out);
+  PutForm(out, kOlderForm);
   if (ConvertDevMode(in, out) > 0) return TRUE;
   // A refused call changes nothing.
-  PutForm(*out, before);
+  PutForm(out, before);
   count = before_count;
   return Refuse(ERROR_INVALID_PARAMETER);
 }

@@ -9,15 +9,19 @@ namespace r5lqz {
 namespace {
 
 // The paper of a job's own record; 0, which no printer knows, when the record ends before it.
-SHORT PaperOf(const DEVMODEW& record) {
-  constexpr std::size_t kPaperEnd = offsetof(DEVMODEW, dmPaperSize) + sizeof(record.dmPaperSize);
-  return FormOf(record).public_size >= kPaperEnd ? record.dmPaperSize : SHORT{0};
+SHORT PaperOf(const DEVMODEW* record) {
+  constexpr std::size_t kOffset = offsetof(DEVMODEW, dmPaperSize);
+  SHORT paper = 0;
+  if (FormOf(record).public_size >= kOffset + sizeof paper) {
+    std::memcpy(&paper, reinterpret_cast<const std::byte*>(record) + kOffset, sizeof paper);
+  }
+  return paper;
 }
 
 // Whether the job's paper is one that this printer knows: a size of the application's own, or one of its labels.
 BOOL QueryPrintForm(const DEVQUERYPRINT_INFO& info) {
   const TraceScope trace("QueryPrintForm");
-  const SHORT paper = PaperOf(*info.pDevMode);
+  const SHORT paper = PaperOf(info.pDevMode);
   if (paper == kUserPaper) return TRUE;
   PrinterLabel labels[kMostLabels];
   LONG count = 0;

@@ -92,9 +92,10 @@ typedef struct _DOCEVENT_FILTER {
 extern "C" DWORD WINAPI DeletePrinterKeyW(HANDLE printer, LPCWSTR key);
 #endif
 
-// The entry points that the platform's headers do not declare.
+// The entry points that the platform's headers do not all declare.
 extern "C" {
 BOOL WINAPI DrvConvertDevMode(LPTSTR printer_name, PDEVMODE in, PDEVMODE out, PLONG count, DWORD mode);
+int WINAPI DrvDocumentEvent(HANDLE printer, HDC device, int event, ULONG in_size, PVOID in, ULONG out_size, PVOID out);
 LONG WINAPI DrvDocumentPropertySheets(PPROPSHEETUI_INFO info, LPARAM param);
 BOOL WINAPI DevQueryPrintEx(PDEVQUERYPRINT_INFO info);
 DWORD WINAPI DrvDeviceCapabilities(HANDLE printer, LPWSTR device_name, WORD capability, PVOID output, PDEVMODEW record);

@@ -72,7 +72,7 @@ const DEVMODEW* StoredDefault(const PRINTER_INFO_2W& info) {
   const auto at = reinterpret_cast<std::uintptr_t>(record);
   // Elsewhere than in the block there is nothing to measure it by.
   if (at < start || at >= end) return record;
-  const bool fits = end - at >= kFormEnd && end - at >= FormOf(*record).total();
+  const bool fits = end - at >= kFormEnd && end - at >= FormOf(record).total();
   if (!fits) LOG_ERROR("The printer's stored settings are cut off: %u bytes", static_cast<unsigned>(end - at));
   return fits ? record : nullptr;
 }

@@ -30,10 +30,10 @@ void DumpBoth(const DEVMODEW* in, const DEVMODEW* out) {
 
 LONG Convert(const DEVMODEW* in, DEVMODEW* out) {
   if (!in) return -1;
-  const RecordForm in_form = FormOf(*in);
+  const RecordForm in_form = FormOf(in);
   if (SpecVersionOf(in_form) == 0 || !out) return -1;
 
-  RecordForm out_form = FormOf(*out);
+  RecordForm out_form = FormOf(out);
   out_form.spec_version = SpecVersionOf(out_form);
   // An output that is too small for its own form words could not keep them: its private part would lie over them.
   if (out_form.spec_version == 0 || out_form.public_size < kFormEnd) return -1;
@@ -44,23 +44,12 @@ LONG Convert(const DEVMODEW* in, DEVMODEW* out) {
   auto* const to = reinterpret_cast<std::byte*>(out);
   // Applications pass one buffer as input and output.
   std::memmove(to, from, public_bytes);
-  PutForm(*out, out_form);
+  PutForm(out, out_form);
   std::memmove(to + out_form.public_size, from + in_form.public_size, private_bytes);
   return static_cast<LONG>(public_bytes + private_bytes);
 }
 
 }  // namespace
-
-RecordForm FormOf(const DEVMODEW& record) {
-  return {record.dmSpecVersion, record.dmDriverVersion, record.dmSize, record.dmDriverExtra};
-}
-
-void PutForm(DEVMODEW& record, const RecordForm& form) {
-  record.dmSpecVersion = form.spec_version;
-  record.dmDriverVersion = form.driver_version;
-  record.dmSize = form.public_size;
-  record.dmDriverExtra = form.private_size;
-}
 
 LONG ConvertDevMode(const DEVMODEW* in, DEVMODEW* out) {
   const TraceScope trace("ConvertDevMode");
@@ -76,9 +65,9 @@ BOOL CopyDevModeToOutput(const DriverDevMode& working, const DEVMODEW* shape, DE
     return TRUE;
   }
   // The shape and the output may be one record, so it is read before anything is written.
-  const RecordForm wanted = FormOf(*shape);
-  const RecordForm before = FormOf(*out);
-  RecordForm form = FormOf(working.dm_public);
+  const RecordForm wanted = FormOf(shape);
+  const RecordForm before = FormOf(out);
+  RecordForm form = FormOf(&working.dm_public);
   if (wanted.public_size < form.public_size) {
     form.spec_version = wanted.spec_version;
     form.public_size = wanted.public_size;
@@ -87,9 +76,9 @@ BOOL CopyDevModeToOutput(const DriverDevMode& working, const DEVMODEW* shape, DE
     form.driver_version = wanted.driver_version;
     form.private_size = wanted.private_size;
   }
-  PutForm(*out, form);
+  PutForm(out, form);
   if (ConvertDevMode(&working.dm_public, out) > 0) return TRUE;
-  PutForm(*out, before);
+  PutForm(out, before);
   return FALSE;
 }
 

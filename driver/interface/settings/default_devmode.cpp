@@ -21,7 +21,7 @@ constexpr DWORD kDefaultUnits = 1;  // inches
 constexpr DWORD kRelativeColorimetric = 1;
 
 void SetPublicDefaults(DEVMODEW& settings) {
-  PutForm(settings, kCurrentForm);
+  PutForm(&settings, kCurrentForm);
   settings.dmFields = kDefaultFields;
   settings.dmOrientation = DMORIENT_PORTRAIT;
   settings.dmPaperSize = kCustomPage;

@@ -7,6 +7,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <span>
 
 namespace r5lqz {
@@ -65,10 +66,20 @@ struct RecordForm {
 };
 
 // The bytes of a record that hold its form; nobody can hand over a shorter one.
-inline constexpr std::size_t kFormEnd = offsetof(DEVMODEW, dmFields);
+inline constexpr std::size_t kFormOffset = offsetof(DEVMODEW, dmSpecVersion);
+inline constexpr std::size_t kFormEnd = kFormOffset + sizeof(RecordForm);
+static_assert(kFormEnd == offsetof(DEVMODEW, dmFields) && offsetof(DEVMODEW, dmSize) == kFormOffset + 4);
 
-RecordForm FormOf(const DEVMODEW& record);
-void PutForm(DEVMODEW& record, const RecordForm& form);
+// Reads and writes the form words of a record of any size, wherever it lies: a foreign record need not be a whole
+// DEVMODEW, so it is touched as bytes.
+inline RecordForm FormOf(const DEVMODEW* record) {
+  RecordForm form;
+  std::memcpy(&form, reinterpret_cast<const std::byte*>(record) + kFormOffset, sizeof form);
+  return form;
+}
+inline void PutForm(DEVMODEW* record, const RecordForm& form) {
+  std::memcpy(reinterpret_cast<std::byte*>(record) + kFormOffset, &form, sizeof form);
+}
 
 // The form that the driver's records have, and the older one that DrvConvertDevMode makes on request (300 bytes).
 inline constexpr RecordForm kCurrentForm{kSpecVersion, kDriverVersion, kPublicSize, kPrivateSize};
@@ -101,8 +112,8 @@ inline constexpr Limits kOffsetLimits{-2400, 2400, 0};   // 1/1200 inch
 // `printer` (open, or none) gives the default colour profile. Always TRUE.
 BOOL SetupDefaultDevMode(DriverDevMode& record, const WCHAR* device_name, HANDLE printer);
 
-// Writes a record to the trace log, line by line; reads nothing beyond what it claims to hold.
-void DumpDevMode(const DEVMODEW& record);
+// Writes a record (which must be there) to the trace log, line by line; reads nothing beyond what it claims to hold.
+void DumpDevMode(const DEVMODEW* record);
 
 // A line of text, then the record, when messages are traced and there is a record.
 void DumpTitled(const char* title, const DEVMODEW* record);

@@ -135,13 +135,13 @@ void DumpPart(std::span<const DumpedField> fields, int name_width, std::span<con
 
 }  // namespace
 
-void DumpDevMode(const DEVMODEW& record) {
+void DumpDevMode(const DEVMODEW* record) {
   const RecordForm form = FormOf(record);
   if (form.public_size != kPublicSize) {
     LOG_INFO("DevMode is invalid. The values of sizeof(DEVMODE) and dmSize do not match.");
     return;
   }
-  const std::span bytes(reinterpret_cast<const std::byte*>(&record), form.total());
+  const std::span bytes(reinterpret_cast<const std::byte*>(record), form.total());
   LOG_INFO("<Public-DevMode>");
   DumpPart(kPublicFields, kPublicNameWidth, bytes.first(kPublicSize));
   LOG_INFO("</Public-DevMode>");
@@ -153,7 +153,7 @@ void DumpDevMode(const DEVMODEW& record) {
 void DumpTitled(const char* title, const DEVMODEW* record) {
   if (!Logs(kMessageBit)) return;
   LOG_INFO("%s", title);
-  if (record) DumpDevMode(*record);
+  if (record) DumpDevMode(record);
 }
 
 }  // namespace r5lqz

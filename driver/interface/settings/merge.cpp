@@ -43,22 +43,22 @@ constexpr std::array kMergedFields{
 #undef MERGED_FIELD
 
 void DumpBoth(const char* destination_title, const DriverDevMode& destination, const char* source_title,
-              const DEVMODEW& source) {
+              const DEVMODEW* source) {
   DumpTitled(destination_title, &destination.dm_public);
-  DumpTitled(source_title, &source);
+  DumpTitled(source_title, source);
 }
 
 // The scratch record starts as a copy of the destination, so that whatever a short source does not cover keeps the
 // destination's value.
-BOOL Merge(DriverDevMode& destination, const DEVMODEW& source, HANDLE printer) {
+BOOL Merge(DriverDevMode& destination, const DEVMODEW* source, HANDLE printer) {
   const RuntimeBlock<DriverDevMode> scratch(static_cast<DriverDevMode*>(std::calloc(1, sizeof(DriverDevMode))));
   if (!scratch) return FALSE;
   DumpBoth("pdmDest:", destination, "pdmSrc:", source);
   *scratch = destination;
-  if (ConvertDevMode(&source, &scratch->dm_public) <= 0) return FALSE;
+  if (ConvertDevMode(source, &scratch->dm_public) <= 0) return FALSE;
   CopyDevmode(destination, *scratch);
   ValidateDevmode(destination, printer);
-  DumpBoth("pdmDest:", destination, "pdmSrc:", scratch->dm_public);
+  DumpBoth("pdmDest:", destination, "pdmSrc:", &scratch->dm_public);
   return TRUE;
 }
 
@@ -66,12 +66,12 @@ BOOL Merge(DriverDevMode& destination, const DEVMODEW& source, HANDLE printer) {
 
 BOOL MergeDevMode(DriverDevMode& destination, const DEVMODEW* source, HANDLE printer) {
   const TraceScope trace("MergeDevMode");
-  return trace.ReturnBool(source ? Merge(destination, *source, printer) : TRUE);
+  return trace.ReturnBool(source ? Merge(destination, source, printer) : TRUE);
 }
 
 void CopyDevmode(DriverDevMode& destination, const DriverDevMode& source) {
   const TraceScope trace("CopyDevmode");
-  DumpBoth("dest:", destination, "src:", source.dm_public);
+  DumpBoth("dest:", destination, "src:", &source.dm_public);
 
   auto* const to = reinterpret_cast<std::byte*>(&destination.dm_public);
   const auto* const from = reinterpret_cast<const std::byte*>(&source.dm_public);
@@ -87,7 +87,7 @@ void CopyDevmode(DriverDevMode& destination, const DriverDevMode& source) {
   }
   if (source.dm_private.signature == kSignature) destination.dm_private = source.dm_private;
 
-  DumpBoth("dest:", destination, "src:", source.dm_public);
+  DumpBoth("dest:", destination, "src:", &source.dm_public);
 }
 
 }  // namespace r5lqz

@@ -1,0 +1,32 @@
+#include "session.h"
+
+namespace demo {
+
+std::span<const DemoLabel> DemoLabels() {
+  // One of each unit, one with print offsets.
+  static constexpr DemoLabel labels[] = {
+      {{258, "Address 4 x 2 in", "4.000", "2.000", "0", "0", 1}, 1016, 508},
+      {{259, "Shipping 100 x 150 mm", "100.0", "150.0", "0", "0", 0}, 1000, 1500},
+      {{260, "Shelf tag 62 x 29 mm", "620", "290", "0", "0", 2}, 620, 290},
+      {{261, "Bottle 3.5 x 4.75 in", "3.500", "4.750", "24", "-60", 1}, 889, 1207},
+  };
+  return labels;
+}
+
+void StoreLabels(Session& session) {
+  session.report.Section("Label stocks stored as printer data");
+  session.report.Road("platform, SetPrinterDataExA");
+  static constexpr const char* kUnits[] = {"mm", "in", "1/10 mm"};
+  std::vector<Row> rows;
+  for (const auto& [stock, width, length] : DemoLabels()) {
+    if (const DWORD code = platform::StoreLabelStock(session.installed.printer, stock)) {
+      session.report.Failed(Format("SetPrinterDataExA for label %d", stock.number), code);
+      continue;
+    }
+    rows.push_back({Format("Label Sizes\\%d", stock.number), stock.name, stock.width, stock.length, kUnits[stock.units],
+                    stock.vertical_offset, stock.horizontal_offset});
+  }
+  session.report.Table({"key", "name", "width", "length", "units", "vert. 1/1200 in", "horz. 1/1200 in"}, rows);
+}
+
+}  // namespace demo

@@ -1,0 +1,35 @@
+// The steps of the demo and what they share.
+#pragma once
+
+#include <span>
+
+#include "console.h"
+#include "label_stock.h"
+#include "spooler_setup.h"
+
+namespace demo {
+
+/// A stock as it is stored, beside the size that applications must see of it, in tenths of a millimetre.
+struct DemoLabel {
+  platform::LabelStock stock;
+  LONG width;
+  LONG length;
+};
+
+std::span<const DemoLabel> DemoLabels();
+
+struct Session {
+  Report report;
+  platform::InstalledPrinter installed;
+};
+
+void StoreLabels(Session& session);
+void ShowPapers(Session& session);
+void ShowCapabilities(Session& session);
+void ShowDefaults(Session& session);
+void ShowMergeCases(Session& session);
+void ShowPrintQueries(Session& session);
+void ShowColorProfile(Session& session);
+void ShowTraceLog(Session& session);
+
+}  // namespace demo

@@ -1,0 +1,81 @@
+#include "spooler_fixture.h"
+
+#include "watchdog.h"
+
+namespace tests {
+namespace {
+
+// Beneath it a build puts this program two folders down.
+constexpr wchar_t kModuleFromHere[] = L"..\\..\\r5-lqz-ui.dll";
+constexpr unsigned kStallSeconds = 45;
+
+platform::InstalledPrinter installed;
+bool tried;
+platform::StepResult outcome;
+
+class Removal : public testing::Environment {
+ public:
+  void TearDown() override {
+    const auto result = platform::RemovePrinter(installed);
+    EXPECT_TRUE(result.Held()) << result.call << " answered " << result.code;
+  }
+};
+
+const bool prepared = [] {
+  StartWatchdog(kStallSeconds);
+  testing::AddGlobalTestEnvironment(new Removal);
+  return true;
+}();
+
+}  // namespace
+
+std::string Narrow(const wchar_t* text, std::size_t capacity) {
+  char narrow[1024];
+  const int length = WideCharToMultiByte(CP_UTF8, 0, text, static_cast<int>(wcsnlen(text, capacity)), narrow,
+                                         sizeof narrow, nullptr, nullptr);
+  return std::string(narrow, static_cast<std::size_t>(length));
+}
+
+std::wstring ModulePath() {
+  wchar_t path[MAX_PATH];
+  GetModuleFileNameW(nullptr, path, MAX_PATH);
+  std::wstring text(path);
+  text.erase(text.find_last_of(L'\\') + 1);
+  return text + kModuleFromHere;
+}
+
+void SpoolerTest::SetUp() {
+  if (!tried) {
+    tried = true;
+    outcome =
+        platform::InstallPrinter({ModulePath(), L"R5-LQZ tested driver", L"R5-LQZ tested printer", {}}, installed);
+  }
+  ASSERT_TRUE(outcome.Held()) << outcome.call << " answered " << outcome.code;
+  ASSERT_EQ(0u, platform::RemoveLabelStocks(Printer()));
+}
+
+HANDLE SpoolerTest::Printer() {
+  return installed.printer;
+}
+wchar_t* SpoolerTest::PrinterName() {
+  return installed.printer_name.data();
+}
+const platform::DriverEntries& SpoolerTest::Driver() {
+  return installed.entries;
+}
+HMODULE SpoolerTest::Module() {
+  return installed.module;
+}
+
+void SpoolerTest::Store(const platform::LabelStock& stock) {
+  ASSERT_EQ(0u, platform::StoreLabelStock(Printer(), stock)) << stock.number;
+}
+
+r5lqz::DriverDevMode SpoolerTest::Defaults() {
+  r5lqz::DriverDevMode record{};
+  LONG count = sizeof record;
+  EXPECT_TRUE(Driver().ConvertDevMode(PrinterName(), nullptr, &record.dm_public, &count, CDM_DRIVER_DEFAULT));
+  return record;
+}
+
+}  // namespace tests

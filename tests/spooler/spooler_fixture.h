@@ -1,0 +1,38 @@
+// The installed driver and printer that the tests of this program share, as an application finds them.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <string>
+#include <vector>
+
+#include "label_stock.h"
+#include "settings/driver_devmode.h"
+#include "spooler_setup.h"
+
+namespace tests {
+
+constexpr DWORD kPoisonedError = 0xDEAD;  // a last error that no call sets
+
+/// Narrow text of a fixed-size wide one, for comparing and printing.
+std::string Narrow(const wchar_t* text, std::size_t capacity);
+
+/// The module file that the build made.
+std::wstring ModulePath();
+
+/// Installs at the first test that needs it; every test begins without label stocks.
+class SpoolerTest : public testing::Test {
+ protected:
+  void SetUp() override;
+
+  static HANDLE Printer();
+  static wchar_t* PrinterName();
+  static const platform::DriverEntries& Driver();
+  static HMODULE Module();
+  void Store(const platform::LabelStock& stock);
+  /// The driver's default record, straight from it.
+  static r5lqz::DriverDevMode Defaults();
+};
+
+}  // namespace tests
