@@ -7,7 +7,7 @@
 #include "entry/printer_interface.h"
 #include "settings/conversion.h"
 
-#include "platform/native/control.h"
+#include "native/control.h"
 
 namespace {
 

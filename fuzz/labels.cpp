@@ -125,7 +125,10 @@ void CheckAdding(HANDLE printer, const PrinterLabel& label) {
   if (AddPrinterLabel(printer, &added) != ERROR_SUCCESS) return;
   PrinterLabel read{};
   REQUIRE(LoadPrinterLabel(printer, &read, added.id) == ERROR_SUCCESS);
-  REQUIRE(std::memcmp(&read, &label, offsetof(PrinterLabel, id)) == 0 && read.id == added.id);
+  REQUIRE(std::strcmp(read.name, label.name) == 0);
+  REQUIRE(std::strcmp(read.width, label.width) == 0 && std::strcmp(read.length, label.length) == 0);
+  REQUIRE(std::strcmp(read.vertOffset, label.vertOffset) == 0 && std::strcmp(read.horzOffset, label.horzOffset) == 0);
+  REQUIRE(read.units == label.units && read.id == added.id);
 }
 
 void CheckNextId(HANDLE printer, const std::vector<PrinterLabel>& labels) {

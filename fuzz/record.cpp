@@ -145,13 +145,20 @@ void RequireMerged(const DriverDevMode& record) {
   RequireValidPrivate(record.dm_private);
 }
 
+bool IsMergeable(const RecordForm& form) {
+  const bool known = form.public_size == 188 || form.public_size == 212 || form.public_size == 220;
+  return (known || form.spec_version != 0) && form.total() > 0;
+}
+
 // The driver's defaults with the records laid over them, the second first.
 DriverDevMode CheckMerge(const Record& first, const Record& second, HANDLE printer) {
   DriverDevMode settings;
   SetupDefaultDevMode(settings, L"Driver", printer);
   for (const Record* record : {&second, &first}) {
     const DriverDevMode before = settings;
-    if (MergeDevMode(settings, record->get(), printer)) {
+    const BOOL merged = MergeDevMode(settings, record->get(), printer);
+    REQUIRE(merged == IsMergeable(record->form()));
+    if (merged) {
       RequireMerged(settings);
     } else {
       REQUIRE(std::memcmp(&settings, &before, sizeof settings) == 0);
@@ -216,7 +223,8 @@ void CheckDocumentProperties(const Record& in, std::span<const std::byte> stored
   REQUIRE(header.cbOut == 864);
   REQUIRE(result == (mode == 0 ? 864 : printer ? 1 : -1));
   if (result != 1 || !(mode & (DM_OUT_DEFAULT | DM_OUT_BUFFER)) || out.size() != sizeof(DriverDevMode)) return;
-  if (ReadForm(out.bytes()).public_size == kPublicSize) RequireMerged(*out.As<DriverDevMode>());
+  // Of a record that cannot be merged nothing is taken, not even validation's changes to the defaults.
+  if (IsMergeable(in.form())) RequireMerged(*out.As<DriverDevMode>());
 }
 
 void CheckConvertEntry(const Head& head, const Record& in, const Record& given) {
