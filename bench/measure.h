@@ -1,4 +1,5 @@
-// What the benchmarks share: a printer with labels, and the calls and the time of the platform beside the time of the whole.
+// What the benchmarks share: a printer with labels, and the calls and the time of the platform beside the time of the
+// whole.
 #pragma once
 
 #include <benchmark/benchmark.h>
@@ -78,8 +79,8 @@ Timed TimeBest(bool layer_measures, Run& run) {
   return best;
 }
 
-// How much of a run is the module's own work, the rest being the in-memory platform's. The layer's clock makes each call
-// dearer; what of that falls outside of what it counts is learnt from a call that does nothing.
+// How much of a run is the module's own work, the rest being the in-memory platform's. The layer's clock makes each
+// call dearer; what of that falls outside of what it counts is learnt from a call that does nothing.
 template <typename Run>
 void ReportOwnShare(benchmark::State& state, Run& run) {
   auto nothing = [] { SetLastError(ERROR_SUCCESS); };

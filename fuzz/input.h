@@ -51,8 +51,8 @@ class Input {
   std::span<const std::byte> left_;
 };
 
-// A heap block of exactly `size` bytes, so that the sanitizer sees the first byte beyond it. What `content` does not fill
-// is `filler`.
+// A heap block of exactly `size` bytes, so that the sanitizer sees the first byte beyond it. What `content` does not
+// fill is `filler`.
 class Block {
  public:
   Block(std::size_t size, std::span<const std::byte> content, std::byte filler = std::byte{0})

@@ -109,6 +109,29 @@ void RequireSound(const PrinterLabel& label) {
   }
 }
 
+template <typename Field>
+void RequireStored(const std::string& key, const char* value, DWORD type, const Field& field) {
+  const auto data = platform::GetData(kPrinterName, key, value);
+  REQUIRE(data && data->type == type && data->bytes.size() <= sizeof field);
+  const auto end = type == REG_SZ ? std::find(data->bytes.begin(), data->bytes.end(), std::byte{0}) : data->bytes.end();
+  const auto size = static_cast<std::size_t>(end - data->bytes.begin());
+  REQUIRE(type == REG_SZ ? size < sizeof field : size == sizeof field);
+  REQUIRE(std::equal(data->bytes.begin(), end, reinterpret_cast<const std::byte*>(&field)));
+  if (type == REG_SZ) REQUIRE(reinterpret_cast<const char*>(&field)[size] == '\0');
+}
+
+// A label that was read is what is stored, every value of it whole and of its type.
+void RequireAsStored(const PrinterLabel& label) {
+  const std::string key = std::string(kParentKey) + "\\" + std::to_string(label.id);
+  RequireStored(key, "version", REG_DWORD, DWORD{1});
+  RequireStored(key, "name", REG_SZ, label.name);
+  RequireStored(key, "width", REG_SZ, label.width);
+  RequireStored(key, "length", REG_SZ, label.length);
+  RequireStored(key, "vertOffset", REG_SZ, label.vertOffset);
+  RequireStored(key, "horzOffset", REG_SZ, label.horzOffset);
+  RequireStored(key, "units", REG_DWORD, label.units);
+}
+
 std::vector<PrinterLabel> CheckList(HANDLE printer, LONG capacity) {
   const Block block(static_cast<std::size_t>(capacity) * sizeof(PrinterLabel), {}, std::byte{0xEE});
   auto* const labels = block.As<PrinterLabel>();
@@ -116,6 +139,7 @@ std::vector<PrinterLabel> CheckList(HANDLE printer, LONG capacity) {
   ReadPrinterLabelList(printer, labels, capacity, &count);
   REQUIRE(count >= 0 && count <= capacity);
   std::for_each(labels, labels + count, RequireSound);
+  std::for_each(labels, labels + count, RequireAsStored);
   return {labels, labels + count};
 }
 
@@ -125,17 +149,15 @@ void CheckAdding(HANDLE printer, const PrinterLabel& label) {
   if (AddPrinterLabel(printer, &added) != ERROR_SUCCESS) return;
   PrinterLabel read{};
   REQUIRE(LoadPrinterLabel(printer, &read, added.id) == ERROR_SUCCESS);
-  REQUIRE(std::strcmp(read.name, label.name) == 0);
-  REQUIRE(std::strcmp(read.width, label.width) == 0 && std::strcmp(read.length, label.length) == 0);
-  REQUIRE(std::strcmp(read.vertOffset, label.vertOffset) == 0 && std::strcmp(read.horzOffset, label.horzOffset) == 0);
-  REQUIRE(read.units == label.units && read.id == added.id);
+  REQUIRE(read.id == added.id && std::strcmp(read.name, label.name) == 0 && read.units == label.units);
 }
 
 void CheckNextId(HANDLE printer, const std::vector<PrinterLabel>& labels) {
   SHORT id = 0;
   GenerateNextLabelId(printer, &id);
   REQUIRE(id >= kFirstLabelId);
-  const bool taken = std::any_of(labels.begin(), labels.end(), [id](const PrinterLabel& label) { return label.id == id; });
+  const bool taken =
+      std::any_of(labels.begin(), labels.end(), [id](const PrinterLabel& label) { return label.id == id; });
   REQUIRE(!taken);
 }
 

@@ -1,5 +1,5 @@
-// Writes the seeds that are made by hand: make_seeds FOLDER fills FOLDER/TARGET for every target. The layouts of the inputs
-// are those of the targets' Head structures.
+// Writes the seeds that are made by hand: make_seeds FOLDER fills FOLDER/TARGET for every target. The layouts of the
+// inputs are those of the targets' Head structures.
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -38,7 +38,8 @@ string Wide(std::u16string_view text) {
   return string(reinterpret_cast<const char*>(text.data()), text.size() * sizeof(char16_t));
 }
 
-// --- Settings records ---------------------------------------------------------------------------------------------------
+// --- Settings records
+// ---------------------------------------------------------------------------------------------------
 
 struct Record {
   DriverDevMode settings;
@@ -88,11 +89,14 @@ void WriteRecords() {
   WriteRecord("claims-nothing", 1, 1, 72, 58, string(72, '\0'), full);
   WriteRecord("claims-much", 1, 1, 864, 58, Record().Form({0x0401, 0x0401, 0xFFFF, 0xFFFF}).bytes(), full);
   WriteRecord("private-cut-off", 1, 1, 230, 58, Record().Form({0x0401, 0x0401, 220, 10}).bytes(230), full);
+  WriteRecord("nothing-in-common", 0, 1, 188, 58, Record().Form({0x0401, 0x0401, 0, 0}).bytes(72),
+              Record().Form({0x0100, 0x0100, 188, 0}).bytes(188));
   WriteRecord("odd-address", 33, 1, 864, 58, older, full);
   WriteRecord("odd-size", 1, 1, 864, 58, Record().Form({0x0300, 0x0401, 201, 77}).bytes(278), full);
 }
 
-// --- Labels -------------------------------------------------------------------------------------------------------------
+// --- Labels
+// -------------------------------------------------------------------------------------------------------------
 
 string LabelHead(int flags, int capacity, const string& list, const string& second, int paper) {
   return Byte(flags) + Byte(capacity) + Number16(static_cast<int>(list.size())) +
@@ -118,8 +122,9 @@ void WriteLabels() {
   Write("labels", "three", LabelHead(1, 2, "", "", 259) + GoodLabel(258) + GoodLabel(260) + GoodLabel(259));
   Write("labels", "highest", plain + GoodLabel(0x7FFF) + GoodLabel(258));
   Write("labels", "negative", plain + GoodLabel(-1));
-  Write("labels", "unterminated", plain + Number16(258) + good + Unterminated("Roll") + Unterminated("101.6") +
-                                      Unterminated("1270.00") + good + good + good);
+  Write("labels", "unterminated",
+        plain + Number16(258) + good + Unterminated("Roll") + Unterminated("101.6") + Unterminated("1270.00") + good +
+            good + good);
   Write("labels", "exact-capacity", plain + Number16(258) + good + Unterminated(string(64, 'n')));
   Write("labels", "number-capacity", plain + Number16(258) + good + good + Unterminated("12345678"));
   Write("labels", "name-capacity", plain + Number16(258) + good + Unterminated(string(63, '\xE4')) + string(5, '\0'));
@@ -128,8 +133,9 @@ void WriteLabels() {
   Write("labels", "short-number", plain + Number16(258) + string(6, '\0') + Given(4, "\1\0"s));
   Write("labels", "name-binary", plain + Number16(258) + good + Given(3, "Roll"));
   Write("labels", "missing-units", plain + Number16(258) + string(6, '\0') + Byte(3));
-  Write("labels", "tenths", plain + Number16(258) + good + good + Given(1, "1016\0"s) + Given(1, "1270\0"s) +
-                                string(2, '\0') + Given(4, "\2\0\0\0"s));
+  Write("labels", "tenths",
+        plain + Number16(258) + good + good + Given(1, "1016\0"s) + Given(1, "1270\0"s) + string(2, '\0') +
+            Given(4, "\2\0\0\0"s));
   const string keys = Wide(u"258\0 +259x\0abc\0-1\0 99999999999\0\0"s);
   Write("labels", "given-list", LabelHead(2, 128, keys, "", 258) + GoodLabel(258) + GoodLabel(259));
   Write("labels", "list-cut-off", LabelHead(2, 128, keys.substr(0, 7), "", 258) + GoodLabel(258));
@@ -141,7 +147,8 @@ void WriteLabels() {
   Write("labels", "too-many", LabelHead(2, 128, many, "", 258) + GoodLabel(258));
 }
 
-// --- Profile lists and numbers ------------------------------------------------------------------------------------------
+// --- Profile lists and numbers
+// ------------------------------------------------------------------------------------------
 
 void WriteProfiles() {
   const auto head = [](int flags, int count, int second_size) {
@@ -161,9 +168,26 @@ void WriteProfiles() {
 
 void WriteNumbers() {
   int at = 0;
-  for (const char* text : {"", "+", "-.", ".5", "5.", "+4.125", "-0.5", "4,125", "1e3", "4.1.2", "12 ", "  4.125\t", " \t\r",
-                           "9999999", "-2147483648", "99999999999999999999", "0x10", "inf",
-                           "00000000000000000000000000000000.1", "179769313486231570814527423731704356798070567525844996.9"}) {
+  for (const char* text : {"",
+                           "+",
+                           "-.",
+                           ".5",
+                           "5.",
+                           "+4.125",
+                           "-0.5",
+                           "4,125",
+                           "1e3",
+                           "4.1.2",
+                           "12 ",
+                           "  4.125\t",
+                           " \t\r",
+                           "9999999",
+                           "-2147483648",
+                           "99999999999999999999",
+                           "0x10",
+                           "inf",
+                           "00000000000000000000000000000000.1",
+                           "179769313486231570814527423731704356798070567525844996.9"}) {
     Write("numbers", std::to_string(at++), text);
   }
 }

@@ -42,7 +42,8 @@ Texts TextsOf(const std::u16string& list, std::size_t most) {
 
 std::u16string Folded(std::u16string text) {
   for (char16_t& c : text) {
-    c = static_cast<char16_t>(reinterpret_cast<std::uintptr_t>(CharLowerW(reinterpret_cast<LPWSTR>(std::uintptr_t{c}))));
+    c = static_cast<char16_t>(
+        reinterpret_cast<std::uintptr_t>(CharLowerW(reinterpret_cast<LPWSTR>(std::uintptr_t{c}))));
   }
   return text;
 }

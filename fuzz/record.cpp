@@ -54,8 +54,8 @@ RecordForm ReadForm(std::span<const std::byte> record) {
   return form;
 }
 
-// A record in exactly as many bytes as it claims to have, but never fewer than its form words need; at an odd address on
-// demand. It is the last thing in its block.
+// A record in exactly as many bytes as it claims to have, but never fewer than its form words need; at an odd address
+// on demand. It is the last thing in its block.
 class Record {
  public:
   explicit Record(std::span<const std::byte> bytes, bool odd = false)
@@ -210,7 +210,8 @@ void CheckOutput(const DriverDevMode& working, const Record& shape) {
   RequireHandedOut(CopyDevModeToOutput(working, same.get(), same.get()), same.bytes(), shape.bytes(), shape.form());
 }
 
-// The whole road of an application's call: the printer's stored record, which may be cut off, then the application's own.
+// The whole road of an application's call: the printer's stored record, which may be cut off, then the application's
+// own.
 void CheckDocumentProperties(const Record& in, std::span<const std::byte> stored, DWORD mode, HANDLE printer) {
   platform::SetDevMode(kPrinterName, stored);
   const Block out = PoisonedOutput(in.form());
@@ -234,9 +235,9 @@ void CheckConvertEntry(const Head& head, const Record& in, const Record& given) 
   WCHAR known[] = L"Printer";
   WCHAR unknown[] = L"Nobody";
   LONG count = head.count;
-  const BOOL done = DrvConvertDevMode(head.flags & kUnknownName ? unknown : known,
-                                      head.flags & kNoInput ? nullptr : in.get(),
-                                      head.flags & kNoOutput ? nullptr : out.As<DEVMODEW>(), &count, head.mode % 8);
+  const BOOL done =
+      DrvConvertDevMode(head.flags & kUnknownName ? unknown : known, head.flags & kNoInput ? nullptr : in.get(),
+                        head.flags & kNoOutput ? nullptr : out.As<DEVMODEW>(), &count, head.mode % 8);
   if (!done) REQUIRE(out.Holds(before.bytes()));
   if (done) REQUIRE(count >= 0 && static_cast<std::size_t>(count) <= size);
   if (done) REQUIRE(static_cast<DWORD>(count) == ReadForm(out.bytes()).total());

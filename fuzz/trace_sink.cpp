@@ -1,5 +1,5 @@
-// Stands in for the module's log writer: formats each record, so that what its arguments point at is read as the log would
-// read it, and counts it. The linker puts it in the writer's place, hence the name.
+// Stands in for the module's log writer: formats each record, so that what its arguments point at is read as the log
+// would read it, and counts it. The linker puts it in the writer's place, hence the name.
 #include <cstdarg>
 
 #include "input.h"
