@@ -205,6 +205,9 @@ void CheckOutput(const DriverDevMode& working, const Record& shape) {
   const Block out(poison.bytes());
   RequireHandedOut(CopyDevModeToOutput(working, shape.get(), out.As<DEVMODEW>()), out.bytes(), poison.bytes(),
                    shape.form());
+  const Block whole(sizeof working, {});
+  REQUIRE(CopyDevModeToOutput(working, nullptr, whole.As<DEVMODEW>()));
+  REQUIRE(whole.Holds(std::as_bytes(std::span(&working, 1))));
   // Applications pass one buffer as shape and output.
   const Record same(shape.bytes());
   RequireHandedOut(CopyDevModeToOutput(working, same.get(), same.get()), same.bytes(), shape.bytes(), shape.form());
