@@ -62,17 +62,21 @@ own_build_folder() {
   flock -n 9 || { echo "$me: waiting for another run in this build folder"; flock 9; }
 }
 
+configure_preset() { # preset
+  # A clone that was moved or copied together with its build folder starts anew instead of failing.
+  if [ -e "$build/$1/CMakeCache.txt" ] &&
+    ! grep -qxF "CMAKE_HOME_DIRECTORY:INTERNAL=$root" "$build/$1/CMakeCache.txt"; then
+    rm -rf "${build:?}/$1"
+  fi
+  cd "$root"
+  step "Configuring the $1 build" "configure-$1" cmake --preset "$1"
+}
+
 build_preset() { # preset [targets...]
   local preset=$1 targets=()
   shift
   if [ $# -gt 0 ]; then targets=(--target "$@"); fi
-  # A clone that was moved or copied together with its build folder starts anew instead of failing.
-  if [ -e "$build/$preset/CMakeCache.txt" ] &&
-    ! grep -qxF "CMAKE_HOME_DIRECTORY:INTERNAL=$root" "$build/$preset/CMakeCache.txt"; then
-    rm -rf "${build:?}/$preset"
-  fi
-  cd "$root"
-  step "Configuring the $preset build" "configure-$preset" cmake --preset "$preset"
+  configure_preset "$preset"
   step "Building the $preset build" "build-$preset" cmake --build --preset "$preset" "${targets[@]}"
 }
 

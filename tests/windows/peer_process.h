@@ -1,0 +1,47 @@
+// Another process beside the test: this program again, in a role.
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+
+namespace tests {
+
+// Starts `role` and waits until it is in place. It goes on when told, and is ended with its owner if it still runs.
+class Peer {
+ public:
+  explicit Peer(const std::string& role, int number = 0);
+  ~Peer();
+  Peer(const Peer&) = delete;
+  Peer& operator=(const Peer&) = delete;
+
+  bool ready() const { return ready_; }
+  void Go() { SetEvent(go_); }
+  // Tells it to go on and waits for its end: its exit code, or kStalled.
+  DWORD Finish();
+
+  static constexpr DWORD kStalled = 0xDEAD;
+
+ private:
+  HANDLE ready_event_;
+  HANDLE go_;
+  HANDLE process_ = nullptr;
+  bool ready_ = false;
+};
+
+// The roles:
+// "hold"   takes the log's lock, and gives it back when told;
+// "die"    takes the log's lock, and ends with it when told;
+// "attach" attaches the module; answers the mask then, after every event but a document's start, and after that (4
+//          bits each, first lowest);
+// "write"  writes kWriterRecords records from each of kWriterThreads threads at once when told.
+inline constexpr int kWriterThreads = 4;
+inline constexpr int kWriterRecords = 200;  // of each thread
+
+// What a writer's thread writes as its record `number`: texts from some bytes to more than a file buffer holds.
+std::string WriterMessage(int writer, int thread, int number);
+
+// Plays the role that a command line names; the exit code, or -1 when it names none.
+int PlayRole(int argc, char** argv);
+
+}  // namespace tests
