@@ -20,8 +20,19 @@ endif()
 
 # What the module imports: DLLs that every Windows has.
 if(WIN32)
+  set(identity_def ${CMAKE_SOURCE_DIR}/driver/interface/spooler-identity.def)
+  set(identity_lib ${CMAKE_BINARY_DIR}/${CMAKE_STATIC_LIBRARY_PREFIX}spooler-identity${CMAKE_STATIC_LIBRARY_SUFFIX})
+  if(MSVC)
+    set(make_identity_lib ${CMAKE_AR} /nologo /machine:x64 /def:${identity_def} /out:${identity_lib})
+  else()
+    set(make_identity_lib ${CMAKE_DLLTOOL} -m i386:x86-64 -d ${identity_def} -l ${identity_lib})
+  endif()
+  add_custom_command(OUTPUT ${identity_lib} COMMAND ${make_identity_lib} DEPENDS ${identity_def} VERBATIM)
+  add_custom_target(r5lqz_identity_lib DEPENDS ${identity_lib})
+
   add_library(r5lqz_imports INTERFACE)
-  target_link_libraries(r5lqz_imports INTERFACE winspool spoolss mscms user32)
+  add_dependencies(r5lqz_imports r5lqz_identity_lib)
+  target_link_libraries(r5lqz_imports INTERFACE winspool ${identity_lib} mscms user32)
 endif()
 
 if(NOT WIN32)
