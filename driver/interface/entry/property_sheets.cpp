@@ -95,7 +95,7 @@ LONG OpenDocumentSheet(PROPSHEETUI_INFO& info, const DOCUMENTPROPERTYHEADER& hea
 // Whether the user may change the printer is seen by doing so.
 bool MayChangePrinter(HANDLE printer) {
   DWORD value = 1;
-  return SetPrinterDataW(printer, const_cast<WCHAR*>(kPermissionName), REG_DWORD, reinterpret_cast<BYTE*>(&value),
+  return SetPrinterDataW(printer, Writable(kPermissionName), REG_DWORD, reinterpret_cast<BYTE*>(&value),
                          sizeof value) == ERROR_SUCCESS;
 }
 

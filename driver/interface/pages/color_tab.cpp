@@ -2,7 +2,6 @@
 // the application.
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <iterator>
 
 #include "diag/bounded_text.h"
@@ -41,16 +40,10 @@ int QualityIndex(SHORT resolution) {
   return found != kResolutions.end() ? static_cast<int>(found - kResolutions.begin()) : kNormalQuality;
 }
 
-// An entry's own copy of its profile's name; the combo box keeps it as item value until FreeColorProfileItemData.
-RuntimeBlock<WCHAR> CopyName(const WCHAR* name) {
-  const std::size_t size = (std::wcslen(name) + 1) * sizeof(WCHAR);
-  RuntimeBlock<WCHAR> copy(static_cast<WCHAR*>(std::malloc(size)));
-  if (copy) std::memcpy(copy.get(), name, size);
-  return copy;
-}
-
+// Each entry has a copy of its profile's name of its own; the combo box keeps it as item value until
+// FreeColorProfileItemData.
 void AddProfile(HWND box, const WCHAR* name) {
-  RuntimeBlock<WCHAR> copy = CopyName(name);
+  RuntimeBlock<WCHAR> copy = CopyOfText(name);
   if (!copy) return;
   const LRESULT entry = SendMessageW(box, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(copy.get()));
   if (entry < 0) return;
