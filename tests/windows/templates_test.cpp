@@ -22,28 +22,20 @@ const std::map<std::string, LANGID> kLanguages{
 constexpr struct {
   int id;
   LONG english_width, english_height;
-} kTemplates[] = {{IDD_DEVICE_TAB, 252, 215},  {IDD_PAGE_TAB, 380, 242},     {IDD_LAYOUT_TAB, 380, 242},
-                  {IDD_COLOR_TAB, 380, 242},   {IDD_ABOUT_TAB, 380, 242},    {IDD_MANAGE_PAGES, 372, 262},
+} kTemplates[] = {{IDD_DEVICE_TAB, 252, 215}, {IDD_PAGE_TAB, 380, 242},  {IDD_LAYOUT_TAB, 380, 242},
+                  {IDD_COLOR_TAB, 380, 242},  {IDD_ABOUT_TAB, 380, 242}, {IDD_MANAGE_PAGES, 372, 262},
                   {IDD_CUSTOM_PAGE, 256, 146}};
 
 // The longest that controls show at run time: a text, and a string of the table after it.
-constexpr struct {
-  int dialog, control;
+const struct {
+  std::vector<int> controls;
   const wchar_t* text;
   int string_id;
 } kRunTimeTexts[] = {
-    {IDD_MANAGE_PAGES, IDC_MANAGE_WIDTH_RANGE, L"10.000 - 2970.000", 0},
-    {IDD_MANAGE_PAGES, IDC_MANAGE_LENGTH_RANGE, L"254.000 - 9017.000", 0},
-    {IDD_MANAGE_PAGES, IDC_MANAGE_VERT_READOUT, L"-50.800 ", IDS_MM},
-    {IDD_MANAGE_PAGES, IDC_MANAGE_HORZ_READOUT, L"-2.000 ", IDS_INCHES},
-    {IDD_CUSTOM_PAGE, IDC_CUSTOM_WIDTH_RANGE, L"10.000 - 2970.000", 0},
-    {IDD_CUSTOM_PAGE, IDC_CUSTOM_LENGTH_RANGE, L"254.000 - 9017.000", 0},
-    {IDD_CUSTOM_PAGE, IDC_CUSTOM_VERT_READOUT, L"-50.800 ", IDS_MM},
-    {IDD_CUSTOM_PAGE, IDC_CUSTOM_HORZ_READOUT, L"-2.000 ", IDS_INCHES},
-    {IDD_COLOR_TAB, IDC_COLOR_QUALITY, L"", IDS_QUALITY_NORMAL},
-    {IDD_COLOR_TAB, IDC_COLOR_QUALITY, L"", IDS_QUALITY_BEST},
-    {IDD_COLOR_TAB, IDC_COLOR_INTENT, L"", IDS_INTENT_RELATIVE},
-    {IDD_COLOR_TAB, IDC_COLOR_INTENT, L"", IDS_INTENT_ABSOLUTE},
+    {{IDC_MANAGE_WIDTH_RANGE, IDC_CUSTOM_WIDTH_RANGE}, L"10.000 - 2970.000", 0},
+    {{IDC_MANAGE_LENGTH_RANGE, IDC_CUSTOM_LENGTH_RANGE}, L"254.000 - 9017.000", 0},
+    {{IDC_MANAGE_VERT_READOUT, IDC_CUSTOM_VERT_READOUT}, L"-50.800 ", IDS_MM},
+    {{IDC_MANAGE_HORZ_READOUT, IDC_CUSTOM_HORZ_READOUT}, L"-2.000 ", IDS_INCHES},
 };
 
 std::string Narrow(const std::wstring& text) {
@@ -112,15 +104,13 @@ std::string Name(const Control& control) {
   return std::to_string(control.id) + " \"" + Narrow(control.text) + "\"";
 }
 
-// The pixels that a control needs for a text in its own font, with the mark, arrow or border beside it.
+// The pixels that a control needs for a text in its own font, with the mark or border beside it.
 SIZE Measure(const Control& control, const std::wstring& text) {
   SIZE beside{0, 0};
   if (control.IsButton(BS_PUSHBUTTON) || control.IsButton(BS_DEFPUSHBUTTON)) {
     beside = {10, 6};
   } else if (control.Is(L"Button")) {
     beside = {18, 0};
-  } else if (control.Is(L"ComboBox")) {
-    beside = {GetSystemMetrics(SM_CXVSCROLL) + 8, 4};
   }
   const HDC context = GetDC(control.window);
   const HGDIOBJ former = SelectObject(context, reinterpret_cast<HFONT>(SendMessageW(control.window, WM_GETFONT, 0, 0)));
@@ -144,8 +134,9 @@ struct Dialog {
     std::vector<BYTE> bytes = Resource(RT_DIALOG, id, language);
     bytes.resize(bytes.size() + 1);
     owner = CreateWindowExW(0, L"Static", L"", WS_POPUP, 0, 0, 800, 600, nullptr, nullptr, nullptr, nullptr);
-    window = CreateDialogIndirectParamW(Module(), reinterpret_cast<LPCDLGTEMPLATEW>(bytes.data()), owner,
-                                        [](HWND, UINT, WPARAM, LPARAM) -> INT_PTR { return FALSE; }, 0);
+    window = CreateDialogIndirectParamW(
+        Module(), reinterpret_cast<LPCDLGTEMPLATEW>(bytes.data()), owner,
+        [](HWND, UINT, WPARAM, LPARAM) -> INT_PTR { return FALSE; }, 0);
     EXPECT_TRUE(window) << "no dialog; is there a display?";
     for (HWND child = GetWindow(window, GW_CHILD); child; child = GetWindow(child, GW_HWNDNEXT)) Add(child);
   }
@@ -159,7 +150,8 @@ struct Dialog {
     wchar_t kind[64] = L"", text[256] = L"";
     GetClassNameW(child, kind, 64);
     GetWindowTextW(child, text, 256);
-    Control control{child, GetDlgCtrlID(child), kind, text, static_cast<DWORD>(GetWindowLongW(child, GWL_STYLE)), {}, {}};
+    Control control{child, GetDlgCtrlID(child), kind, text, static_cast<DWORD>(GetWindowLongW(child, GWL_STYLE)), {},
+                    {}};
     GetWindowRect(child, &control.frame);
     MapWindowPoints(nullptr, window, reinterpret_cast<POINT*>(&control.frame), 2);
     control.occupied = control.frame;
@@ -190,7 +182,8 @@ void ForEachDialog(Check check) {
 }
 
 bool Contains(const RECT& outer, const RECT& inner) {
-  return outer.left <= inner.left && outer.top <= inner.top && outer.right >= inner.right && outer.bottom >= inner.bottom;
+  return outer.left <= inner.left && outer.top <= inner.top && outer.right >= inner.right &&
+         outer.bottom >= inner.bottom;
 }
 
 TEST(Resources, AreThoseOfTheLocale) {
@@ -223,7 +216,7 @@ TEST(Resources, AreTheSameInEveryLanguage) {
 
 TEST(Resources, FitTheirControls) {
   const auto strings = Strings(Language());
-  ForEachDialog([&](const Dialog& dialog, int id) {
+  ForEachDialog([&](const Dialog& dialog, int) {
     const auto expect_fits = [](const Control& control, const std::wstring& text) {
       const SIZE needed = Measure(control, text);
       const LONG width = control.frame.right - control.frame.left, height = control.frame.bottom - control.frame.top;
@@ -235,9 +228,11 @@ TEST(Resources, FitTheirControls) {
       if (control.IsText() || control.Is(L"Button")) expect_fits(control, control.text);
     }
     for (const auto& entry : kRunTimeTexts) {
-      if (entry.dialog != id) continue;
-      expect_fits(dialog.At(GetDlgItem(dialog.window, entry.control)),
-                  entry.text + (entry.string_id ? strings.at(entry.string_id) : L""));
+      for (const int id : entry.controls) {
+        const HWND control = GetDlgItem(dialog.window, id);
+        if (control)
+          expect_fits(dialog.At(control), entry.text + (entry.string_id ? strings.at(entry.string_id) : L""));
+      }
     }
   });
 }
@@ -279,9 +274,11 @@ TEST(Resources, AreReachedByTheKeyboard) {
       if (control.IsText() && control.text.find_last_of(L":\xFF1A") != control.text.npos) {
         EXPECT_TRUE((&control + 1)->Is(L"Edit")) << Name(control);
       }
-      if (control.IsRadio()) CheckDlgButton(dialog.window, control.id, control.style & WS_GROUP ? BST_CHECKED : BST_UNCHECKED);
-      const DWORD style = static_cast<DWORD>(GetWindowLongW(control.window, GWL_STYLE));
-      if (style & WS_VISIBLE && style & WS_TABSTOP) expected.insert(control.window);
+      if (control.IsRadio())
+        CheckDlgButton(dialog.window, control.id, control.style & WS_GROUP ? BST_CHECKED : BST_UNCHECKED);
+      const bool stop = control.IsRadio() ? GetWindowLongW(control.window, GWL_STYLE) & WS_TABSTOP
+                                          : !control.Is(L"Static") && !control.Is(UPDOWN_CLASSW) && !control.IsGroup();
+      if (stop && control.style & WS_VISIBLE) expected.insert(control.window);
       if (!control.IsRadio()) continue;
       std::vector<HWND> group;
       for (HWND next = control.window; group.size() < 9 && (group.empty() || next != control.window);) {
@@ -295,7 +292,8 @@ TEST(Resources, AreReachedByTheKeyboard) {
          stop = GetNextDlgTabItem(dialog.window, stop, FALSE)) {
       const Control& now = dialog.At(stop);
       for (const Control& group : dialog.controls) {
-        if (!last || !group.IsGroup() || !Contains(group.frame, last->frame) || !Contains(group.frame, now.frame)) continue;
+        if (!last || !group.IsGroup() || !Contains(group.frame, last->frame) || !Contains(group.frame, now.frame))
+          continue;
         const bool same_row = now.frame.top < last->frame.bottom && last->frame.top < now.frame.bottom;
         EXPECT_TRUE(same_row ? last->frame.left < now.frame.left : last->frame.top < now.frame.top)
             << Name(*last) << " before " << Name(now);
