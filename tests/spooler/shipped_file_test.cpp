@@ -32,7 +32,7 @@ TEST(ShippedFile, ExportsExactlyTheEntryPoints) {
     names.insert(image.At<char>(image.At<DWORD>(exports.AddressOfNames)[i]));
   }
   const std::set<std::string> expected{"DevQueryPrintEx",     "DrvConvertDevMode", "DrvDeviceCapabilities",
-                                       "DrvDocumentEvent",    "DrvPrinterEvent",   "DrvDocumentPropertySheets",
+                                       "DrvDocumentEvent",    "DrvDevicePropertySheets", "DrvPrinterEvent",   "DrvDocumentPropertySheets",
                                        "DrvQueryColorProfile"};
   EXPECT_EQ(expected, names);
   EXPECT_EQ(expected.size(), exports.NumberOfFunctions) << "something is exported without a name";
