@@ -26,8 +26,7 @@ std::wstring StringOf(HMODULE module, UINT number) {
 
 // Whatever the language in use. Strings lie in blocks, each with its length before it and without an end.
 std::wstring EnglishStringOf(HMODULE module, UINT number) {
-  const HRSRC found =
-      FindResourceExW(module, RT_STRING, MAKEINTRESOURCEW(number / kStringsPerBlock + 1), kEnglish);
+  const HRSRC found = FindResourceExW(module, RT_STRING, MAKEINTRESOURCEW(number / kStringsPerBlock + 1), kEnglish);
   const auto* text = found ? static_cast<const wchar_t*>(LockResource(LoadResource(module, found))) : nullptr;
   if (!text) return {};
   for (UINT skipped = 0; skipped < number % kStringsPerBlock; ++skipped) text += *text + 1;
@@ -59,8 +58,7 @@ void SaveTabs(Album& album, HWND sheet) {
   const std::string sheet_title = Narrow(TextOf(sheet));
   for (int tab = 0; tab < TabCount(sheet); ++tab) {
     const std::wstring title = TabTitle(sheet, tab);
-    const std::string file =
-        album.language + "-" + FileTitle(album.session.installed.module, title) + ".png";
+    const std::string file = album.language + "-" + FileTitle(album.session.installed.module, title) + ".png";
     const std::wstring path = album.folder + L"\\" + std::wstring(file.begin(), file.end());
     const bool painted = SelectTab(sheet, tab) && WaitUntilPainted(sheet);
     if (report.Expect(painted && SavePicture(sheet, path), "a picture of the tab " + Narrow(title))) {
@@ -79,8 +77,7 @@ void SavePictures(Session& session, const std::wstring& folder, const std::strin
   auto before = AskPlatform(session, "the defaults", nullptr);
   if (!before) return;
   Record after{};
-  const auto preferences =
-      ShowPreferences(session, *before, after, [&](HWND sheet) { SaveTabs(album, sheet); });
+  const auto preferences = ShowPreferences(session, *before, after, [&](HWND sheet) { SaveTabs(album, sheet); });
   const auto properties = ShowProperties(session, [&](HWND sheet) { SaveTabs(album, sheet); });
   report.Expect(album.rows.size() == preferences.pages + properties.pages, "a picture of every tab");
   report.Table({"picture", "tab", "sheet"}, album.rows);

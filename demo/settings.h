@@ -13,8 +13,8 @@ namespace demo {
 /// Room for the largest record in use here, which each of them starts; shorter ones leave the rest zero.
 using Record = r5lqz::DriverDevMode;
 
-/// What DocumentPropertiesW, without a window, makes of a record, or the printer's defaults when none is given. A failure is
-/// reported, naming `what` was asked.
+/// What DocumentPropertiesW, without a window, makes of a record, or the printer's defaults when none is given. A
+/// failure is reported, naming `what` was asked.
 std::optional<Record> AskPlatform(Session& session, const char* what, Record* asked);
 
 /// Only what matters: what was asked apart from the defaults, and what came back otherwise than asked.

@@ -30,8 +30,8 @@ std::wstring TextOf(HWND window);
 /// False when something is still to be painted.
 bool WaitUntilPainted(HWND sheet);
 
-/// Presses OK or the like (PSBTN_OK ...), which closes the sheet. Nobody is there to close one that stays open: the process
-/// then says so and ends with 1.
+/// Presses OK or the like (PSBTN_OK ...), which closes the sheet. Nobody is there to close one that stays open: the
+/// process then says so and ends with 1.
 void CloseSheet(HWND sheet, int button);
 
 }  // namespace demo

@@ -27,7 +27,7 @@ constexpr int kSaturationIntent = 3;
 
 constexpr Step kPreferenceSteps[] = {
     {IDC_COLOR_AUTOMATIC, IDC_COLOR_QUALITY, kBestQuality},
-    {IDC_COLOR_AUTOMATIC, IDC_COLOR_AUTOMATIC, kButton},
+    {IDC_COLOR_AUTOMATIC, IDC_COLOR_AUTOMATIC, kButton},  // which enables the list of intents
     {IDC_COLOR_AUTOMATIC, IDC_COLOR_INTENT, kSaturationIntent},
     {IDC_LAYOUT_LANDSCAPE, IDC_LAYOUT_LANDSCAPE, kButton},
     {IDC_LAYOUT_LANDSCAPE, IDC_LAYOUT_ROTATE, kButton},
@@ -78,12 +78,13 @@ void WorkSheet(Report& report, HWND sheet, std::span<const Step> steps, int butt
 // The one sheet that this thread shows while the work lasts, for who cannot be told its window.
 class SheetWatch {
  public:
-  explicit SheetWatch(const SheetWork& work) : watcher_([this, &work, thread = GetCurrentThreadId()] {
-    HWND sheet = nullptr;
-    while (!over_ && !(sheet = FindSheet(thread))) Sleep(5);
-    seen_ = sheet != nullptr;
-    if (seen_ && work) work(sheet);
-  }) {}
+  explicit SheetWatch(const SheetWork& work)
+      : watcher_([this, &work, thread = GetCurrentThreadId()] {
+          HWND sheet = nullptr;
+          while (!over_ && !(sheet = FindSheet(thread))) Sleep(5);
+          seen_ = sheet != nullptr;
+          if (seen_ && work) work(sheet);
+        }) {}
   SheetWatch(const SheetWatch&) = delete;
   SheetWatch& operator=(const SheetWatch&) = delete;
   ~SheetWatch() { End(); }
@@ -101,15 +102,14 @@ class SheetWatch {
   std::thread watcher_;
 };
 
-// The road of every application. This platform's common property sheet answers alike to OK and Cancel, so `after` starts as
-// `before`: an application then sees by it what became of the settings.
+// The road of every application. This platform's common property sheet answers alike to OK and Cancel, so `after`
+// starts as `before`: an application then sees by it what became of the settings.
 bool AskPlatformWithPrompt(Session& session, Record& before, Record& after, const SheetWork& work) {
   auto& installed = session.installed;
   after = before;
   SheetWatch watch(work);
-  const LONG result =
-      DocumentPropertiesW(nullptr, installed.printer, installed.printer_name.data(), &after.dm_public,
-                          &before.dm_public, DM_IN_BUFFER | DM_IN_PROMPT | DM_OUT_BUFFER);
+  const LONG result = DocumentPropertiesW(nullptr, installed.printer, installed.printer_name.data(), &after.dm_public,
+                                          &before.dm_public, DM_IN_BUFFER | DM_IN_PROMPT | DM_OUT_BUFFER);
   const DWORD code = GetLastError();
   const bool seen = watch.End();
   if (result < 0) session.report.Failed(Format("DocumentPropertiesW with a prompt answered %ld", result), code);
@@ -159,8 +159,8 @@ DWORD ReadBufferOption(Session& session) {
 
 void ToggleBufferOption(Session& session, int button, bool changes) {
   const DWORD before = ReadBufferOption(session);
-  const auto outcome = ShowProperties(
-      session, [&](HWND sheet) { WorkSheet(session.report, sheet, kPropertySteps, button); });
+  const auto outcome =
+      ShowProperties(session, [&](HWND sheet) { WorkSheet(session.report, sheet, kPropertySteps, button); });
   session.report.Expect(outcome.opened == 1 && outcome.shown, "a window of the sheet, which takes a display");
   const DWORD after = ReadBufferOption(session);
   session.report.Table({"printer data", "before", "after"},
@@ -229,8 +229,8 @@ void OfferSheets(Session& session) {
   const DWORD old_option = ReadBufferOption(session);
   const auto outcome = ShowProperties(session, {});
   session.report.Expect(outcome.opened == 1 && outcome.shown, "a window of the sheet, which takes a display");
-  session.report.Table({"printer data", "before", "after"}, {{"bufferPrintJob", Format("%lu", old_option),
-                                                             Format("%lu", ReadBufferOption(session))}});
+  session.report.Table({"printer data", "before", "after"},
+                       {{"bufferPrintJob", Format("%lu", old_option), Format("%lu", ReadBufferOption(session))}});
 }
 
 }  // namespace demo

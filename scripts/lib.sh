@@ -143,8 +143,8 @@ stop_wine() {
   fi
 }
 
-# Y: a window manager sees to the frames and the focus of Wine's windows. N: Wine does so itself, as it has to on a display
-# without one: it would wait two seconds for a manager's answer each time that a window closes.
+# Y: a window manager sees to the frames and the focus of Wine's windows. N: Wine does so itself, as it has to on a
+# display without one: it would wait two seconds for a manager's answer each time that a window closes.
 manage_windows() { # Y or N
   wine reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d "$1" /f >/dev/null 2>&1 9>&- || die 'cannot start Wine'
 }
