@@ -23,6 +23,17 @@ PropertiesContext* ContextOf(HWND dialog) {
   return reinterpret_cast<PropertiesContext*>(GetWindowLongPtrW(dialog, GWLP_USERDATA));
 }
 
+// Not every version of the platform's picture controls frees the bitmaps that it loaded for them.
+void ReleasePictures(HWND dialog) {
+  // Means nothing to controls that are no pictures.
+  const auto release = [](HWND control, LPARAM) -> BOOL {
+    const LRESULT bitmap = SendMessageW(control, STM_SETIMAGE, IMAGE_BITMAP, 0);
+    if (bitmap) DeleteObject(reinterpret_cast<HGDIOBJ>(bitmap));
+    return TRUE;
+  };
+  EnumChildWindows(dialog, release, 0);
+}
+
 TabOperations::Operation OperationFor(const TabOperations& tab, UINT code) {
   switch (code) {
     case static_cast<UINT>(PSN_SETACTIVE):
@@ -62,6 +73,7 @@ INT_PTR RouteTab(const TabOperations& tab, HWND dialog, UINT message, WPARAM w_p
       return tab.takes_commands;
     case WM_DESTROY:
       if (tab.destroy) tab.destroy(dialog);
+      ReleasePictures(dialog);
       return FALSE;
     default:
       return FALSE;
