@@ -1,5 +1,5 @@
-// What the tests of the module's logic share: a printer in the in-memory spooler, records in blocks of exactly their size,
-// and the trace log as lines.
+// What the tests of the module's logic share: a printer in the in-memory spooler, records in blocks of exactly their
+// size, and the trace log as lines.
 #pragma once
 
 #include <gtest/gtest.h>
