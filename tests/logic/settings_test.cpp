@@ -270,7 +270,7 @@ TEST_F(Settings, LabelNumbersResolveToTheirLabel) {
   static constexpr char kLongName[] = "A name that is just too long for a form";
   StoreLabel(258, "Inches", "4.125", "5.000", kInches, "-1200", "2401");
   StoreLabel(259, kLongName, "101.6", "50", kMillimetres, "12", "x");
-  StoreLabel(260, "Tenths", "70000", "70000", kTenthsOfMillimetre);
+  StoreLabel(260, "Tenths", "66552", "70000", kTenthsOfMillimetre);
   const struct {
     SHORT id, width, length;
     const char* form_name;
@@ -278,7 +278,7 @@ TEST_F(Settings, LabelNumbersResolveToTheirLabel) {
     LONG vertical, horizontal;
   } kLabels[] = {{258, 1048, 1270, "Inches", "Inches", -1200, 0},  // the other offset is out of range
                  {259, 1016, 500, "", kLongName, 12, 0},           // the other is no number
-                 {260, 1048, 1270, "Tenths", "Tenths", 0, 0},      // not 70000 cut to 16 bits, 4464
+                 {260, 1048, 1270, "Tenths", "Tenths", 0, 0},      // not what their low 16 bits are, 1016 and 4464
                  {300, 1048, 1270, "Custom", "", 0, 0}};           // deleted meanwhile
   for (const auto& label : kLabels) {
     SCOPED_TRACE(label.id);
