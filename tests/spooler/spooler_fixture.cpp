@@ -56,6 +56,10 @@ const platform::DriverEntries& SpoolerTest::Driver() {
   return installed.entries;
 }
 
+HMODULE SpoolerTest::Module() {
+  return installed.module;
+}
+
 void SpoolerTest::Store(const platform::LabelStock& stock) {
   ASSERT_EQ(0u, platform::StoreLabelStock(Printer(), stock)) << stock.number;
 }

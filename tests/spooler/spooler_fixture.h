@@ -26,6 +26,7 @@ class SpoolerTest : public testing::Test {
   static HANDLE Printer();
   static wchar_t* PrinterName();
   static const platform::DriverEntries& Driver();
+  static HMODULE Module();
   static void Store(const platform::LabelStock& stock);
   /// The driver's default record, straight from it.
   static r5lqz::DriverDevMode Defaults();
