@@ -1,4 +1,4 @@
-// malloc, calloc and free of the program, where they are the module's.
+// malloc, calloc, realloc and free of the program, where they are the module's.
 #include "native/state.h"
 
 #include <atomic>
@@ -8,6 +8,7 @@
 extern "C" {
 void* __real_malloc(std::size_t size);
 void* __real_calloc(std::size_t count, std::size_t size);
+void* __real_realloc(void* block, std::size_t size);
 void __real_free(void* block);
 }
 
@@ -94,6 +95,18 @@ void* __wrap_calloc(std::size_t count, std::size_t size) {
     return platform::OutOfMemory();
   }
   return platform::Follow(__real_calloc(count, size));
+}
+
+void* __wrap_realloc(void* block, std::size_t size) {
+  const bool followed = platform::IsModules();
+  if (followed) {
+    platform::CallScope call(platform::Call::krealloc);
+    if (call.failed() || size > platform::kLargestBlock) return platform::OutOfMemory();
+  }
+  const bool known = platform::Forget(block);
+  void* const grown = __real_realloc(block, size);
+  if (!grown && known) platform::Follow(block);
+  return followed || known ? platform::Follow(grown) : grown;
 }
 
 void __wrap_free(void* block) {
