@@ -28,6 +28,9 @@ INT_PTR CALLBACK AboutDlgProc(HWND dialog, UINT message, WPARAM /*w_param*/, LPA
         about_tab::Notify(dialog, reinterpret_cast<const NMHDR*>(l_param)->code, *context);
       }
       return TRUE;
+    case WM_DESTROY:
+      ReleasePictures(dialog);
+      return FALSE;
     default:
       return FALSE;
   }

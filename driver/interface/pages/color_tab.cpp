@@ -196,6 +196,7 @@ INT_PTR CALLBACK ColorDlgProc(HWND dialog, UINT message, WPARAM w_param, LPARAM 
       return TRUE;
     case WM_DESTROY:
       color_tab::FreeColorProfileItemData(dialog);
+      ReleasePictures(dialog);
       return FALSE;
     default:
       return FALSE;

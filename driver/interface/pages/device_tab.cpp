@@ -51,6 +51,9 @@ INT_PTR CALLBACK DeviceDlgProc(HWND dialog, UINT message, WPARAM /*w_param*/, LP
         device_tab::Notify(dialog, reinterpret_cast<const NMHDR*>(l_param)->code, *context);
       }
       return TRUE;
+    case WM_DESTROY:
+      ReleasePictures(dialog);
+      return FALSE;
     default:
       return FALSE;
   }

@@ -123,6 +123,9 @@ INT_PTR CALLBACK LayoutDlgProc(HWND dialog, UINT message, WPARAM /*w_param*/, LP
       return TRUE;
     case WM_COMMAND:
       return TRUE;
+    case WM_DESTROY:
+      ReleasePictures(dialog);
+      return FALSE;
     default:
       return FALSE;
   }

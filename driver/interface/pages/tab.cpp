@@ -24,6 +24,16 @@ PropertiesContext* ContextOf(HWND dialog) {
   return reinterpret_cast<PropertiesContext*>(GetWindowLongPtrW(dialog, GWLP_USERDATA));
 }
 
+void ReleasePictures(HWND dialog) {
+  // Means nothing to controls that are no pictures.
+  const auto release = [](HWND control, LPARAM) -> BOOL {
+    const LRESULT bitmap = SendMessageW(control, STM_SETIMAGE, IMAGE_BITMAP, 0);
+    if (bitmap) DeleteObject(reinterpret_cast<HGDIOBJ>(bitmap));
+    return TRUE;
+  };
+  EnumChildWindows(dialog, release, 0);
+}
+
 void AnswerNotification(HWND dialog, LONG answer) {
   SetWindowLongPtrW(dialog, DWLP_MSGRESULT, answer);
 }

@@ -15,6 +15,10 @@ PropertiesContext& KeepContext(HWND dialog, LPARAM page);
 // The context that the dialog keeps; none before WM_INITDIALOG.
 PropertiesContext* ContextOf(HWND dialog);
 
+// Lets go of the bitmaps that the template's pictures have loaded, when the dialog is destroyed: not every platform's
+// pictures do that themselves, and hosts open sheets for as long as they live.
+void ReleasePictures(HWND dialog);
+
 // Answers a notification: PSNRET_NOERROR or one of its kin.
 void AnswerNotification(HWND dialog, LONG answer);
 
