@@ -275,6 +275,9 @@ INT_PTR CALLBACK PageDlgProc(HWND dialog, UINT message, WPARAM w_param, LPARAM l
     case WM_COMMAND:
       if (context) page_tab::Command(dialog, LOWORD(w_param), *context);
       return TRUE;
+    case WM_DESTROY:
+      ReleasePictures(dialog);
+      return FALSE;
     default:
       return FALSE;
   }
