@@ -258,7 +258,7 @@ TEST_F(ManagePages, ListsGoToFilesAndBack) {
                           {{}, Delete, "", nullptr, last.c_str()},
                           {{}, Delete, "", nullptr, ""},
                           {{}, Import, "", nullptr, all.c_str(), 0}};
-  const char* const first_page = "Q\"\\ \u00E4 4.125 5.000 -2400 2400 | in -2.000 in, 2.000 in, 0.040 - 11.692";
+  const char* const first_page = "Q\"\\ \xE4 4.125 5.000 -2400 2400 | in -2.000 in, 2.000 in, 0.040 - 11.692";
   const auto refuse = [&](std::function<void(DialogUser&)> import) {
     steps.push_back({{}, Choose(1)});
     steps.push_back({{"Edited", "7", "8"}, import, "", first_page, nullptr, 0});
