@@ -21,39 +21,34 @@ bool IsDotEntry(const WCHAR* name) {
   return name[0] == '.' && (name[1] == 0 || (name[1] == '.' && name[2] == 0));
 }
 
-// Paths in the working blocks have a fixed size; one that is handed in may be longer.
-ResultCode TakePath(const WCHAR* from, OwnedPath& path) {
-  path = NewPath();
-  if (!path) return kNoMemoryForPath;
-  return AppendPath(path.get(), from);
+bool IsLink(const WCHAR* folder) {
+  const DWORD attributes = GetFileAttributesW(folder);
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT);
 }
 
-ResultCode AppendTo(const WCHAR* folder, const WCHAR* more, OwnedPath& path) {
-  if (const ResultCode code = TakePath(folder, path)) return code;
-  return AppendPath(path.get(), more);
-}
-
-// A folder under this name may be a link to one that is none of ours: only the link is removed.
 void DeleteEntry(const WIN32_FIND_DATAW& entry, const WCHAR* path) {
-  if (!(entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)) {
-    DeleteFileNowOrLater(path);
-  } else if (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) {
-    if (!RemoveDirectoryW(path)) DeleteLater(path);
-  } else {
+  if (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
     DeleteDirectoryTree(path);
+  } else {
+    DeleteFileNowOrLater(path);
   }
 }
 
-// Deletes what the folder holds; `item` is a path in it whose last component is replaced.
-ResultCode DeleteEntries(const WCHAR* pattern, WCHAR* item) {
+// The search is closed when this returns, so that it is not in the way of the folder's removal.
+ResultCode DeleteEntries(const WCHAR* folder) {
+  OwnedPath path;
+  // Not begun where even a short name would not fit.
+  if (const ResultCode code = JoinPath(folder, L"foo", path)) return code;
+  if (const ResultCode code = JoinPath(folder, L"*", path)) return code;
   WIN32_FIND_DATAW entry;
-  const OwnedSearch search = FindFirst(pattern, entry);
-  if (!search) return GetLastError();
-  do {
-    if (IsDotEntry(entry.cFileName)) continue;
-    if (const ResultCode code = ReplaceLastComponent(item, entry.cFileName)) return code;
-    DeleteEntry(entry, item);
-  } while (FindNextFileW(search.get(), &entry));
+  const OwnedSearch search = FindFirst(path.get(), entry);
+  if (search) {
+    do {
+      if (IsDotEntry(entry.cFileName)) continue;
+      if (const ResultCode code = JoinPath(folder, entry.cFileName, path)) return code;
+      DeleteEntry(entry, path.get());
+    } while (FindNextFileW(search.get(), &entry));
+  }
   const DWORD error = GetLastError();
   return error == ERROR_NO_MORE_FILES ? ERROR_SUCCESS : error;
 }
@@ -61,11 +56,10 @@ ResultCode DeleteEntries(const WCHAR* pattern, WCHAR* item) {
 }  // namespace
 
 ResultCode DeleteDirectoryTree(const WCHAR* folder) {
-  OwnedPath pattern;
-  OwnedPath item;
-  if (const ResultCode code = AppendTo(folder, L"*", pattern)) return code;
-  if (const ResultCode code = AppendTo(folder, L"foo", item)) return code;
-  if (const ResultCode code = DeleteEntries(pattern.get(), item.get())) return code;
+  // What a link leads to is none of ours.
+  if (!IsLink(folder)) {
+    if (const ResultCode code = DeleteEntries(folder)) return code;
+  }
   if (!RemoveDirectoryW(folder)) DeleteLater(folder);
   return ERROR_SUCCESS;
 }
@@ -78,7 +72,9 @@ ResultCode CopyNewFile(const WCHAR* source, const WCHAR* target) {
     code = kTargetExists;
   } else {
     OwnedPath folder;
-    if (TakePath(target, folder) == ERROR_SUCCESS && PathRemoveFileSpecW(folder.get())) CreateDirectoryTree(folder.get());
+    if (CopyPath(target, folder) == ERROR_SUCCESS && PathRemoveFileSpecW(folder.get())) {
+      CreateDirectoryTree(folder.get());
+    }
     if (!CopyFileW(source, target, TRUE)) code = GetLastError();
   }
   SetLastError(code);
@@ -88,7 +84,7 @@ ResultCode CopyNewFile(const WCHAR* source, const WCHAR* target) {
 ResultCode CreateDirectoryTree(const WCHAR* folder) {
   if (PathExists(folder)) return ERROR_SUCCESS;
   OwnedPath parent;
-  if (const ResultCode code = TakePath(folder, parent)) return code;
+  if (const ResultCode code = CopyPath(folder, parent)) return code;
   if (PathRemoveFileSpecW(parent.get()) && parent.get()[0]) CreateDirectoryTree(parent.get());
   return CreateDirectoryW(folder, nullptr) ? ERROR_SUCCESS : GetLastError();
 }

@@ -7,6 +7,8 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <cwchar>
+#include <utility>
 
 namespace r5lqz {
 
@@ -14,18 +16,31 @@ OwnedPath NewPath() {
   return OwnedPath(static_cast<WCHAR*>(std::calloc(MAX_PATH, sizeof(WCHAR))));
 }
 
-OwnedPath CopyPath(const WCHAR* path) {
-  OwnedPath copy = NewPath();
-  if (copy) std::memcpy(copy.get(), path, MAX_PATH * sizeof(WCHAR));
-  return copy;
+ResultCode CopyPath(const WCHAR* path, OwnedPath& copy) {
+  copy.reset();
+  const std::size_t length = std::wcslen(path);
+  if (length >= MAX_PATH) return kPathNotBuilt;
+  copy = NewPath();
+  if (!copy) return kNoMemoryForPath;
+  std::memcpy(copy.get(), path, length * sizeof(WCHAR));
+  return ERROR_SUCCESS;
 }
 
 ResultCode AppendPath(WCHAR* path, const WCHAR* more) {
   return PathAppendW(path, more) ? ERROR_SUCCESS : kPathNotBuilt;
 }
 
-ResultCode ReplaceLastComponent(WCHAR* path, const WCHAR* name) {
-  return PathRemoveFileSpecW(path) ? AppendPath(path, name) : kPathNotBuilt;
+ResultCode JoinPath(const WCHAR* folder, const WCHAR* name, OwnedPath& path) {
+  OwnedPath joined;
+  if (const ResultCode code = CopyPath(folder, joined)) return code;
+  std::size_t length = std::wcslen(folder);
+  if (length > 0 && folder[length - 1] != L'\\') ++length;
+  const std::size_t name_length = std::wcslen(name);
+  if (length + name_length >= MAX_PATH) return kPathNotBuilt;
+  if (length > 0) joined.get()[length - 1] = L'\\';
+  std::memcpy(joined.get() + length, name, name_length * sizeof(WCHAR));
+  path = std::move(joined);
+  return ERROR_SUCCESS;
 }
 
 ResultCode SpecialFolderPath(int folder, const WCHAR* more, OwnedPath& path) {

@@ -28,12 +28,6 @@ constexpr struct {
     {L"r5-lqz-iconv.dll", L"iconv.dll"},
 };
 
-// Builds folder + name.
-ResultCode JoinPath(const WCHAR* folder, const WCHAR* name, OwnedPath& path) {
-  path = CopyPath(folder);
-  return path ? AppendPath(path.get(), name) : kNoMemoryForPath;
-}
-
 ResultCode FindSourceFolder(OwnedPath& folder) {
   folder = NewPath();
   if (!folder) return kNoMemoryForPath;
