@@ -31,9 +31,9 @@ TEST(ShippedFile, ExportsExactlyTheEntryPoints) {
   for (DWORD i = 0; i < exports.NumberOfNames; ++i) {
     names.insert(image.At<char>(image.At<DWORD>(exports.AddressOfNames)[i]));
   }
-  const std::set<std::string> expected{"DevQueryPrintEx",     "DrvConvertDevMode", "DrvDeviceCapabilities",
-                                       "DrvDocumentEvent",    "DrvPrinterEvent",   "DrvDocumentPropertySheets",
-                                       "DrvQueryColorProfile"};
+  const std::set<std::string> expected{"DevQueryPrintEx",     "DrvConvertDevMode",         "DrvDeviceCapabilities",
+                                       "DrvDocumentEvent",    "DrvDevicePropertySheets",   "DrvDocumentPropertySheets",
+                                       "DrvDriverEvent",      "DrvPrinterEvent",           "DrvQueryColorProfile"};
   EXPECT_EQ(expected, names);
   EXPECT_EQ(expected.size(), exports.NumberOfFunctions) << "something is exported without a name";
 }
