@@ -12,6 +12,7 @@
 #include "../spooler/watchdog.h"
 #include "driver_entries.h"
 #include "import_patch.h"
+#include "resources/resource_ids.h"
 
 namespace tests {
 namespace {
@@ -67,6 +68,10 @@ BOOL WINAPI DeepFolder(HWND owner, LPWSTR path, int folder, BOOL create) {
   if (folder != deep) return SHGetSpecialFolderPathW(owner, path, folder, create);
   wcscpy(path, (L"C:\\" + std::wstring(245, 'd')).c_str());
   return TRUE;
+}
+
+BOOL WINAPI DeepDriverDirectory(LPWSTR, LPWSTR, DWORD, LPBYTE path, DWORD, LPDWORD) {
+  return DeepFolder<0>(nullptr, reinterpret_cast<WCHAR*>(path), 0, FALSE);
 }
 
 class InstallTest : public InstallMachine {
@@ -125,24 +130,43 @@ class InstallTest : public InstallMachine {
   std::vector<platform::ImportPatch> patches_;
 };
 
-// The build runs this test once more for each locale of the table, which only a program's start can choose.
+const wchar_t* language_text;  // in place of the string that names the language of the module's resources
+
+int WINAPI GivenLanguage(HINSTANCE module, UINT id, LPWSTR text, int capacity) {
+  if (id != IDS_LANGUAGE) return LoadStringW(module, id, text, capacity);
+  lstrcpynW(text, language_text, capacity);
+  return lstrlenW(text);
+}
+
 TEST_F(InstallTest, ShortcutIsNamedInTheUsersLanguage) {
+  const auto patch = Patch("user32.dll", "LoadStringW", reinterpret_cast<const void*>(&GivenLanguage));
   const struct {
-    const char* language;
-    const char* name;
-  } rows[] = {{"de", "R5-LQZ Bedienungsanleitung.url"},
-              {"fr", "Guide d\xE2\x80\x99utilisation de la R5-LQZ.url"},
-              {"zh", "R5-LQZ \xE7\x94\xA8\xE6\x88\xB7\xE6\x8C\x87\xE5\x8D\x97.url"},
-              {"es", "Gu\xC3\xAD" "a de usuario de R5-LQZ.url"},
-              {"", "R5-LQZ User Guide.url"}};
+    const wchar_t* language;
+    const char8_t* name;
+  } rows[] = {{L"de", u8"R5-LQZ Bedienungsanleitung.url"},
+              {L"fr", u8"Guide d\u2019utilisation de la R5-LQZ.url"},
+              {L"zh", u8"R5-LQZ \u7528\u6237\u6307\u5357.url"},
+              {L"es", u8"Gu\u00EDa de usuario de R5-LQZ.url"},
+              {L"en", u8"R5-LQZ User Guide.url"},
+              {L"it", u8"R5-LQZ User Guide.url"},
+              {L"", u8"R5-LQZ User Guide.url"}};
+  for (const auto& [language, name] : rows) {
+    SCOPED_TRACE(fs::path(language));
+    Clear();
+    language_text = language;
+    EXPECT_EQ(Install(), Lines{});
+    ASSERT_EQ(Listing(StartMenuFolder()), Lines{reinterpret_cast<const char*>(name)});
+    std::ifstream file(fs::directory_iterator(StartMenuFolder())->path(), std::ios::binary);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), kShortcut);
+  }
+}
+
+// The build runs this once more in another locale, which only a program's start can choose.
+TEST_F(InstallTest, LanguageIsThatOfTheResources) {
   const char* const locale = getenv("R5LQZ_LOCALE");
-  const auto row = std::find_if(std::begin(rows), std::end(rows), [&](const auto& each) {
-    return !*each.language || (locale && std::string_view(locale).starts_with(each.language));
-  });
+  const bool german = locale && std::string_view(locale).starts_with("de");
   EXPECT_EQ(Install(), Lines{});
-  ASSERT_EQ(Listing(StartMenuFolder()), Lines{row->name});
-  std::ifstream file(fs::directory_iterator(StartMenuFolder())->path(), std::ios::binary);
-  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), kShortcut);
+  EXPECT_EQ(Listing(StartMenuFolder()), Lines{german ? "R5-LQZ Bedienungsanleitung.url" : "R5-LQZ User Guide.url"});
 }
 
 TEST_F(InstallTest, ShortcutIsWrittenAnew) {
@@ -274,6 +298,19 @@ TEST_F(InstallTest, WhatIsInUseGoesAtTheNextRestart) {
   EXPECT_EQ(Listing(SdkFolder()), (Lines{"hpldrlgl.dat", "somebody else's"}));
 }
 
+TEST_F(InstallTest, WhatLiesTooDeepStays) {
+  const std::wstring deep(120, L'd'), file(100, L'f');
+  const fs::path place = StartMenuFolder() / L"a" / deep;
+  fs::create_directories(place);
+  WriteBytes((StartMenuFolder() / "free").string(), "x");
+  WriteBytes((place / "ok").string(), "x");
+  WriteBytes((place / file).string(), "x");
+  EXPECT_EQ(Remove(), Lines{});
+  EXPECT_EQ(scheduled, (Lines{"Brindlewick R5-LQZ/a", "Brindlewick R5-LQZ"}));
+  EXPECT_TRUE(fs::exists(place / file));
+  EXPECT_FALSE(fs::exists(StartMenuFolder() / "free"));
+}
+
 TEST_F(InstallTest, ProfilesAreUninstalledInOrderWhateverEachAnswers) {
   for (const DWORD error : {DWORD{0}, DWORD{2011}}) {
     profile_error = error;
@@ -313,6 +350,7 @@ TEST_F(InstallTest, TasksFailOnTheirOwn) {
       {"msvcrt.dll", "calloc", function(&Fail), "0x20010001", "0x20010001", "0x20010001", "0x20010001"},
       {"msvcrt.dll", "_wfopen", function(&Fail), "0x15", "", "", ""},
       {"winspool.drv", "GetPrinterDriverDirectoryW", function(&Fail), "", "0x2001000d", "", ""},
+      {"winspool.drv", "GetPrinterDriverDirectoryW", function(&DeepDriverDirectory), "", "0x20010009", "", ""},
       {"kernel32.dll", "CopyFileW", function(&Fail), "", "0x15", "", ""},
       {"kernel32.dll", "CreateDirectoryW", function(&Fail), "0x15", "0x3", "", ""},
   };
