@@ -1,7 +1,5 @@
 #include "install_machine.h"
 
-#include <windows.h>
-
 #include <shlobj.h>
 #include <winspool.h>
 
@@ -10,51 +8,39 @@
 namespace tests {
 namespace {
 
+constexpr char kModuleLog[] = "c:\\temp\\r5-lqz-ui.txt";
+
 fs::path SpecialFolder(int which) {
   wchar_t path[MAX_PATH] = L"";
   EXPECT_TRUE(SHGetSpecialFolderPathW(nullptr, path, which, FALSE));
   return path;
 }
 
-fs::path MakersFolder() { return SdkFolder().parent_path(); }
-
-void Remove(const fs::path& path) {
-  std::error_code error;
-  fs::remove_all(path, error);
-  EXPECT_FALSE(error) << path << ": " << error.message();
-}
-
-void RemoveInstalled() {
-  Remove(StartMenuFolder());
-  Remove(MakersFolder());
-}
-
 }  // namespace
 
-fs::path StartMenuFolder() { return SpecialFolder(CSIDL_COMMON_PROGRAMS) / L"Brindlewick R5-LQZ"; }
-fs::path SdkFolder() { return SpecialFolder(CSIDL_COMMON_APPDATA) / L"Brindlewick" / L"Brindlewick R5-LQZ Driver"; }
+fs::path StartMenuFolder() { return SpecialFolder(CSIDL_COMMON_PROGRAMS) / "Brindlewick R5-LQZ"; }
+fs::path SdkFolder() { return SpecialFolder(CSIDL_COMMON_APPDATA) / "Brindlewick/Brindlewick R5-LQZ Driver"; }
+fs::path SourceOf(const std::string& sdk_file) { return LoadedDriversFolder() / ("r5-lqz-" + sdk_file); }
 
 fs::path LoadedDriversFolder() {
   wchar_t path[MAX_PATH] = L"";
   DWORD needed = 0;
   EXPECT_TRUE(GetPrinterDriverDirectoryW(nullptr, nullptr, 1, reinterpret_cast<BYTE*>(path), sizeof path, &needed));
-  return fs::path(path) / L"3";
+  return fs::path(path) / "3";
 }
 
 // Beneath it a build puts this program two folders down.
 fs::path ModulePath() {
   wchar_t path[MAX_PATH] = L"";
   GetModuleFileNameW(nullptr, path, MAX_PATH);
-  return fs::path(path).parent_path().parent_path().parent_path() / L"r5-lqz-ui.dll";
+  return fs::path(path).parent_path().parent_path().parent_path() / "r5-lqz-ui.dll";
 }
-
-fs::path SourceOf(const wchar_t* sdk_file) { return LoadedDriversFolder() / (std::wstring(L"r5-lqz-") + sdk_file); }
 
 Lines Listing(const fs::path& folder) {
   Lines found;
   std::error_code error;
   for (const auto& entry : fs::recursive_directory_iterator(folder, error)) {
-    const auto path = fs::relative(entry.path(), folder).generic_u8string();
+    const auto path = entry.path().lexically_relative(folder).generic_u8string();
     found.emplace_back(path.begin(), path.end());
   }
   std::sort(found.begin(), found.end());
@@ -62,9 +48,10 @@ Lines Listing(const fs::path& folder) {
 }
 
 void InstallMachine::Clear() {
-  RemoveInstalled();
+  fs::remove_all(StartMenuFolder());
+  fs::remove_all(SdkFolder().parent_path());
   fs::create_directories(LoadedDriversFolder());
-  for (const auto* file : kSdkFiles) WriteBytes(SourceOf(file).string(), SourceOf(file).filename().string());
+  for (const auto& file : kSdkFiles) WriteBytes(SourceOf(file).string(), "r5-lqz-" + file);
 }
 
 Lines InstallMachine::TakeRecords() {
@@ -80,8 +67,8 @@ InstallMachine::InstallMachine() {
 }
 
 InstallMachine::~InstallMachine() {
-  RemoveInstalled();
-  for (const auto* file : kSdkFiles) Remove(SourceOf(file));
+  Clear();
+  for (const auto& file : kSdkFiles) fs::remove(SourceOf(file));
 }
 
 }  // namespace tests

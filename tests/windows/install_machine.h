@@ -12,34 +12,29 @@ namespace tests {
 namespace fs = std::filesystem;
 using Lines = std::vector<std::string>;
 
-inline constexpr char kModuleLog[] = "c:\\temp\\r5-lqz-ui.txt";
 inline constexpr char kModuleMask[] = "c:\\temp\\r5-lqz-ui.dat";
 
-/// The product's start-menu folder, that of the Raster SDK files, and the folder that drivers are loaded from.
+// The folders of the start menu, of the Raster SDK, and from which drivers are loaded; the module file that the build made.
 fs::path StartMenuFolder();
 fs::path SdkFolder();
 fs::path LoadedDriversFolder();
-
-/// The module file that the build made.
 fs::path ModulePath();
 
-/// The Raster SDK files, in the order of installation; among the driver's files the model's name stands before theirs.
-inline constexpr const wchar_t* kSdkFiles[] = {L"hpcrlib.dll", L"hpldrlgl.dat", L"hpldrlgl.dll", L"iconv.dll"};
-fs::path SourceOf(const wchar_t* sdk_file);
+// The Raster SDK files, in the order of installation; among the driver's files the model's name stands before theirs.
+inline const Lines kSdkFiles{"hpcrlib.dll", "hpldrlgl.dat", "hpldrlgl.dll", "iconv.dll"};
+fs::path SourceOf(const std::string& sdk_file);
 
-/// What a folder holds, as sorted UTF-8 paths in it with "/"; nothing without the folder.
+// What a folder holds, as sorted UTF-8 paths in it with "/"; nothing without the folder.
 Lines Listing(const fs::path& folder);
 
-/// Each test finds nothing of the driver but the Raster SDK's sources, each of which holds its own name, and the module's
-/// trace switched on by its file. It leaves nothing.
+// Each test finds nothing of the driver but the Raster SDK's sources, each of which holds its own name, and the module's
+// trace switched on by its file. It leaves nothing.
 class InstallMachine : public TraceFolder {
  protected:
   InstallMachine();
   ~InstallMachine() override;
-
-  /// As it is found.
   static void Clear();
-  /// The messages that the module wrote since the last time, with their tags.
+  // The messages that the module wrote since the last time, with their tags.
   static Lines TakeRecords();
 };
 

@@ -1,8 +1,6 @@
 // The driver's installation and removal, as the module that ships does them on this machine's own folders.
 #include "install_machine.h"
 
-#include <windows.h>
-
 #include <shlobj.h>
 #include <winspool.h>
 
@@ -18,29 +16,19 @@ namespace tests {
 namespace {
 
 constexpr char kShortcut[] = "[InternetShortcut]\r\nURL=https://support.brindlewick.example/r5-lqz/user-guide";
-constexpr char kNoName[] = "[Error] Could not get the driver name.";
-const Lines kAllSdkFiles{"hpcrlib.dll", "hpldrlgl.dat", "hpldrlgl.dll", "iconv.dll"};
 const Lines kProfiles{"R5-LQZ_Premium_Matte_Best_Mode_v02.icc",   "R5-LQZ_Premium_Matte_Fast_Mode_v01.icc",
                       "R5-LQZ_Premium_Matte_Normal_Mode_v02.icc", "R5-LQZ_Standard_Matte_Best_Mode_v02.icc",
                       "R5-LQZ_Standard_Matte_Fast_Mode_v01.icc",  "R5-LQZ_Standard_Matte_Normal_Mode_v01.icc"};
-constexpr DWORD kFault = ERROR_NOT_READY;  // 0x15, what no call gives here by itself
-
 wchar_t driver_name[] = L"Brindlewick R5-LQZ";
 
-std::string InDriverFolders(const fs::path& path) {
-  const bool start_menu = path.wstring().starts_with(StartMenuFolder().wstring());
-  const auto base = start_menu ? StartMenuFolder().parent_path() : SdkFolder().parent_path().parent_path();
-  return path.lexically_relative(base).generic_string();
-}
-
 // What the module asked of the platform.
-Lines scheduled;    // for the next restart, none of which is done
+Lines scheduled;    // for the next restart, by the last component; nothing of it is done
 Lines uninstalled;  // profiles
 DWORD profile_error;
 
 BOOL WINAPI WatchedMove(LPCWSTR from, LPCWSTR to, DWORD flags) {
   EXPECT_TRUE(!to && flags == MOVEFILE_DELAY_UNTIL_REBOOT) << from;
-  scheduled.push_back(InDriverFolders(from));
+  scheduled.push_back(fs::path(from).filename().string());
   return TRUE;
 }
 
@@ -51,9 +39,9 @@ BOOL WINAPI WatchedUninstall(PCWSTR machine, PCWSTR profile, BOOL with_file) {
   return !profile_error;
 }
 
-// Stands for any function of the platform or the runtime library that answers 0 when it fails.
+// In place of any function that answers 0 when it fails; with an error that nothing gives here by itself.
 LONG_PTR WINAPI Fail() {
-  SetLastError(kFault);
+  SetLastError(ERROR_NOT_READY);
   return 0;
 }
 
@@ -62,16 +50,20 @@ BOOL WINAPI FailFolder(HWND owner, LPWSTR path, int folder, BOOL create) {
   return folder == failing ? static_cast<BOOL>(Fail()) : SHGetSpecialFolderPathW(owner, path, folder, create);
 }
 
-// A folder beneath which hardly anything fits.
+// Beneath these folders hardly anything fits.
 template <int deep>
 BOOL WINAPI DeepFolder(HWND owner, LPWSTR path, int folder, BOOL create) {
   if (folder != deep) return SHGetSpecialFolderPathW(owner, path, folder, create);
-  wcscpy(path, (L"C:\\" + std::wstring(245, 'd')).c_str());
-  return TRUE;
+  return wcscpy(path, (L"C:\\" + std::wstring(245, 'd')).c_str()) != nullptr;
+}
+BOOL WINAPI DeepDirectory(LPWSTR, LPWSTR, DWORD, LPBYTE path, DWORD, LPDWORD) {
+  return DeepFolder<0>(nullptr, reinterpret_cast<WCHAR*>(path), 0, FALSE);
 }
 
-BOOL WINAPI DeepDriverDirectory(LPWSTR, LPWSTR, DWORD, LPBYTE path, DWORD, LPDWORD) {
-  return DeepFolder<0>(nullptr, reinterpret_cast<WCHAR*>(path), 0, FALSE);
+const wchar_t* language_text;  // in place of the string that names the language of the module's resources
+int WINAPI GivenLanguage(HINSTANCE module, UINT id, LPWSTR text, int capacity) {
+  return id == IDS_LANGUAGE ? lstrlenW(lstrcpynW(text, language_text, capacity))
+                            : LoadStringW(module, id, text, capacity);
 }
 
 class InstallTest : public InstallMachine {
@@ -80,19 +72,19 @@ class InstallTest : public InstallMachine {
     EXPECT_EQ(platform::FindDriverEntries(module_, entries_), nullptr);
     entries_.DocumentEvent(nullptr, nullptr, DOCUMENTEVENT_STARTDOCPRE, 0, nullptr, 0, nullptr);
     TakeRecords();
-    scheduled.clear();
-    uninstalled.clear();
+    scheduled = uninstalled = {};
     profile_error = 0;
-    patches_.push_back(Patch("kernel32.dll", "MoveFileExW", reinterpret_cast<const void*>(&WatchedMove)));
-    patches_.push_back(Patch("mscms.dll", "UninstallColorProfileW", reinterpret_cast<const void*>(&WatchedUninstall)));
+    patches_.push_back(Patch("kernel32.dll", "MoveFileExW", &WatchedMove));
+    patches_.push_back(Patch("mscms.dll", "UninstallColorProfileW", &WatchedUninstall));
   }
   ~InstallTest() override {
     patches_.clear();
     FreeLibrary(module_);
   }
 
-  platform::ImportPatch Patch(const char* dll, const char* function, const void* replacement) {
-    auto patch = platform::ReplaceImport(module_, dll, function, replacement);
+  template <class Function>
+  platform::ImportPatch Patch(const char* dll, const char* function, Function* replacement) {
+    auto patch = platform::ReplaceImport(module_, dll, function, reinterpret_cast<const void*>(replacement));
     EXPECT_TRUE(patch) << function;
     return patch;
   }
@@ -101,26 +93,22 @@ class InstallTest : public InstallMachine {
   Lines Deliver(DWORD event, DWORD level, void* info, BOOL expected) {
     EXPECT_EQ(entries_.DriverEvent(event, level, static_cast<BYTE*>(info), 0), expected);
     Lines records = TakeRecords();
-    if (records.size() < 2 || records.front() != "[Trace] <DrvDriverEvent>" ||
-        records.back() != "[Trace] </DrvDriverEvent>") {
-      ADD_FAILURE() << "entry and exit are not traced";
-      return records;
-    }
-    return {records.begin() + 1, records.end() - 1};
+    const bool framed = records.size() > 1 && records.front() == "[Trace] <DrvDriverEvent>" &&
+                        records.back() == "[Trace] </DrvDriverEvent>";
+    EXPECT_TRUE(framed);
+    return framed ? Lines(records.begin() + 1, records.end() - 1) : records;
   }
   Lines Deliver(DWORD event) {
-    DRIVER_INFO_3W info{};
-    info.pName = driver_name;
+    DRIVER_INFO_3W info{3, driver_name};
     return Deliver(event, 3, &info, TRUE);
   }
   Lines Install() { return Deliver(DRIVER_EVENT_INITIALIZE); }
   // Without the records of the profiles, which are the last.
   Lines Remove() {
     Lines records = Deliver(DRIVER_EVENT_DELETE);
-    EXPECT_EQ(uninstalled, kProfiles);
-    uninstalled.clear();
-    const auto profile = [](const std::string& text) { return text.find("color profile") != text.npos; };
-    records.erase(std::find_if(records.begin(), records.end(), profile), records.end());
+    EXPECT_EQ(std::exchange(uninstalled, {}), kProfiles);
+    const auto of_profile = [](const std::string& text) { return text.find("color profile") != text.npos; };
+    records.erase(std::find_if(records.begin(), records.end(), of_profile), records.end());
     return records;
   }
 
@@ -130,34 +118,26 @@ class InstallTest : public InstallMachine {
   std::vector<platform::ImportPatch> patches_;
 };
 
-const wchar_t* language_text;  // in place of the string that names the language of the module's resources
-
-int WINAPI GivenLanguage(HINSTANCE module, UINT id, LPWSTR text, int capacity) {
-  if (id != IDS_LANGUAGE) return LoadStringW(module, id, text, capacity);
-  lstrcpynW(text, language_text, capacity);
-  return lstrlenW(text);
-}
-
 TEST_F(InstallTest, ShortcutIsNamedInTheUsersLanguage) {
-  const auto patch = Patch("user32.dll", "LoadStringW", reinterpret_cast<const void*>(&GivenLanguage));
-  const struct {
-    const wchar_t* language;
-    const char8_t* name;
-  } rows[] = {{L"de", u8"R5-LQZ Bedienungsanleitung.url"},
-              {L"fr", u8"Guide d\u2019utilisation de la R5-LQZ.url"},
-              {L"zh", u8"R5-LQZ \u7528\u6237\u6307\u5357.url"},
-              {L"es", u8"Gu\u00EDa de usuario de R5-LQZ.url"},
-              {L"en", u8"R5-LQZ User Guide.url"},
-              {L"it", u8"R5-LQZ User Guide.url"},
-              {L"", u8"R5-LQZ User Guide.url"}};
+  const auto patch = Patch("user32.dll", "LoadStringW", &GivenLanguage);
+  constexpr char8_t kEnglish[] = u8"R5-LQZ User Guide.url";
+  const std::pair<const wchar_t*, const char8_t*> rows[] = {
+      {L"de", u8"R5-LQZ Bedienungsanleitung.url"}, {L"fr", u8"Guide d\u2019utilisation de la R5-LQZ.url"},
+      {L"zh", u8"R5-LQZ \u7528\u6237\u6307\u5357.url"}, {L"es", u8"Gu\u00EDa de usuario de R5-LQZ.url"},
+      {L"en", kEnglish}, {L"it", kEnglish}, {L"", kEnglish}};
   for (const auto& [language, name] : rows) {
     SCOPED_TRACE(fs::path(language));
     Clear();
     language_text = language;
-    EXPECT_EQ(Install(), Lines{});
-    ASSERT_EQ(Listing(StartMenuFolder()), Lines{reinterpret_cast<const char*>(name)});
-    std::ifstream file(fs::directory_iterator(StartMenuFolder())->path(), std::ios::binary);
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), kShortcut);
+    // Where there is one already, the second time.
+    for (int times = 0; times < 2; ++times) {
+      EXPECT_EQ(Install().empty(), times == 0);
+      ASSERT_EQ(Listing(StartMenuFolder()), Lines{reinterpret_cast<const char*>(name)});
+      const fs::path shortcut = fs::directory_iterator(StartMenuFolder())->path();
+      std::ifstream file(shortcut, std::ios::binary);
+      EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), kShortcut);
+      std::ofstream(shortcut) << std::string(500, 'x');
+    }
   }
 }
 
@@ -169,145 +149,112 @@ TEST_F(InstallTest, LanguageIsThatOfTheResources) {
   EXPECT_EQ(Listing(StartMenuFolder()), Lines{german ? "R5-LQZ Bedienungsanleitung.url" : "R5-LQZ User Guide.url"});
 }
 
-TEST_F(InstallTest, ShortcutIsWrittenAnew) {
-  const fs::path shortcut = StartMenuFolder() / L"R5-LQZ User Guide.url";
-  fs::create_directory(StartMenuFolder());
-  WriteBytes(shortcut.string(), std::string(500, 'x'));
-  EXPECT_EQ(Install(), Lines{});
-  EXPECT_EQ(ReadBytes(shortcut.string()), kShortcut);
-}
-
 TEST_F(InstallTest, RasterSdkFilesAreCopiedOnce) {
   const struct {
-    const wchar_t* there;    // among the targets
-    const wchar_t* missing;  // among the sources
-    std::size_t copied;      // how many are in place then, "there" included
-    Lines records;
-  } rows[] = {{nullptr, nullptr, 4, {}},
-              {kSdkFiles[0], nullptr, 1, {"[Error] Could not copy Raster SDK files: 0x20010005"}},
-              {kSdkFiles[2], nullptr, 3, {"[Error] Could not copy Raster SDK files: 0x20010005"}},
-              {nullptr, kSdkFiles[0], 0, {"[Error] Could not copy Raster SDK files: 0x20010004"}},
-              {nullptr, kSdkFiles[3], 3, {"[Error] Could not copy Raster SDK files: 0x20010004"}}};
+    int there;    // number of a target
+    int missing;  // number of a source
+    int copied;   // how many are in place then, "there" included
+    const char* code;
+  } rows[] = {{-1, -1, 4, ""}, {0, -1, 1, "0x20010005"}, {2, -1, 3, "0x20010005"}, {-1, 0, 0, "0x20010004"},
+              {-1, 3, 3, "0x20010004"}};
   for (const auto& row : rows) {
     SCOPED_TRACE(&row - rows);
     Clear();
-    if (row.there) {
+    if (row.there >= 0) {
       fs::create_directories(SdkFolder());
-      WriteBytes((SdkFolder() / row.there).string(), "older");
+      WriteBytes((SdkFolder() / kSdkFiles[row.there]).string(), "older");
     }
-    if (row.missing) fs::remove(SourceOf(row.missing));
-    EXPECT_EQ(Install(), row.records);
-    EXPECT_EQ(Listing(SdkFolder()), Lines(kAllSdkFiles.begin(), kAllSdkFiles.begin() + static_cast<int>(row.copied)));
+    if (row.missing >= 0) fs::remove(SourceOf(kSdkFiles[row.missing]));
+    EXPECT_EQ(Install(), *row.code ? Lines{std::string("[Error] Could not copy Raster SDK files: ") + row.code} : Lines{});
+    EXPECT_EQ(Listing(SdkFolder()), Lines(kSdkFiles.begin(), kSdkFiles.begin() + row.copied));
     EXPECT_EQ(fs::exists(SdkFolder().parent_path()), row.copied > 0) << "made for nothing";
-    for (const std::string& file : Listing(SdkFolder())) {
-      const bool kept = row.there && fs::path(row.there) == file;
-      EXPECT_EQ(ReadBytes((SdkFolder() / file).string()), kept ? "older" : "r5-lqz-" + file);
+    for (int i = 0; i < row.copied; ++i) {
+      EXPECT_EQ(ReadBytes((SdkFolder() / kSdkFiles[i]).string()), i == row.there ? "older" : "r5-lqz-" + kSdkFiles[i]);
     }
-    EXPECT_EQ(Listing(StartMenuFolder()), Lines{"R5-LQZ User Guide.url"});
   }
 }
 
-// A link to a folder, which on this platform only its host can make and remove, in its own time.
-class Link {
- public:
-  Link(const fs::path& link, const fs::path& target) : link_(link) {
-    Host("ln -s \"" + HostPath(target) + "\" \"" + HostPath(link) + '"', true);
-    EXPECT_EQ(Listing(link), Listing(target));
-  }
-  ~Link() { Host("rm -f \"" + HostPath(link_) + '"', false); }
-
-  bool Exists() const { return GetFileAttributesW(link_.c_str()) != INVALID_FILE_ATTRIBUTES; }
-
- private:
-  static std::string HostPath(const fs::path& path) {
-    const auto convert = reinterpret_cast<char*(CDECL*)(LPCWSTR)>(
-        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "wine_get_unix_file_name")));
-    char* const converted = convert ? convert(path.c_str()) : nullptr;
-    const std::string text = converted ? converted : "";
-    HeapFree(GetProcessHeap(), 0, converted);
-    return text;
-  }
-  void Host(std::string line, bool until_there) const {
-    STARTUPINFOA startup{sizeof startup};
-    PROCESS_INFORMATION created{};
-    const std::string program = "Z:\\bin\\" + line.substr(0, line.find(' '));
-    CreateProcessA(program.c_str(), line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &created);
-    for (int wait = 0; wait < 200 && Exists() != until_there; ++wait) Sleep(20);
-  }
-
-  fs::path link_;
-};
-
-void MakeFile(const fs::path& folder) {
-  fs::create_directories(folder);
-  WriteBytes((folder / "file").string(), "x");
+void MakeFile(const fs::path& path) {
+  fs::create_directories(path.parent_path());
+  WriteBytes(path.string(), "x");
 }
 
 TEST_F(InstallTest, RemovalTakesTheStartMenuFolderAndNothingBesideIt) {
   const fs::path folder = StartMenuFolder();
   // To the platform's path functions a name with two dots leads beside the folder that it is in.
   const fs::path beside = folder.parent_path().wstring() + L"kept by the tests";
-  for (const auto& path : {beside, folder, folder / "a/b/c", folder / "a/d", folder / "..kept by the tests/e"}) {
-    MakeFile(path);
+  for (const char* name : {"f", "a/b/c/f", "a/d/f", "..kept by the tests/f", "...txt"}) MakeFile(folder / name);
+  fs::create_directory(folder / "empty");
+  MakeFile(beside / "f");
+  for (const char* when : {"filled", "not there"}) {
+    EXPECT_EQ(Remove(), Lines{}) << when;
+    EXPECT_FALSE(fs::exists(folder));
   }
-  WriteBytes((folder / "...txt").string(), "x");
-  EXPECT_EQ(Remove(), Lines{});
-  EXPECT_FALSE(fs::exists(folder));
-  EXPECT_EQ(Listing(beside), Lines{"file"});
-  EXPECT_EQ(Remove(), Lines{}) << "nothing there";
+  EXPECT_EQ(Listing(beside), Lines{"f"});
   EXPECT_EQ(scheduled, Lines{});
   fs::remove_all(beside);
 }
 
+std::string HostPath(const fs::path& path) {
+  const auto convert = reinterpret_cast<char*(CDECL*)(LPCWSTR)>(
+      reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "wine_get_unix_file_name")));
+  return std::string(" \"") + (convert ? convert(path.c_str()) : "") + '"';
+}
+
+// On this platform only the host makes and removes links to folders, in its own time.
+void RunOnHost(const std::string& program, std::string arguments, const fs::path& link, bool exists) {
+  STARTUPINFOA startup{sizeof startup};
+  PROCESS_INFORMATION created{};
+  arguments.insert(0, program);
+  CreateProcessA(("Z:\\bin\\" + program).c_str(), arguments.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
+                 &created);
+  for (int wait = 0; wait < 200 && fs::exists(link) != exists; ++wait) Sleep(20);
+  ASSERT_EQ(fs::exists(link), exists);
+}
+
 TEST_F(InstallTest, RemovalFollowsNoLink) {
-  const fs::path others = StartMenuFolder().parent_path() / L"others of the tests";
-  MakeFile(others);
-  for (const fs::path& place : {StartMenuFolder() / L"link", StartMenuFolder()}) {
+  const fs::path others = StartMenuFolder().parent_path() / "others of the tests";
+  MakeFile(others / "f");
+  for (const fs::path& link : {StartMenuFolder() / "link", StartMenuFolder()}) {
     Clear();
-    if (place != StartMenuFolder()) MakeFile(StartMenuFolder());
-    const Link link(place, others);
-    EXPECT_EQ(Remove(), Lines{});
-    EXPECT_EQ(Listing(others), Lines{"file"});
-    // This platform removes no link to a folder.
-    if (link.Exists()) {
-      ASSERT_FALSE(scheduled.empty());
-      EXPECT_EQ(scheduled.front(), InDriverFolders(place));
-    }
     scheduled.clear();
+    if (link != StartMenuFolder()) MakeFile(StartMenuFolder() / "f");
+    RunOnHost("ln", " -s" + HostPath(others) + HostPath(link), link, true);
+    EXPECT_EQ(Remove(), Lines{});
+    EXPECT_EQ(Listing(others), Lines{"f"});
+    // This platform does not remove it either.
+    ASSERT_FALSE(scheduled.empty());
+    EXPECT_EQ(scheduled.front(), link.filename());
+    RunOnHost("rm", HostPath(link), link, false);
   }
   fs::remove_all(others);
 }
 
 TEST_F(InstallTest, WhatIsInUseGoesAtTheNextRestart) {
   EXPECT_EQ(Install(), Lines{});
-  WriteBytes((SdkFolder() / L"somebody else's").string(), "x");
-  fs::create_directory(StartMenuFolder() / L"sub");
-  WriteBytes((StartMenuFolder() / L"sub/busy").string(), "x");
-  WriteBytes((StartMenuFolder() / L"sub/free").string(), "x");
+  for (const auto& file : {StartMenuFolder() / "sub/busy", StartMenuFolder() / "sub/free", SdkFolder() / "others"}) {
+    MakeFile(file);
+  }
   std::vector<HANDLE> busy;
-  for (const fs::path& path : {StartMenuFolder() / L"sub/busy", SdkFolder() / kSdkFiles[1]}) {
+  for (const auto& path : {StartMenuFolder() / "sub/busy", SdkFolder() / kSdkFiles[1]}) {
     busy.push_back(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
     EXPECT_NE(busy.back(), INVALID_HANDLE_VALUE);
   }
   EXPECT_EQ(Remove(), Lines{});
   for (const HANDLE handle : busy) CloseHandle(handle);
-  EXPECT_EQ(scheduled, (Lines{"Brindlewick R5-LQZ/sub/busy", "Brindlewick R5-LQZ/sub", "Brindlewick R5-LQZ",
-                              "Brindlewick/Brindlewick R5-LQZ Driver/hpldrlgl.dat",
-                              "Brindlewick/Brindlewick R5-LQZ Driver", "Brindlewick"}));
+  EXPECT_EQ(scheduled, (Lines{"busy", "sub", "Brindlewick R5-LQZ", "hpldrlgl.dat", "Brindlewick R5-LQZ Driver",
+                              "Brindlewick"}));
   EXPECT_EQ(Listing(StartMenuFolder()), (Lines{"sub", "sub/busy"}));
-  EXPECT_EQ(Listing(SdkFolder()), (Lines{"hpldrlgl.dat", "somebody else's"}));
+  EXPECT_EQ(Listing(SdkFolder()), (Lines{"hpldrlgl.dat", "others"}));
 }
 
 TEST_F(InstallTest, WhatLiesTooDeepStays) {
-  const std::wstring deep(120, L'd'), file(100, L'f');
-  const fs::path place = StartMenuFolder() / L"a" / deep;
-  fs::create_directories(place);
-  WriteBytes((StartMenuFolder() / "free").string(), "x");
-  WriteBytes((place / "ok").string(), "x");
-  WriteBytes((place / file).string(), "x");
+  const fs::path deep = StartMenuFolder() / "a" / std::string(120, 'd') / std::string(100, 'f');
+  MakeFile(deep);
+  MakeFile(StartMenuFolder() / "free");
   EXPECT_EQ(Remove(), Lines{});
-  EXPECT_EQ(scheduled, (Lines{"Brindlewick R5-LQZ/a", "Brindlewick R5-LQZ"}));
-  EXPECT_TRUE(fs::exists(place / file));
+  EXPECT_EQ(scheduled, (Lines{"a", "Brindlewick R5-LQZ"}));
+  EXPECT_TRUE(fs::exists(deep));
   EXPECT_FALSE(fs::exists(StartMenuFolder() / "free"));
 }
 
@@ -320,17 +267,15 @@ TEST_F(InstallTest, ProfilesAreUninstalledInOrderWhateverEachAnswers) {
       if (error) expected.push_back("[Error] UninstallColorProfile failed.  Error = 2011");
     }
     EXPECT_EQ(Deliver(DRIVER_EVENT_DELETE), expected);
-    EXPECT_EQ(uninstalled, kProfiles);
-    uninstalled.clear();
+    EXPECT_EQ(std::exchange(uninstalled, {}), kProfiles);
   }
 }
 
 TEST_F(InstallTest, TasksFailOnTheirOwn) {
-  constexpr char kShortcutFailed[] = "[Error] Could create userguide shortcut: ";
-  constexpr char kCopyFailed[] = "[Error] Could not copy Raster SDK files: ";
-  constexpr char kMenuFailed[] = "[Error] Could not delete Start Menu shortcuts: ";
-  constexpr char kDeleteFailed[] = "[Error] Could not delete Raster SDK files: ";
-  const auto function = [](auto* address) { return reinterpret_cast<const void*>(address); };
+  const auto with = [](auto* function) { return reinterpret_cast<const void*>(function); };
+  constexpr char kShell[] = "shell32.dll", kFolder[] = "SHGetSpecialFolderPathW";
+  constexpr char kSpooler[] = "winspool.drv", kDirectory[] = "GetPrinterDriverDirectoryW";
+  constexpr int kPrograms = CSIDL_COMMON_PROGRAMS, kData = CSIDL_COMMON_APPDATA;
   const struct {
     const char* dll;
     const char* name;
@@ -339,46 +284,39 @@ TEST_F(InstallTest, TasksFailOnTheirOwn) {
     const char* copy;
     const char* menu;
     const char* deletion;
-  } rows[] = {
-      {"shell32.dll", "SHGetSpecialFolderPathW", function(&Fail), "0x15", "0x15", "0x15", "0x15"},
-      {"shell32.dll", "SHGetSpecialFolderPathW", function(&FailFolder<CSIDL_COMMON_PROGRAMS>), "0x15", "", "0x15", ""},
-      {"shell32.dll", "SHGetSpecialFolderPathW", function(&FailFolder<CSIDL_COMMON_APPDATA>), "", "0x15", "", "0x15"},
-      {"shell32.dll", "SHGetSpecialFolderPathW", function(&DeepFolder<CSIDL_COMMON_PROGRAMS>), "0x20010009", "",
-       "0x20010009", ""},
-      {"shell32.dll", "SHGetSpecialFolderPathW", function(&DeepFolder<CSIDL_COMMON_APPDATA>), "", "0x20010009", "",
-       "0x20010009"},
-      {"msvcrt.dll", "calloc", function(&Fail), "0x20010001", "0x20010001", "0x20010001", "0x20010001"},
-      {"msvcrt.dll", "_wfopen", function(&Fail), "0x15", "", "", ""},
-      {"winspool.drv", "GetPrinterDriverDirectoryW", function(&Fail), "", "0x2001000d", "", ""},
-      {"winspool.drv", "GetPrinterDriverDirectoryW", function(&DeepDriverDirectory), "", "0x20010009", "", ""},
-      {"kernel32.dll", "CopyFileW", function(&Fail), "", "0x15", "", ""},
-      {"kernel32.dll", "CreateDirectoryW", function(&Fail), "0x15", "0x3", "", ""},
-  };
-  const auto add = [](Lines& records, const std::string& text, const char* code) {
-    if (*code) records.push_back(text + code);
+  } rows[] = {{kShell, kFolder, with(&Fail), "0x15", "0x15", "0x15", "0x15"},
+              {kShell, kFolder, with(&FailFolder<kPrograms>), "0x15", "", "0x15", ""},
+              {kShell, kFolder, with(&FailFolder<kData>), "", "0x15", "", "0x15"},
+              {kShell, kFolder, with(&DeepFolder<kPrograms>), "0x20010009", "", "0x20010009", ""},
+              {kShell, kFolder, with(&DeepFolder<kData>), "", "0x20010009", "", "0x20010009"},
+              {kSpooler, kDirectory, with(&Fail), "", "0x2001000d", "", ""},
+              {kSpooler, kDirectory, with(&DeepDirectory), "", "0x20010009", "", ""},
+              {"msvcrt.dll", "calloc", with(&Fail), "0x20010001", "0x20010001", "0x20010001", "0x20010001"},
+              {"msvcrt.dll", "_wfopen", with(&Fail), "0x15", "", "", ""},
+              {"kernel32.dll", "CopyFileW", with(&Fail), "", "0x15", "", ""},
+              {"kernel32.dll", "CreateDirectoryW", with(&Fail), "0x15", "0x3", "", ""}};
+  const auto add = [](Lines& records, const char* text, const char* code) {
+    if (*code) records.push_back(std::string("[Error] ") + text + code);
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(testing::Message() << row.name << ' ' << &row - rows);
-    Clear();
     Lines installing, removing;
-    add(installing, kShortcutFailed, row.shortcut);
-    if (row.copy == std::string("0x2001000d")) {
-      installing.push_back("[Error] Cannot get driver path. VDRV_CopyRasterSdkFiles");
-    }
-    add(installing, kCopyFailed, row.copy);
-    add(removing, kMenuFailed, row.menu);
-    add(removing, kDeleteFailed, row.deletion);
+    add(installing, "Could create userguide shortcut: ", row.shortcut);
+    if (!strcmp(row.copy, "0x2001000d")) add(installing, "Cannot get driver path. ", "VDRV_CopyRasterSdkFiles");
+    add(installing, "Could not copy Raster SDK files: ", row.copy);
+    add(removing, "Could not delete Start Menu shortcuts: ", row.menu);
+    add(removing, "Could not delete Raster SDK files: ", row.deletion);
+    Clear();
     {
-      const auto patch = Patch(row.dll, row.name, row.replacement);
+      const auto patch = Patch(row.dll, row.name, static_cast<const BYTE*>(row.replacement));
       EXPECT_EQ(Install(), installing);
     }
     EXPECT_EQ(Listing(StartMenuFolder()).empty(), *row.shortcut != 0);
     EXPECT_EQ(Listing(SdkFolder()).empty(), *row.copy != 0);
-
     Clear();
     EXPECT_EQ(Install(), Lines{});
     {
-      const auto patch = Patch(row.dll, row.name, row.replacement);
+      const auto patch = Patch(row.dll, row.name, static_cast<const BYTE*>(row.replacement));
       EXPECT_EQ(Remove(), removing);
     }
     EXPECT_EQ(fs::exists(StartMenuFolder()), *row.menu != 0);
@@ -386,30 +324,30 @@ TEST_F(InstallTest, TasksFailOnTheirOwn) {
   }
 }
 
-TEST_F(InstallTest, ADriverWithoutANameAndOtherEventsAreRefused) {
+TEST_F(InstallTest, DriversWithoutANameAndOtherEventsAreRefused) {
   DRIVER_INFO_1W first{driver_name}, nameless{nullptr};
   DRIVER_INFO_2W second{3, driver_name};
   DRIVER_INFO_3W third{3, driver_name};
+  const Lines none, no_name{"[Error] Could not get the driver name."};
   const struct {
     DWORD event;
     DWORD level;
     void* info;
     BOOL result;
-    Lines records;
-  } rows[] = {{1, 1, &first, TRUE, {}},          {1, 2, &second, TRUE, {}},      {1, 3, &third, TRUE, {}},
-              {1, 4, &third, FALSE, {kNoName}},  {1, 0, &first, FALSE, {kNoName}}, {2, 4, &third, FALSE, {kNoName}},
-              {1, 1, &nameless, FALSE, {kNoName}}, {1, 2, nullptr, FALSE, {kNoName}}, {0, 3, &third, FALSE, {}},
-              {3, 3, &third, FALSE, {}}};
+    const Lines& records;
+  } rows[] = {{1, 1, &first, TRUE, none},        {1, 2, &second, TRUE, none},     {1, 3, &third, TRUE, none},
+              {1, 4, &third, FALSE, no_name},    {1, 0, &first, FALSE, no_name},  {2, 4, &third, FALSE, no_name},
+              {1, 1, &nameless, FALSE, no_name}, {1, 2, nullptr, FALSE, no_name}, {0, 3, &third, FALSE, none},
+              {3, 3, &third, FALSE, none}};
   for (const auto& row : rows) {
     SCOPED_TRACE(&row - rows);
     Clear();
     EXPECT_EQ(Deliver(row.event, row.level, row.info, row.result), row.records);
     EXPECT_EQ(Listing(StartMenuFolder()).size() + Listing(SdkFolder()).size(), row.result ? 5u : 0u);
   }
-  Clear();
-  const auto patch = Patch("msvcrt.dll", "_wcsdup", reinterpret_cast<const void*>(&Fail));
-  EXPECT_EQ(Deliver(1, 1, &first, FALSE), Lines{kNoName}) << "no memory";
-  EXPECT_EQ(uninstalled, Lines{});
+  const auto patch = Patch("msvcrt.dll", "_wcsdup", &Fail);
+  EXPECT_EQ(Deliver(2, 1, &first, FALSE), no_name) << "no memory";
+  EXPECT_EQ(uninstalled, none);
 }
 
 }  // namespace
