@@ -14,7 +14,7 @@ using Lines = std::vector<std::string>;
 
 inline constexpr char kModuleMask[] = "c:\\temp\\r5-lqz-ui.dat";
 
-// The folders of the start menu, of the Raster SDK, and from which drivers are loaded; the module file that the build made.
+// The folders of the start menu, of the Raster SDK, and from which drivers are loaded; the module file of this build.
 fs::path StartMenuFolder();
 fs::path SdkFolder();
 fs::path LoadedDriversFolder();
@@ -27,8 +27,8 @@ fs::path SourceOf(const std::string& sdk_file);
 // What a folder holds, as sorted UTF-8 paths in it with "/"; nothing without the folder.
 Lines Listing(const fs::path& folder);
 
-// Each test finds nothing of the driver but the Raster SDK's sources, each of which holds its own name, and the module's
-// trace switched on by its file. It leaves nothing.
+// Each test finds nothing of the driver but the Raster SDK's sources, each of which holds its own name, and the
+// module's trace switched on by its file. It leaves nothing.
 class InstallMachine : public TraceFolder {
  protected:
   InstallMachine();

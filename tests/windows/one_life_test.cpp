@@ -125,12 +125,13 @@ class OneLife : public InstallMachine {
 
 TEST_F(OneLife, LeavesTheMachineAsItWas) {
   const fs::path loaded_module = LoadedDriversFolder() / ModulePath().filename();
-  fs::remove(loaded_module);  // of an earlier life
+  const fs::path profile = ColorFolder() / kProfile;
+  for (const auto& remains : {loaded_module, profile}) fs::remove(remains);  // of an earlier life
   RegDeleteKeyValueA(HKEY_LOCAL_MACHINE, kSession, kPending);
   MakeSpoolersOwnKeys();
   const Lines files = Listing("C:\\"), registry = Registry();
 
-  WriteBytes((ColorFolder() / kProfile).string(), "a profile");
+  WriteBytes(profile.string(), "a profile");
   const auto installed = platform::InstallPrinter(
       {ModulePath().wstring(), L"R5-LQZ driver of one life", printer_name, {}}, life);
   ASSERT_TRUE(installed.Held()) << installed.call << " answered " << installed.code;

@@ -1,4 +1,5 @@
-// Files and folders put in place at installation and taken away at removal. What is in use then goes at the next restart.
+// Files and folders put in place at installation and taken away at removal. What is in use then goes at the next
+// restart.
 #pragma once
 
 #include <windows.h>
@@ -7,12 +8,12 @@
 
 namespace r5lqz {
 
-// Deletes a folder with all that it holds; a link to another folder is removed, not followed. kPathNotBuilt for what lies
-// too deep, or the platform's error with which the folder could not be listed.
+// Deletes a folder with all that it holds; a link to another folder is removed, not followed. kPathNotBuilt for what
+// lies too deep, or the platform's error with which the folder could not be listed.
 ResultCode DeleteDirectoryTree(const WCHAR* folder);
 
-// Copies a file to where there is none, with the folders that lead there. kSourceMissing, kTargetExists or the platform's
-// error; the code is the thread's last error too.
+// Copies a file to where there is none, with the folders that lead there. kSourceMissing, kTargetExists or the
+// platform's error; the code is the thread's last error too.
 ResultCode CopyNewFile(const WCHAR* source, const WCHAR* target);
 
 // Creates a folder and those that lead there. The platform's error when the folder itself could not be created.

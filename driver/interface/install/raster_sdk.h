@@ -12,11 +12,12 @@ namespace r5lqz {
 // machine that has them already), kNoDriverDirectory, or why a path could not be built.
 ResultCode VDRV_CopyRasterSdkFiles();
 
-// Deletes the files, and has their folders deleted at the next restart. Why a path could not be built, else ERROR_SUCCESS.
+// Deletes the files, and has their folders deleted at the next restart. Why a path could not be built, else
+// ERROR_SUCCESS.
 ResultCode DeleteRasterSdkFiles();
 
-// The files' folder, which need not exist: a new runtime-heap path of MAX_PATH characters that the caller frees; or none, with
-// the thread's last error saying why.
+// The files' folder, which need not exist: a new runtime-heap path of MAX_PATH characters that the caller frees; or none,
+// with the thread's last error saying why.
 WCHAR* GetRasterSdkFolder();
 
 }  // namespace r5lqz

@@ -32,7 +32,7 @@ void CloseShortcut(std::FILE* file) {
 }
 using ShortcutFile = std::unique_ptr<std::FILE, Releaser<CloseShortcut>>;
 
-// The runtime library tells why a file could not be opened by errno; the platform's error beside it is what is reported.
+// The runtime library tells by errno why a file could not be opened; the platform's error beside it is reported.
 ResultCode OpenFailure() {
   const DWORD error = GetLastError();
   return error != ERROR_SUCCESS ? error : DWORD{ERROR_OPEN_FAILED};
