@@ -33,7 +33,7 @@ if(WIN32)
   add_library(r5lqz_imports INTERFACE)
   add_dependencies(r5lqz_imports r5lqz_identity_lib)
   target_link_libraries(r5lqz_imports INTERFACE winspool ${identity_lib} mscms user32
-    comctl32 comdlg32 gdi32 advapi32)
+    comctl32 comdlg32 gdi32 shell32 shlwapi advapi32)
 endif()
 
 if(NOT WIN32)

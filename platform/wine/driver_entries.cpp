@@ -20,6 +20,7 @@ const char* FindDriverEntries(HMODULE module, DriverEntries& entries) {
   if (!Find(module, "DrvDeviceCapabilities", entries.DeviceCapabilities)) return "DrvDeviceCapabilities";
   if (!Find(module, "DrvQueryColorProfile", entries.QueryColorProfile)) return "DrvQueryColorProfile";
   if (!Find(module, "DrvPrinterEvent", entries.PrinterEvent)) return "DrvPrinterEvent";
+  if (!Find(module, "DrvDriverEvent", entries.DriverEvent)) return "DrvDriverEvent";
   return nullptr;
 }
 

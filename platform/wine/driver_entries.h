@@ -17,6 +17,7 @@ struct DriverEntries {
   decltype(&::DrvDeviceCapabilities) DeviceCapabilities = nullptr;
   decltype(&::DrvQueryColorProfile) QueryColorProfile = nullptr;
   decltype(&::DrvPrinterEvent) PrinterEvent = nullptr;
+  decltype(&::DrvDriverEvent) DriverEvent = nullptr;
 };
 
 /// Fills `entries` from the module's exports; the answer is the name of the first that is missing, or none.
