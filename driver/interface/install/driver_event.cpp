@@ -40,7 +40,7 @@ bool HasDriverName(DWORD level, const BYTE* info) {
 }
 
 void RemoveColorProfile(const WCHAR* profile) {
-  LOG_INFO("Attempting to uninstall color profile = %s", NarrowText<MAX_PATH>(TextAt(profile, MAX_PATH - 1)).c_str());
+  LOG_INFO("Attempting to uninstall color profile = %s", ShownText<MAX_PATH>(TextAt(profile, MAX_PATH - 1)).c_str());
   if (!UninstallColorProfileW(nullptr, profile, TRUE)) {
     LOG_ERROR("UninstallColorProfile failed.  Error = %d", static_cast<int>(GetLastError()));
   }
