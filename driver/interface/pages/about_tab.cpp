@@ -1,5 +1,6 @@
 // The About tab: product information and help.
 #include "pages/help.h"
+#include "pages/help_topics.h"
 #include "pages/product_info.h"
 #include "pages/tab.h"
 #include "resources/resource_ids.h"
@@ -8,10 +9,8 @@ namespace r5lqz {
 namespace about_tab {
 namespace {
 
-constexpr WCHAR kHelpTopic[] = L"::/topics/concept-setting_up_the_printer_driver.html";
-
 void Notify(HWND dialog, UINT code, const PropertiesContext& context) {
-  if (code == static_cast<UINT>(PSN_HELP)) HelpClick(dialog, context.printer, kHelpTopic);
+  if (code == static_cast<UINT>(PSN_HELP)) HelpClick(dialog, context.printer, kAboutTopic);
 }
 
 }  // namespace

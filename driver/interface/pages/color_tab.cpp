@@ -12,14 +12,13 @@
 #include "install/printer_event.h"
 #include "pages/dialog_helpers.h"
 #include "pages/help.h"
+#include "pages/help_topics.h"
 #include "pages/tab.h"
 #include "resources/resource_ids.h"
 
 namespace r5lqz {
 namespace color_tab {
 namespace {
-
-constexpr WCHAR kHelpTopic[] = L"::/topics/task-setting_up_appearance_options.html";
 
 // The resolutions by the names that they have for the user.
 constexpr std::array<ComboBoxEntry, kResolutions.size()> kQualities{{
@@ -162,7 +161,7 @@ void Notify(HWND dialog, UINT code, PropertiesContext& context) {
     case static_cast<UINT>(PSN_RESET):
       return CancelClick(dialog, context);
     case static_cast<UINT>(PSN_HELP):
-      return HelpClick(dialog, context.printer, kHelpTopic);
+      return HelpClick(dialog, context.printer, kAppearanceTopic);
     default:
       return;
   }

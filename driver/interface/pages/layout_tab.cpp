@@ -10,6 +10,7 @@
 #include "diag/trace.h"
 #include "pages/dialog_helpers.h"
 #include "pages/help.h"
+#include "pages/help_topics.h"
 #include "pages/tab.h"
 #include "resources/resource_ids.h"
 
@@ -17,7 +18,6 @@ namespace r5lqz {
 namespace layout_tab {
 namespace {
 
-constexpr WCHAR kHelpTopic[] = L"::/topics/task-setting_up_layout_options.html";
 constexpr SHORT kFewestCopies = 1;
 constexpr SHORT kMostCopies = 1;
 
@@ -102,7 +102,7 @@ void Notify(HWND dialog, UINT code, PropertiesContext& context) {
     case static_cast<UINT>(PSN_RESET):
       return CancelClick(dialog, context);
     case static_cast<UINT>(PSN_HELP):
-      return HelpClick(dialog, context.printer, kHelpTopic);
+      return HelpClick(dialog, context.printer, kLayoutTopic);
     default:
       return;
   }

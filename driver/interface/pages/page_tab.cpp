@@ -13,6 +13,7 @@
 #include "labels/label_store.h"
 #include "pages/dialog_helpers.h"
 #include "pages/help.h"
+#include "pages/help_topics.h"
 #include "pages/number_entry.h"
 #include "pages/tab.h"
 #include "resources/resource_ids.h"
@@ -21,8 +22,6 @@
 namespace r5lqz {
 namespace page_tab {
 namespace {
-
-constexpr WCHAR kHelpTopic[] = L"::/topics/task-selecting_a_label_stock.html";
 
 // The first entry of the list, in every language.
 constexpr WCHAR kCustomEntry[] = L"Custom";
@@ -241,7 +240,7 @@ void Notify(HWND dialog, UINT code, PropertiesContext& context) {
     case static_cast<UINT>(PSN_RESET):
       return CancelClick(dialog, context);
     case static_cast<UINT>(PSN_HELP):
-      return HelpClick(dialog, context.printer, kHelpTopic);
+      return HelpClick(dialog, context.printer, kPageTopic);
     default:
       return;
   }
