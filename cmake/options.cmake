@@ -2,7 +2,7 @@
 
 # No folder of this machine's in what ships. The last that fits a path counts.
 if(MINGW)
-  add_compile_options(-ffile-prefix-map=${CMAKE_SOURCE_DIR}=. -ffile-prefix-map=${CMAKE_BINARY_DIR}=./build)
+  add_compile_options(-ffile-prefix-map=${CMAKE_SOURCE_DIR}=. -ffile-prefix-map=${CMAKE_BINARY_DIR}=.)
 endif()
 
 # The platform's headers and texts as wide ones (compstui.h's structures follow UNICODE), for Windows Vista
