@@ -11,6 +11,7 @@ namespace platform {
 struct DriverEntries {
   decltype(&::DrvConvertDevMode) ConvertDevMode = nullptr;
   decltype(&::DrvDocumentPropertySheets) DocumentPropertySheets = nullptr;
+  decltype(&::DrvDevicePropertySheets) DevicePropertySheets = nullptr;
   decltype(&::DevQueryPrintEx) QueryPrintEx = nullptr;
   decltype(&::DrvDocumentEvent) DocumentEvent = nullptr;
   decltype(&::DrvDeviceCapabilities) DeviceCapabilities = nullptr;

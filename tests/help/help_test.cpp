@@ -132,9 +132,9 @@ std::vector<std::wstring> Between(const std::wstring& text, const std::wstring& 
   return found;
 }
 
-class Help : public testing::TestWithParam<Language> {
+class HelpFiles : public testing::TestWithParam<Language> {
  protected:
-  Help() : module_(LoadLibraryExW(Built(L"r5-lqz-ui.dll").c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE)) {
+  HelpFiles() : module_(LoadLibraryExW(Built(L"r5-lqz-ui.dll").c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE)) {
     CoInitialize(nullptr);
     for (const auto& topic : kTopics) {
       const r5lqz::HelpPath path = r5lqz::BuildHelpPath(Built(L"help\\r5-lqz.chm").c_str(), GetParam().ui, topic.path);
@@ -142,7 +142,7 @@ class Help : public testing::TestWithParam<Language> {
       topics_.push_back(Read(path.data()));
     }
   }
-  ~Help() override {
+  ~HelpFiles() override {
     CoUninitialize();
     FreeLibrary(module_);
   }
@@ -175,7 +175,7 @@ class Help : public testing::TestWithParam<Language> {
   std::vector<std::string> topics_;
 };
 
-TEST_P(Help, HasEveryTopicThatTheTabsAskFor) {
+TEST_P(HelpFiles, HasEveryTopicThatTheTabsAskFor) {
   for (std::size_t i = 0; i < std::size(kTopics); ++i) {
     SCOPED_TRACE(Shown(paths_[i]));
     ASSERT_FALSE(topics_[i].empty());
@@ -189,7 +189,7 @@ TEST_P(Help, HasEveryTopicThatTheTabsAskFor) {
   }
 }
 
-TEST_P(Help, LeadsNowhereElse) {
+TEST_P(HelpFiles, LeadsNowhereElse) {
   for (std::size_t i = 0; i < std::size(kTopics); ++i) {
     const std::wstring root = paths_[i].substr(0, paths_[i].find(L"::") + 3);
     const auto links = Between(Text(i), L"href=\"", L"\"");
@@ -202,7 +202,7 @@ TEST_P(Help, LeadsNowhereElse) {
   }
 }
 
-TEST_P(Help, CallsEveryControlByTheNameThatTheDialogsShow) {
+TEST_P(HelpFiles, CallsEveryControlByTheNameThatTheDialogsShow) {
   const std::wstring shown = Dialogs() + Strings();
   ASSERT_FALSE(shown.empty());
   const auto is_word_within = [&shown](const std::wstring& name) {
@@ -219,7 +219,7 @@ TEST_P(Help, CallsEveryControlByTheNameThatTheDialogsShow) {
 }
 
 // In a template a button is its style, place and number, followed by its class (0xFFFF, 0x80) and its text.
-TEST_P(Help, NamesEveryButtonOfTheDialogs) {
+TEST_P(HelpFiles, NamesEveryButtonOfTheDialogs) {
   std::set<std::wstring> named;
   for (std::size_t i = 0; i < std::size(kTopics); ++i) {
     for (const std::wstring& name : Between(Text(i), L"<b>", L"</b>")) named.insert(name);
@@ -238,7 +238,7 @@ TEST_P(Help, NamesEveryButtonOfTheDialogs) {
   EXPECT_EQ(21, buttons);
 }
 
-INSTANTIATE_TEST_SUITE_P(Languages, Help, testing::ValuesIn(kLanguages),
+INSTANTIATE_TEST_SUITE_P(Languages, HelpFiles, testing::ValuesIn(kLanguages),
                          [](const auto& one) { return std::string(one.param.code); });
 
 }  // namespace

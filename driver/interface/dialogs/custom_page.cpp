@@ -115,8 +115,9 @@ void Close(HWND dialog) {
   SetWindowLongPtrW(dialog, GWLP_USERDATA, 0);
 }
 
-// FALSE for the offset edits, whose notifications the dialog leaves to the system as well.
 INT_PTR Command(HWND dialog, int control, int notification, CustomPageContext& context) {
+  INT_PTR answer = TRUE;
+  if (RouteSizeFields(dialog, kFields, control, notification, context.units, answer)) return answer;
   switch (control) {
     case IDOK:
       OkClick(dialog, *context.record);
@@ -124,18 +125,6 @@ INT_PTR Command(HWND dialog, int control, int notification, CustomPageContext& c
     case IDCANCEL:
       CancelClick(dialog);
       return TRUE;
-    case IDC_CUSTOM_INCHES:
-      UnitsClick(dialog, kFields, kInches, context.units);
-      return TRUE;
-    case IDC_CUSTOM_MM:
-      UnitsClick(dialog, kFields, kMillimetres, context.units);
-      return TRUE;
-    case IDC_CUSTOM_VERT:
-      if (notification == EN_CHANGE) UpdateVertOffset(dialog, kFields);
-      return FALSE;
-    case IDC_CUSTOM_HORZ:
-      if (notification == EN_CHANGE) UpdateHorzOffset(dialog, kFields);
-      return FALSE;
     default:
       return TRUE;
   }

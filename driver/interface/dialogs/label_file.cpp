@@ -13,11 +13,6 @@ namespace {
 // Far above what any list of pages takes: a file that somebody chose by mistake must not fill the host's memory.
 constexpr long kLargestFile = 64L * 1024 * 1024;
 
-void CloseFile(std::FILE* file) {
-  std::fclose(file);
-}
-using InputFile = std::unique_ptr<std::FILE, Releaser<CloseFile>>;
-
 OwnedHandle CreateOutput(const WCHAR* path) {
   const HANDLE file =
       CreateFileW(path, GENERIC_WRITE, FILE_SHARE_WRITE, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
@@ -33,7 +28,7 @@ long SizeOf(std::FILE* file) {
 
 // The file's bytes and a terminator. What is read counts, not what was measured: the file may have changed in between.
 RuntimeBlock<char> ReadWhole(const WCHAR* path) {
-  const InputFile file(_wfopen(path, L"rb"));
+  const OwnedFile file(_wfopen(path, L"rb"));
   if (!file) return nullptr;
   const auto size = static_cast<std::size_t>(SizeOf(file.get()));
   RuntimeBlock<char> text(static_cast<char*>(std::malloc(size + 1)));

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 
 #include "diag/bounded_text.h"
 #include "diag/number_text.h"
@@ -142,10 +143,14 @@ PrinterLabel ReadPage(const cJSON* page, int index) {
   return label;
 }
 
-// Blanks and control characters before the text.
-const char* SkipLead(const char* text) {
+// The parser would pass over a byte-order mark, but a file that begins with one is no label file.
+constexpr char kByteOrderMark[] = "\xEF\xBB\xBF";
+
+// The tree of a text, behind blanks and control characters; none when it is not JSON.
+Tree Parse(const char* text) {
   while (*text && static_cast<unsigned char>(*text) <= ' ') ++text;
-  return text;
+  const bool is_marked = std::strncmp(text, kByteOrderMark, std::size(kByteOrderMark) - 1) == 0;
+  return Tree(is_marked ? nullptr : cJSON_Parse(text));
 }
 
 }  // namespace
@@ -159,7 +164,7 @@ RuntimeBlock<char> WriteLabelJson(std::span<const PrinterLabel> labels) {
 }
 
 int ReadLabelJson(const char* text, std::span<PrinterLabel> labels) {
-  const Tree root(cJSON_Parse(SkipLead(text)));
+  const Tree root = Parse(text);
   if (!cJSON_IsObject(root.get()) || !cJSON_IsNumber(cJSON_GetObjectItem(root.get(), kVersion))) return 0;
   const cJSON* const list = cJSON_GetObjectItem(root.get(), kList);
   if (!cJSON_IsArray(list)) return 0;

@@ -356,8 +356,9 @@ void Close(HWND dialog) {
   SetWindowLongPtrW(dialog, GWLP_USERDATA, 0);
 }
 
-// FALSE for the offset edits, whose notifications the dialog leaves to the system as well.
 INT_PTR Command(HWND dialog, int control, int notification, ManagePagesContext& context) {
+  INT_PTR answer = TRUE;
+  if (RouteSizeFields(dialog, kFields, control, notification, context.units, answer)) return answer;
   switch (control) {
     case IDOK:
     case IDCANCEL:
@@ -381,18 +382,6 @@ INT_PTR Command(HWND dialog, int control, int notification, ManagePagesContext& 
     case IDC_MANAGE_EXPORT:
       ExportClick(dialog, context);
       return TRUE;
-    case IDC_MANAGE_INCHES:
-      UnitsClick(dialog, kFields, kInches, context.units);
-      return TRUE;
-    case IDC_MANAGE_MM:
-      UnitsClick(dialog, kFields, kMillimetres, context.units);
-      return TRUE;
-    case IDC_MANAGE_VERT:
-      if (notification == EN_CHANGE) UpdateVertOffset(dialog, kFields);
-      return FALSE;
-    case IDC_MANAGE_HORZ:
-      if (notification == EN_CHANGE) UpdateHorzOffset(dialog, kFields);
-      return FALSE;
     default:
       return TRUE;
   }

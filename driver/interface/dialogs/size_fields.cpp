@@ -57,6 +57,38 @@ bool ReadOffset(HWND dialog, int control, std::span<char> text) {
   return ReadAndValidateInt(dialog, control, text, kOffsetLimits.lowest, kOffsetLimits.highest, IDS_INVALID_OFFSET);
 }
 
+void SetRangeText(HWND dialog, const SizeFields& fields, DWORD units) {
+  const TraceScope trace("SetRangeText");
+  ShowRange(dialog, fields.width_range, kWidthLimits, units);
+  ShowRange(dialog, fields.length_range, kLengthLimits, units);
+}
+
+void UpdateVertOffset(HWND dialog, const SizeFields& fields) {
+  const TraceScope trace("UpdateVertOffset");
+  UpdateReadout(dialog, fields, fields.vertical, fields.vertical_readout);
+}
+
+void UpdateHorzOffset(HWND dialog, const SizeFields& fields) {
+  const TraceScope trace("UpdateHorzOffset");
+  UpdateReadout(dialog, fields, fields.horizontal, fields.horizontal_readout);
+}
+
+// The buttons end up showing the current units whatever happens.
+void UnitsClick(HWND dialog, const SizeFields& fields, DWORD new_units, DWORD& units) {
+  const TraceScope trace("UnitsClick");
+  PrinterLabel label{};
+  if (new_units == units || !ReadWidthAndLength(dialog, fields, units, label)) {
+    CheckUnits(dialog, fields, units);
+    return;
+  }
+  SetRangeText(dialog, fields, new_units);
+  SetDlgItemTextA(dialog, fields.width, ConvertSizeText(label.width, units, new_units).data());
+  SetDlgItemTextA(dialog, fields.length, ConvertSizeText(label.length, units, new_units).data());
+  UpdateVertOffset(dialog, fields);
+  UpdateHorzOffset(dialog, fields);
+  units = new_units;
+}
+
 }  // namespace
 
 void InitSizeFields(HWND dialog, const SizeFields& fields) {
@@ -87,35 +119,21 @@ bool ReadSize(HWND dialog, const SizeFields& fields, PrinterLabel& label) {
          ReadOffset(dialog, fields.horizontal, label.horzOffset);
 }
 
-void UnitsClick(HWND dialog, const SizeFields& fields, DWORD new_units, DWORD& units) {
-  const TraceScope trace("UnitsClick");
-  PrinterLabel label{};
-  if (new_units == units || !ReadWidthAndLength(dialog, fields, units, label)) {
-    CheckUnits(dialog, fields, units);
-    return;
+bool RouteSizeFields(HWND dialog, const SizeFields& fields, int control, int notification, DWORD& units,
+                     INT_PTR& answer) {
+  answer = TRUE;
+  if (control == fields.inches || control == fields.millimetres) {
+    UnitsClick(dialog, fields, control == fields.inches ? kInches : kMillimetres, units);
+    return true;
   }
-  SetRangeText(dialog, fields, new_units);
-  SetDlgItemTextA(dialog, fields.width, ConvertSizeText(label.width, units, new_units).data());
-  SetDlgItemTextA(dialog, fields.length, ConvertSizeText(label.length, units, new_units).data());
-  UpdateVertOffset(dialog, fields);
-  UpdateHorzOffset(dialog, fields);
-  units = new_units;
-}
-
-void SetRangeText(HWND dialog, const SizeFields& fields, DWORD units) {
-  const TraceScope trace("SetRangeText");
-  ShowRange(dialog, fields.width_range, kWidthLimits, units);
-  ShowRange(dialog, fields.length_range, kLengthLimits, units);
-}
-
-void UpdateVertOffset(HWND dialog, const SizeFields& fields) {
-  const TraceScope trace("UpdateVertOffset");
-  UpdateReadout(dialog, fields, fields.vertical, fields.vertical_readout);
-}
-
-void UpdateHorzOffset(HWND dialog, const SizeFields& fields) {
-  const TraceScope trace("UpdateHorzOffset");
-  UpdateReadout(dialog, fields, fields.horizontal, fields.horizontal_readout);
+  if (control != fields.vertical && control != fields.horizontal) return false;
+  if (notification == EN_CHANGE) {
+    if (control == fields.vertical) UpdateVertOffset(dialog, fields);
+    if (control == fields.horizontal) UpdateHorzOffset(dialog, fields);
+  }
+  // The system is left to act on the offset edits' notifications as well.
+  answer = FALSE;
+  return true;
 }
 
 }  // namespace r5lqz

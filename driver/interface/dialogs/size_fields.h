@@ -42,15 +42,8 @@ void ShowSize(HWND dialog, const SizeFields& fields, const SizeTexts& texts, DWO
 // Reads and checks the group into the sizes, offsets and units of `label`. False: the user has been told what is wrong.
 bool ReadSize(HWND dialog, const SizeFields& fields, PrinterLabel& label);
 
-// Converts width and length into the units of the button that was clicked, and makes them current. The buttons end up
-// showing the current units whatever happens.
-void UnitsClick(HWND dialog, const SizeFields& fields, DWORD new_units, DWORD& units);
-
-// Writes the ranges of width and length in `units`.
-void SetRangeText(HWND dialog, const SizeFields& fields, DWORD units);
-
-// Refresh the readouts from the edits.
-void UpdateVertOffset(HWND dialog, const SizeFields& fields);
-void UpdateHorzOffset(HWND dialog, const SizeFields& fields);
+// Acts on a notification of one of the group's controls: converts the sizes when a unit button is clicked, refreshes a
+// readout when its offset changes. True: the control is one of these, and `answer` is what the dialog procedure returns.
+bool RouteSizeFields(HWND dialog, const SizeFields& fields, int control, int notification, DWORD& units, INT_PTR& answer);
 
 }  // namespace r5lqz

@@ -2,6 +2,10 @@
 
 #include <prsht.h>
 
+#include <array>
+#include <cstddef>
+#include <span>
+
 #include "diag/trace.h"
 #include "entry/module.h"
 #include "entry/properties_context.h"
@@ -42,9 +46,17 @@ PropertiesContext* ContextOf(const PROPSHEETUI_INFO& info) {
   return reinterpret_cast<PropertiesContext*>(info.UserData);
 }
 
+// The platform's current structure in its full size; not every compiler's headers have its last member.
+union FullPage {
+  std::array<std::byte, 104> whole;
+  PROPSHEETPAGEW page;
+};
+static_assert(sizeof(FullPage) == sizeof(FullPage::whole));
+
 HPROPSHEETPAGE CreateTab(const Tab& tab, PropertiesContext& context) {
-  PROPSHEETPAGEW page{};
-  page.dwSize = sizeof page;
+  FullPage full{};
+  PROPSHEETPAGEW& page = full.page;
+  page.dwSize = sizeof full;
   page.dwFlags = tab.has_help ? PSP_USETITLE | PSP_HASHELP : PSP_USETITLE;
   page.hInstance = ModuleHandle();
   page.pszTemplate = MAKEINTRESOURCEW(tab.template_id);
@@ -95,7 +107,7 @@ LONG OpenDocumentSheet(PROPSHEETUI_INFO& info, const DOCUMENTPROPERTYHEADER& hea
 // Whether the user may change the printer is seen by doing so.
 bool MayChangePrinter(HANDLE printer) {
   DWORD value = 1;
-  return SetPrinterDataW(printer, const_cast<WCHAR*>(kPermissionName), REG_DWORD, reinterpret_cast<BYTE*>(&value),
+  return SetPrinterDataW(printer, Writable(kPermissionName), REG_DWORD, reinterpret_cast<BYTE*>(&value),
                          sizeof value) == ERROR_SUCCESS;
 }
 

@@ -1,7 +1,9 @@
 #include "pages/number_entry.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "diag/bounded_text.h"
@@ -20,15 +22,26 @@ double BoundIn(LONG tenths, DWORD units) {
 }
 
 // Whole thousandths of a bound, rounded towards the inside of the range, so that the shown bounds are valid entries.
-LONG LowerThousandths(double bound) {
+std::int64_t LowerThousandths(double bound) {
   const double product = bound * kThousandths;
-  const LONG cut = static_cast<LONG>(product);
-  return cut == product ? cut : cut + 1;
+  const auto cut = static_cast<std::int64_t>(product);
+  return static_cast<double>(cut) == product ? cut : cut + 1;
 }
 
-LONG UpperThousandths(double bound) {
-  return static_cast<LONG>(bound * kThousandths);
+std::int64_t UpperThousandths(double bound) {
+  return static_cast<std::int64_t>(bound * kThousandths);
 }
+
+// From whole numbers, because the runtime's decimals follow the locale and this text does not.
+struct Decimal {
+  explicit Decimal(std::int64_t thousandths)
+      : sign(thousandths < 0 ? "-" : ""),
+        whole(static_cast<int>(std::abs(thousandths) / 1000)),
+        fraction(static_cast<int>(std::abs(thousandths) % 1000)) {}
+  const char* sign;
+  int whole;
+  int fraction;
+};
 
 }  // namespace
 
@@ -51,13 +64,11 @@ bool AcceptIntEntry(char* text, LONG minimum, LONG maximum) {
 
 void GetRangeString(std::span<WCHAR, kRangeTextSize> text, LONG minimum, LONG maximum, DWORD units) {
   const TraceScope trace("GetRangeString");
-  const LONG lower = LowerThousandths(BoundIn(minimum, units));
-  const LONG upper = UpperThousandths(BoundIn(maximum, units));
-  // From whole numbers, because the runtime's decimals follow the locale and this text does not.
+  const Decimal lower(LowerThousandths(BoundIn(minimum, units)));
+  const Decimal upper(UpperThousandths(BoundIn(maximum, units)));
   std::array<char, kRangeTextSize> narrow{};
-  const int length = std::snprintf(narrow.data(), narrow.size(), "%d.%03d - %d.%03d", static_cast<int>(lower / 1000),
-                                   static_cast<int>(lower % 1000), static_cast<int>(upper / 1000),
-                                   static_cast<int>(upper % 1000));
+  const int length = std::snprintf(narrow.data(), narrow.size(), "%s%d.%03d - %s%d.%03d", lower.sign, lower.whole,
+                                   lower.fraction, upper.sign, upper.whole, upper.fraction);
   if (length < 0 || static_cast<std::size_t>(length) >= narrow.size()) narrow[0] = '\0';
   std::copy(narrow.begin(), narrow.end(), text.begin());
 }

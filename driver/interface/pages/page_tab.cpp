@@ -12,7 +12,6 @@
 #include "dialogs/manage_pages.h"
 #include "labels/label_store.h"
 #include "pages/dialog_helpers.h"
-#include "pages/help.h"
 #include "pages/help_topics.h"
 #include "pages/number_entry.h"
 #include "pages/tab.h"
@@ -228,22 +227,9 @@ void OkClick(HWND dialog, PropertiesContext& context) {
   FinishApply(dialog, context);
 }
 
-void CancelClick(HWND dialog, const PropertiesContext& context) {
+void CancelClick(HWND dialog, PropertiesContext& context) {
   const TraceScope trace("CancelClick");
   FinishReset(dialog, context);
-}
-
-void Notify(HWND dialog, UINT code, PropertiesContext& context) {
-  switch (code) {
-    case static_cast<UINT>(PSN_APPLY):
-      return OkClick(dialog, context);
-    case static_cast<UINT>(PSN_RESET):
-      return CancelClick(dialog, context);
-    case static_cast<UINT>(PSN_HELP):
-      return HelpClick(dialog, context.printer, kPageTopic);
-    default:
-      return;
-  }
 }
 
 void Command(HWND dialog, int control, PropertiesContext& context) {
@@ -259,24 +245,20 @@ void Command(HWND dialog, int control, PropertiesContext& context) {
   }
 }
 
+constexpr TabOperations kOperations{
+    .initialize = Initialize,
+    .apply = OkClick,
+    .reset = CancelClick,
+    .help_topic = kPageTopic,
+    .takes_commands = true,
+    .command = Command,
+};
+
 }  // namespace
 }  // namespace page_tab
 
 INT_PTR CALLBACK PageDlgProc(HWND dialog, UINT message, WPARAM w_param, LPARAM l_param) {
-  PropertiesContext* const context = ContextOf(dialog);
-  switch (message) {
-    case WM_INITDIALOG:
-      page_tab::Initialize(dialog, KeepContext(dialog, l_param));
-      return TRUE;
-    case WM_NOTIFY:
-      if (context) page_tab::Notify(dialog, reinterpret_cast<const NMHDR*>(l_param)->code, *context);
-      return TRUE;
-    case WM_COMMAND:
-      if (context) page_tab::Command(dialog, LOWORD(w_param), *context);
-      return TRUE;
-    default:
-      return FALSE;
-  }
+  return RouteTab(page_tab::kOperations, dialog, message, w_param, l_param);
 }
 
 }  // namespace r5lqz

@@ -1,0 +1,211 @@
+#include "sheet_fixture.h"
+
+#include <commctrl.h>
+#include <malloc.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace tests {
+namespace {
+
+// Wine waits two seconds for a window manager to say that a window is gone, and a bare display has none: this program's
+// windows are not to be managed. Read before this runs, so that it holds from the next run on: listing the tests is one.
+const bool unmanaged = [] {
+  wchar_t path[MAX_PATH];
+  GetModuleFileNameW(nullptr, path, MAX_PATH);
+  const std::wstring key = std::wstring(L"Software\\Wine\\AppDefaults") + wcsrchr(path, L'\\') + L"\\X11 Driver";
+  return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") &&
+         !RegSetKeyValueW(HKEY_CURRENT_USER, key.c_str(), L"Managed", REG_SZ, L"N", sizeof L"N");
+}();
+
+Watch* watching = nullptr;
+
+using Lock = std::lock_guard<std::recursive_mutex>;
+
+std::string NarrowText(const wchar_t* text) { return Narrow(text, wcslen(text)); }
+
+// A page's first procedure: counts that the page really came to be, and leaves everything to the module's own.
+INT_PTR CALLBACK CountDialog(HWND dialog, UINT message, WPARAM w_param, LPARAM l_param) {
+  if (message != WM_INITDIALOG) return FALSE;
+  const UINT id = LOWORD(reinterpret_cast<const PROPSHEETPAGEW*>(l_param)->pszTemplate);
+  const Lock lock(watching->guard);
+  ++watching->shown[id];
+  SetWindowLongPtrW(dialog, DWLP_DLGPROC, reinterpret_cast<LONG_PTR>(watching->procedures[id]));
+  return watching->procedures[id](dialog, message, w_param, l_param);
+}
+
+HPROPSHEETPAGE WINAPI MakePage(LPCPROPSHEETPAGEW page) {
+  const Lock lock(watching->guard);
+  watching->pages.push_back(*page);
+  if (watching->pages.size() == watching->failing_page) return nullptr;
+  PROPSHEETPAGEW counted = *page;
+  counted.dwSize = sizeof counted;
+  watching->procedures[LOWORD(page->pszTemplate)] = std::exchange(counted.pfnDlgProc, CountDialog);
+  return CreatePropertySheetPageW(&counted);
+}
+
+int WINAPI TakeBox(HWND owner, LPCWSTR text, LPCWSTR caption, UINT type) {
+  watching->boxes.push_back({owner, NarrowText(caption) + ": " + NarrowText(text), type});
+  return IDOK;
+}
+
+BOOL WINAPI GiveProfiles(PCWSTR, PENUMTYPEW, PBYTE buffer, PDWORD size, PDWORD count) {
+  std::wstring list;
+  for (const auto& name : watching->profiles) list += name + L'\0';
+  list += L'\0';
+  const auto needed = static_cast<DWORD>(list.size() * sizeof(wchar_t));
+  *count = static_cast<DWORD>(watching->profiles.size());
+  if (std::exchange(*size, needed) < needed) return SetLastError(ERROR_INSUFFICIENT_BUFFER), FALSE;
+  memcpy(buffer, list.data(), needed);
+  return TRUE;
+}
+
+DWORD WINAPI Write(HANDLE printer, LPWSTR name, DWORD type, LPBYTE data, DWORD size) {
+  watching->written.push_back(NarrowText(name));
+  return watching->write_answer ? watching->write_answer : SetPrinterDataW(printer, name, type, data, size);
+}
+
+void* __cdecl Allocate(std::size_t count, std::size_t size) {
+  const Lock lock(watching->guard);
+  return *watching->blocks.insert(calloc(count, size)).first;
+}
+
+void __cdecl Release(void* block) {
+  if (!block) return;
+  const Lock lock(watching->guard);
+  if (!watching->blocks.erase(block)) {
+    ++watching->strange_releases;
+    return;
+  }
+  memset(block, 0xDD, _msize(block));
+  watching->released.push_back(block);
+}
+
+}  // namespace
+
+Texts SheetUser::Titles() const {
+  const auto tabs = reinterpret_cast<HWND>(SendMessageW(sheet_, PSM_GETTABCONTROL, 0, 0));
+  Texts titles;
+  wchar_t text[64] = L"";
+  TCITEMW item{.mask = TCIF_TEXT, .pszText = text, .cchTextMax = std::size(text)};
+  while (SendMessageW(tabs, TCM_GETITEMW, titles.size(), reinterpret_cast<LPARAM>(&item))) {
+    titles.push_back(NarrowText(text));
+  }
+  return titles;
+}
+
+bool SheetUser::Open(const std::string& title) const {
+  const Texts titles = Titles();
+  const auto index = std::find(titles.begin(), titles.end(), title) - titles.begin();
+  SendMessageW(sheet_, PSM_SETCURSEL, static_cast<WPARAM>(index), 0);
+  return Tab() && SendMessageW(sheet_, PSM_HWNDTOINDEX, reinterpret_cast<WPARAM>(Tab()), 0) == index;
+}
+
+HWND SheetUser::Tab() const {
+  const auto tab = reinterpret_cast<HWND>(SendMessageW(sheet_, PSM_GETCURRENTPAGEHWND, 0, 0));
+  return tab ? tab : sheet_;
+}
+
+LRESULT SheetUser::Send(int id, UINT message, WPARAM first, LPARAM second) const {
+  const HWND control = GetDlgItem(Tab(), id);
+  EXPECT_TRUE(control) << "the tab has no control " << id;
+  return SendMessageW(control, message, first, second);
+}
+
+std::string SheetUser::Text(int id) const {
+  wchar_t text[512] = L"";
+  Send(id, WM_GETTEXT, std::size(text), reinterpret_cast<LPARAM>(text));
+  return NarrowText(text);
+}
+
+void SheetUser::Choose(int id, const char* entry) const {
+  const HWND box = GetDlgItem(Tab(), id);
+  const LRESULT index = SendMessageA(box, CB_FINDSTRINGEXACT, static_cast<WPARAM>(-1), reinterpret_cast<LPARAM>(entry));
+  EXPECT_GE(index, 0) << entry;
+  Send(id, CB_SETCURSEL, static_cast<WPARAM>(index));
+  SendMessageW(Tab(), WM_COMMAND, MAKEWPARAM(id, CBN_SELCHANGE), reinterpret_cast<LPARAM>(box));
+}
+
+void SheetUser::Type(int id, const char* text) const {
+  Send(id, EM_SETSEL, 0, -1);
+  SendMessageA(GetDlgItem(Tab(), id), EM_REPLACESEL, TRUE, reinterpret_cast<LPARAM>(text));
+}
+
+void SheetUser::Press(int button) const {
+  const bool closes = button == PSBTN_OK || button == PSBTN_CANCEL;
+  if (closes) PostMessageW(sheet_, PSM_PRESSBUTTON, static_cast<WPARAM>(button), 0);
+  if (!closes) SendMessageW(sheet_, PSM_PRESSBUTTON, static_cast<WPARAM>(button), 0);
+}
+
+Watch::Watch(HMODULE watched) : module(watched) {
+  watching = this;
+  Replace("comctl32.dll", "CreatePropertySheetPageW", &MakePage);
+  Replace("user32.dll", "MessageBoxW", &TakeBox);
+  Replace("mscms.dll", "EnumColorProfilesW", &GiveProfiles);
+  Replace("winspool.drv", "SetPrinterDataW", &Write);
+  Replace("msvcrt.dll", "malloc", +[](std::size_t size) { return Allocate(1, size); });
+  Replace("msvcrt.dll", "calloc", &Allocate);
+  Replace("msvcrt.dll", "free", &Release);
+}
+
+Watch::~Watch() {
+  while (!patches.empty()) patches.pop_back();
+  for (void* block : released) free(block);
+}
+
+platform::SheetOutcome ShowSheet(platform::SheetEntry entry, void* header, const Steps& steps, int button) {
+  const auto outcome = platform::ShowSheet({entry, header, nullptr, true, [&](HWND sheet) {
+    SheetUser user(sheet);
+    steps(user);
+    user.Press(button);
+  }});
+  EXPECT_TRUE(outcome.opened == 1 && outcome.shown) << "without a display no sheet is tested";
+  return outcome;
+}
+
+void SheetTest::SetUp() {
+  SpoolerTest::SetUp();
+  if (HasFatalFailure()) return;
+  document_entry = EntryOf(Module(), "DrvDocumentPropertySheets");
+  device_entry = EntryOf(Module(), "DrvDevicePropertySheets");
+  device = {sizeof device, 0, Printer(), PrinterName()};
+  watch = std::make_unique<Watch>(Module());
+  settled = Edit(Defaults(), [](SheetUser& user) { EXPECT_TRUE(user.Open("Appearance")); });
+  watch->shown.clear();
+  heaps = GetProcessHeaps(0, nullptr);
+}
+
+void SheetTest::TearDown() {
+  if (!watch) return;
+  EXPECT_EQ(watch->blocks.size(), 0u);
+  EXPECT_EQ(watch->strange_releases, 0);
+  EXPECT_EQ(GetProcessHeaps(0, nullptr), heaps);
+}
+
+platform::SheetEntry SheetTest::EntryOf(HMODULE module, const char* name) {
+  return reinterpret_cast<platform::SheetEntry>(reinterpret_cast<void*>(GetProcAddress(module, name)));
+}
+
+DOCUMENTPROPERTYHEADER SheetTest::Header(const void* in, void* out, DWORD mode) {
+  auto* const shape = static_cast<DEVMODEW*>(const_cast<void*>(in));
+  return {sizeof(DOCUMENTPROPERTYHEADER), 0, Printer(), PrinterName(), shape, static_cast<DEVMODEW*>(out), 0, mode};
+}
+
+DriverDevMode SheetTest::Edit(const DriverDevMode& in, const Steps& steps) {
+  DriverDevMode out{};
+  auto header = Header(&in, &out);
+  const auto entry = EntryOf(Module(), "DrvDocumentPropertySheets");
+  EXPECT_EQ(ShowSheet(entry, &header, steps, PSBTN_OK).result, ULONG_PTR{CPSUI_OK});
+  return out;
+}
+
+std::vector<LPARAM> SheetTest::Reported(LPARAM result) const {
+  std::vector<LPARAM> results;
+  for (const auto& [id, times] : watch->shown) {
+    if (id != IDD_ABOUT_TAB) results.insert(results.end(), static_cast<std::size_t>(times), result);
+  }
+  return results;
+}
+
+}  // namespace tests

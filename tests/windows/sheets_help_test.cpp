@@ -1,0 +1,128 @@
+// Context help: which topic of which file is shown, and what happens when the platform's help component is not there.
+#include "printer_keys.h"
+#include "sheet_fixture.h"
+
+namespace tests {
+namespace {
+
+// How far the module gets with the help component.
+enum class Component { kMissing, kNotLoaded, kWithoutEntry, kWhole };
+
+struct World {
+  Component component = Component::kMissing;
+  std::wstring help_file = L"C:\\help\\guide.chm";
+  std::wstring language = L"en";
+  HWND tab = nullptr;
+  Texts shown;
+  int searches = 0;
+} world;
+
+HWND WINAPI ShowHelp(HWND caller, LPCWSTR file, UINT command, DWORD_PTR data) {
+  EXPECT_TRUE(command == 0 && data == 0 && caller == world.tab);
+  world.shown.push_back(Narrow(file, wcslen(file)));
+  return nullptr;
+}
+
+LSTATUS WINAPI FindComponent(HKEY, LPCWSTR, LPCWSTR, DWORD, LPDWORD, PVOID data, LPDWORD) {
+  ++world.searches;
+  memcpy(data, L"help.ocx", sizeof L"help.ocx");
+  return world.component == Component::kMissing ? ERROR_FILE_NOT_FOUND : ERROR_SUCCESS;
+}
+
+HMODULE WINAPI LoadComponent(LPCWSTR file) {
+  EXPECT_EQ(Narrow(file, wcslen(file)), "help.ocx");
+  return world.component == Component::kNotLoaded ? nullptr : GetModuleHandleW(nullptr);
+}
+
+void* WINAPI FindEntry(HMODULE, LPCSTR name) {
+  EXPECT_STREQ(name, "HtmlHelpW");
+  return world.component == Component::kWhole ? reinterpret_cast<void*>(&ShowHelp) : nullptr;
+}
+
+int WINAPI LoadTextOrLanguage(HINSTANCE module, UINT id, LPWSTR text, int size) {
+  if (id != IDS_LANGUAGE) return LoadStringW(module, id, text, size);
+  return static_cast<int>(world.language.copy(text, static_cast<std::size_t>(size) - 1));
+}
+
+BOOL WINAPI DriverWithHelp(HANDLE, LPWSTR, DWORD level, LPBYTE buffer, DWORD size, LPDWORD needed) {
+  if (level != 3 || world.help_file == L"unreadable") return SetLastError(ERROR_ACCESS_DENIED), FALSE;
+  *needed = static_cast<DWORD>(sizeof(DRIVER_INFO_3W) + (world.help_file.size() + 1) * sizeof(wchar_t));
+  if (size < *needed) return SetLastError(ERROR_INSUFFICIENT_BUFFER), FALSE;
+  auto* const info = reinterpret_cast<DRIVER_INFO_3W*>(buffer);
+  *info = {};
+  if (!world.help_file.empty()) info->pHelpFile = wcscpy(reinterpret_cast<wchar_t*>(info + 1), world.help_file.c_str());
+  return TRUE;
+}
+
+struct Help : SheetTest {
+  // The module looks for the component once in its life, so every case takes a module of its own.
+  void Open(Component component, const Steps& steps) {
+    world = {component};
+    wchar_t path[MAX_PATH];
+    GetTempPathW(MAX_PATH, path);
+    wcscat(path, L"r5-lqz-help.dll");
+    ASSERT_TRUE(CopyFileW(ModulePath().c_str(), path, FALSE));
+    const HMODULE module = LoadLibraryW(path);
+    ASSERT_TRUE(module);
+    watch.reset();
+    watch = std::make_unique<Watch>(module);
+    watch->Replace("winspool.drv", "EnumPrinterKeyW", &platform::RegistryEnumPrinterKey);
+    watch->Replace("winspool.drv", "DeletePrinterKeyW", &platform::RegistryDeletePrinterKey);
+    watch->Replace("winspool.drv", "GetPrinterDriverW", &DriverWithHelp);
+    watch->Replace("advapi32.dll", "RegGetValueW", &FindComponent);
+    watch->Replace("kernel32.dll", "LoadLibraryW", &LoadComponent);
+    watch->Replace("kernel32.dll", "GetProcAddress", &FindEntry);
+    watch->Replace("user32.dll", "LoadStringW", &LoadTextOrLanguage);
+    auto header = Header(nullptr, nullptr);
+    ShowSheet(EntryOf(module, "DrvDocumentPropertySheets"), &header, steps, PSBTN_CANCEL);
+    TearDown();
+    watch.reset();
+    FreeLibrary(module);
+    EXPECT_TRUE(DeleteFileW(path));
+  }
+
+  static Texts ShownFor(const SheetUser& user) {
+    world.tab = user.Tab();
+    world.shown.clear();
+    user.Press(PSBTN_HELP);
+    return world.shown;
+  }
+};
+
+TEST_F(Help, ShowsTheTabsTopicInTheLanguagesFile) {
+  constexpr const char* kTopics[][2] = {{"Appearance", "::/topics/task-setting_up_appearance_options.html"},
+                                        {"Layout", "::/topics/task-setting_up_layout_options.html"},
+                                        {"About", "::/topics/concept-setting_up_the_printer_driver.html"}};
+  const std::pair<const wchar_t*, const char*> kFiles[] = {
+      {L"en", "guide.chm"},    {L"de", "guide.de.chm"}, {L"fr", "guide.fr.chm"}, {L"zh", "guide.zh.chm"},
+      {L"es", "guide.es.chm"}, {L"deu", "guide.chm"},   {L"DE", "guide.chm"},    {L"", "guide.chm"}};
+  Open(Component::kWhole, [&](SheetUser& user) {
+    for (const auto& [tab, topic] : kTopics) {
+      ASSERT_TRUE(user.Open(tab));
+      for (const auto& [language, file] : kFiles) {
+        world.language = language;
+        EXPECT_EQ(ShownFor(user), Texts{"C:\\help\\" + std::string(file) + topic});
+      }
+    }
+    for (const std::wstring& file : {std::wstring(), std::wstring(L"unreadable"), std::wstring(300, L'x')}) {
+      world.help_file = file;
+      EXPECT_EQ(ShownFor(user), Texts{}) << "nothing to show, or no room for its name";
+    }
+  });
+  EXPECT_EQ(world.searches, 1);
+}
+
+TEST_F(Help, IsSilentWithoutTheComponentAndLooksForItOnce) {
+  for (const Component missing : {Component::kMissing, Component::kNotLoaded, Component::kWithoutEntry}) {
+    Open(missing, [&](SheetUser& user) {
+      ASSERT_TRUE(user.Open("Layout"));
+      EXPECT_EQ(ShownFor(user), Texts{});
+      world.component = Component::kWhole;
+      EXPECT_EQ(ShownFor(user), Texts{});
+    });
+    EXPECT_EQ(world.searches, 1);
+  }
+}
+
+}  // namespace
+}  // namespace tests

@@ -1,0 +1,97 @@
+// Sheets side by side and one after the other: nothing of one is seen by another, nothing is left.
+#include <atomic>
+#include <thread>
+
+#include "sheet_fixture.h"
+
+namespace tests {
+namespace {
+
+struct Lifetime : SheetTest {};
+
+// Where the platform does not count GDI objects they are looked up in the table that it shares with every process; its
+// address stands in the process environment block.
+std::size_t GdiObjects() {
+  if (const DWORD counted = GetGuiResources(GetCurrentProcess(), GR_GDIOBJECTS)) return counted;
+  constexpr std::size_t kEntries = 0x10000, kEntrySize = 24, kTypeOffset = 14;
+  const HMODULE base = GetModuleHandleW(L"ntdll.dll");
+  const auto find_block =
+      reinterpret_cast<const BYTE*(WINAPI*)()>(reinterpret_cast<void*>(GetProcAddress(base, "RtlGetCurrentPeb")));
+  const BYTE* const table = *reinterpret_cast<const BYTE* const*>(find_block() + 0xF8);
+  std::size_t count = 0;
+  for (std::size_t i = 0; i < kEntries; ++i) count += table[i * kEntrySize + kTypeOffset] != 0;
+  return count;
+}
+
+// GDI objects, windows of this thread, private heaps, handles.
+std::array<std::size_t, 4> Belongings() {
+  std::size_t windows = 0;
+  DWORD handles = 0;
+  EnumThreadWindows(GetCurrentThreadId(), [](HWND, LPARAM count) -> BOOL {
+    return ++*reinterpret_cast<std::size_t*>(count), TRUE;
+  }, reinterpret_cast<LPARAM>(&windows));
+  GetProcessHandleCount(GetCurrentProcess(), &handles);
+  return {GdiObjects(), windows, GetProcessHeaps(0, nullptr), handles};
+}
+
+TEST_F(Lifetime, AHundredSheetsLeaveNothing) {
+  const HGDIOBJ brush = CreateSolidBrush(0x123456);
+  const std::size_t with_brush = GdiObjects();
+  DeleteObject(brush);
+  ASSERT_EQ(GdiObjects() + 1, with_brush) << "the count counts";
+
+  std::array<std::size_t, 4> before{};
+  DriverDevMode out{};
+  auto header = Header(&settled, &out);
+  const auto look_around = [](SheetUser& user) {
+    for (const auto& title : user.Titles()) EXPECT_TRUE(user.Open(title));
+    user.Press(PSBTN_APPLYNOW);
+  };
+  for (int i = -60; i < 100; ++i) {
+    // What the platform keeps for later windows (device contexts, fonts) came with the first sheets.
+    if (i == 0) before = Belongings();
+    const int button = i & 1 ? PSBTN_OK : PSBTN_CANCEL;
+    i & 2 ? ShowSheet(document_entry, &header, look_around, button)
+          : ShowSheet(device_entry, &device, look_around, button);
+    ASSERT_EQ(watch->blocks.size(), 0u);
+  }
+  EXPECT_EQ(Belongings(), before);
+  EXPECT_GE(watch->shown[IDD_LAYOUT_TAB], 50);
+}
+
+TEST_F(Lifetime, TwoSheetsAtOnceKnowNothingOfEachOther) {
+  struct Side {
+    const char* quality;
+    int adjust;
+    SHORT resolution;
+    DriverDevMode out{};
+  } sides[] = {{"Best", IDC_COLOR_AUTOMATIC, 600}, {"Fast", IDC_COLOR_APPLICATION, 150}};
+  std::atomic<int> arrived = 0;
+  const auto meet = [&](int count) {
+    ++arrived;
+    for (int i = 0; i < 2000 && arrived < count; ++i) Sleep(5);
+    EXPECT_GE(arrived, count) << "the other sheet did not come";
+  };
+  const auto open = [&](Side& side) {
+    auto header = Header(&settled, &side.out);
+    ShowSheet(document_entry, &header, [&](SheetUser& user) {
+      meet(2);
+      ASSERT_TRUE(user.Open("Appearance"));
+      user.Choose(IDC_COLOR_QUALITY, side.quality);
+      user.Click(side.adjust);
+      meet(4);
+      ASSERT_TRUE(user.Open("Layout") && user.Open("Appearance"));
+      EXPECT_EQ(user.Enabled(IDC_COLOR_PROFILE), side.adjust == IDC_COLOR_AUTOMATIC);
+    }, PSBTN_OK);
+  };
+  std::thread other([&] { open(sides[1]); });
+  open(sides[0]);
+  other.join();
+  for (const Side& side : sides) {
+    EXPECT_EQ(side.out.dm_public.dmPrintQuality, side.resolution);
+    EXPECT_EQ(side.out.dm_private.colorAdjust, side.adjust == IDC_COLOR_AUTOMATIC ? 1u : 0u);
+  }
+}
+
+}  // namespace
+}  // namespace tests
