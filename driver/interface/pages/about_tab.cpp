@@ -1,4 +1,5 @@
 // The About tab: product information and help.
+#include "pages/help_topics.h"
 #include "pages/product_info.h"
 #include "pages/tab.h"
 #include "resources/resource_ids.h"
@@ -7,13 +8,11 @@ namespace r5lqz {
 namespace about_tab {
 namespace {
 
-constexpr WCHAR kHelpTopic[] = L"::/topics/concept-setting_up_the_printer_driver.html";
-
 void Initialize(HWND dialog, PropertiesContext& /*context*/) {
   ShowProductInfo(dialog, IDC_ABOUT_VERSION, IDC_ABOUT_NOTICE);
 }
 
-constexpr TabOperations kOperations{.initialize = Initialize, .help_topic = kHelpTopic};
+constexpr TabOperations kOperations{.initialize = Initialize, .help_topic = kAboutTopic};
 
 }  // namespace
 }  // namespace about_tab

@@ -10,14 +10,13 @@
 #include "entry/color_profile_list.h"
 #include "install/printer_event.h"
 #include "pages/dialog_helpers.h"
+#include "pages/help_topics.h"
 #include "pages/tab.h"
 #include "resources/resource_ids.h"
 
 namespace r5lqz {
 namespace color_tab {
 namespace {
-
-constexpr WCHAR kHelpTopic[] = L"::/topics/task-setting_up_appearance_options.html";
 
 // The resolutions by the names that they have for the user.
 constexpr std::array<ComboBoxEntry, kResolutions.size()> kQualities{{
@@ -161,7 +160,7 @@ constexpr TabOperations kOperations{
     .set_active = ReInitPage,
     .apply = OkClick,
     .reset = CancelClick,
-    .help_topic = kHelpTopic,
+    .help_topic = kAppearanceTopic,
     .takes_commands = true,
     .command = Command,
     .destroy = FreeColorProfileItemData,

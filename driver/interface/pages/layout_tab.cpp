@@ -9,6 +9,7 @@
 #include "diag/number_text.h"
 #include "diag/trace.h"
 #include "pages/dialog_helpers.h"
+#include "pages/help_topics.h"
 #include "pages/tab.h"
 #include "resources/resource_ids.h"
 
@@ -16,7 +17,6 @@ namespace r5lqz {
 namespace layout_tab {
 namespace {
 
-constexpr WCHAR kHelpTopic[] = L"::/topics/task-setting_up_layout_options.html";
 constexpr SHORT kFewestCopies = 1;
 constexpr SHORT kMostCopies = 1;
 
@@ -97,7 +97,7 @@ constexpr TabOperations kOperations{
     .kill_active = ValidatePage,
     .apply = OkClick,
     .reset = CancelClick,
-    .help_topic = kHelpTopic,
+    .help_topic = kLayoutTopic,
     .takes_commands = true,
 };
 

@@ -12,6 +12,7 @@
 #include "dialogs/manage_pages.h"
 #include "labels/label_store.h"
 #include "pages/dialog_helpers.h"
+#include "pages/help_topics.h"
 #include "pages/number_entry.h"
 #include "pages/tab.h"
 #include "resources/resource_ids.h"
@@ -20,8 +21,6 @@
 namespace r5lqz {
 namespace page_tab {
 namespace {
-
-constexpr WCHAR kHelpTopic[] = L"::/topics/task-selecting_a_label_stock.html";
 
 // The first entry of the list, in every language.
 constexpr WCHAR kCustomEntry[] = L"Custom";
@@ -250,7 +249,7 @@ constexpr TabOperations kOperations{
     .initialize = Initialize,
     .apply = OkClick,
     .reset = CancelClick,
-    .help_topic = kHelpTopic,
+    .help_topic = kPageTopic,
     .takes_commands = true,
     .command = Command,
 };
