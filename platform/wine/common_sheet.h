@@ -20,23 +20,24 @@ struct SheetRequest {
   HWND parent = nullptr;
   // An Apply button, whatever the driver's header says, so that an apply may leave the sheet open.
   bool apply_button = false;
-  // Runs on a thread of its own once the sheet is shown, and works it by messages; it must get it closed. Empty: a user does.
+  // Runs on a thread of its own once the sheet is shown, and works it by messages; it must get it closed. Empty: a user
+  // does.
   std::function<void(HWND sheet)> work;
 };
 
 struct SheetOutcome {
   LONG opened = 0;  // the answer to PROPSHEETUI_REASON_INIT
   bool shown = false;
-  PROPSHEETUI_INFO_HEADER header{};      // as the driver filled it
-  std::vector<LPARAM> results;           // what the pages reported with CPSFUNC_SET_RESULT, in order
-  std::size_t pages = 0;                 // handed over
-  ULONG_PTR result = 0;                  // what the driver made of the last of them
+  PROPSHEETUI_INFO_HEADER header{};  // as the driver filled it
+  std::vector<LPARAM> results;       // what the pages reported with CPSFUNC_SET_RESULT, in order
+  std::size_t pages = 0;             // handed over
+  ULONG_PTR result = 0;              // what the driver made of the last of them
   ULONG_PTR user_data_after_open = 0;
   ULONG_PTR user_data_after_close = 0;
 };
 
-// Opens, shows, closes and destroys a sheet. The sheet's result (CPSUI_OK when a page reported that, else CPSUI_CANCEL) goes
-// to the driver before it is told to destroy its part.
+// Opens, shows, closes and destroys a sheet. The sheet's result (CPSUI_OK when a page reported that, else CPSUI_CANCEL)
+// goes to the driver before it is told to destroy its part.
 SheetOutcome ShowSheet(const SheetRequest& request);
 
 }  // namespace platform

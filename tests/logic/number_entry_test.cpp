@@ -1,4 +1,5 @@
-// Entries and ranges as texts. A locale with a decimal comma is there on Windows always, elsewhere when it is installed.
+// Entries and ranges as texts. A locale with a decimal comma is there on Windows always, elsewhere when it is
+// installed.
 #include "pages/number_entry.h"
 
 #include <gtest/gtest.h>
@@ -52,25 +53,29 @@ TEST(NumberEntry, TakesDecimalsWithinTheirBounds) {
     const char* entry;
     DWORD units;
     const char* stored;
-  } kRows[] = {
-      {"12.5", kMillimetres, "12.5"},    {" 25 ", kMillimetres, "25"},       {"+25.", kMillimetres, "+25."},
-      {"1", kMillimetres, "1"},          {"1.000", kMillimetres, "1.000"},   {"0.999", kMillimetres, "refused"},
-      {"297", kMillimetres, "297"},      {"297.01", kMillimetres, "refused"}, {"11.692", kInches, "11.692"},
-      {"11.693", kInches, "refused"},     {"0.040", kInches, "0.040"},
-      {"0.039", kInches, "refused"},     {"2970", kTenthsOfMillimetre, "2970"}, {"2971", 77, "refused"},
-      {"12,5", kMillimetres, "refused"}, {"1.2.3", kMillimetres, "refused"}, {"12a", kMillimetres, "refused"},
-      {"1e2", kMillimetres, "refused"},  {"-12", kMillimetres, "refused"},   {"+-12", kMillimetres, "refused"},
-      {"1 2", kMillimetres, "refused"},  {"", kMillimetres, "refused"},      {"+", kMillimetres, "refused"},
-      {"inf", kMillimetres, "refused"},  {"\xFF", kMillimetres, "refused"}};
+  } kRows[] = {{"12.5", kMillimetres, "12.5"},        {" 25 ", kMillimetres, "25"},
+               {"+25.", kMillimetres, "+25."},        {"1", kMillimetres, "1"},
+               {"1.000", kMillimetres, "1.000"},      {"0.999", kMillimetres, "refused"},
+               {"297", kMillimetres, "297"},          {"297.01", kMillimetres, "refused"},
+               {"11.692", kInches, "11.692"},         {"11.693", kInches, "refused"},
+               {"0.040", kInches, "0.040"},           {"0.039", kInches, "refused"},
+               {"2970", kTenthsOfMillimetre, "2970"}, {"2971", 77, "refused"},
+               {"12,5", kMillimetres, "refused"},     {"1.2.3", kMillimetres, "refused"},
+               {"12a", kMillimetres, "refused"},      {"1e2", kMillimetres, "refused"},
+               {"-12", kMillimetres, "refused"},      {"+-12", kMillimetres, "refused"},
+               {"1 2", kMillimetres, "refused"},      {"", kMillimetres, "refused"},
+               {"+", kMillimetres, "refused"},        {"inf", kMillimetres, "refused"},
+               {"\xFF", kMillimetres, "refused"}};
   for (const auto& row : kRows) EXPECT_EQ(Accept(row.entry, kWidths, row.units), row.stored) << row.entry << row.units;
   for (const char* const nothing : {"", "+", "-", "."}) EXPECT_EQ(Accept(nothing, {0, 10}, 0), nothing);
   EXPECT_EQ(Accept("-1.5", {-20, 10}, kMillimetres), "-1.5");
 }
 
 TEST(NumberEntry, TakesWholeNumbersWithinTheirBounds) {
-  const char* const kRows[][2] = {{"-2400", "-2400"}, {"2400", "2400"}, {"2401", "refused"}, {"-2401", "refused"},
-                                  {" +7\t", "+7"},    {"", ""},         {"1.0", "refused"},  {"1 0", "refused"},
-                                  {"0x1", "refused"}, {"-", "-"},       {"--1", "refused"},  {"000000000000000007", "000000000000000007"}};
+  const char* const kRows[][2] = {
+      {"-2400", "-2400"}, {"2400", "2400"}, {"2401", "refused"}, {"-2401", "refused"},
+      {" +7\t", "+7"},    {"", ""},         {"1.0", "refused"},  {"1 0", "refused"},
+      {"0x1", "refused"}, {"-", "-"},       {"--1", "refused"},  {"000000000000000007", "000000000000000007"}};
   for (const auto& [entry, stored] : kRows) EXPECT_EQ(AcceptInt(entry, kOffsets), stored) << entry;
   EXPECT_EQ(AcceptInt("", {1, 1}), "refused");
 }
@@ -97,7 +102,8 @@ TEST(NumberEntry, SpeaksTheLocaleAndStoresPoints) {
   EXPECT_EQ(Accept("12,5", kWidths, kMillimetres), "12.5");
   EXPECT_EQ(Accept(" ,5 ", {0, 10}, kMillimetres), ".5");
   EXPECT_EQ(Accept("297,01", kWidths, kMillimetres), "refused") << "the fraction counts";
-  for (const char* const entry : {"12.5", "1,2,3", "1,2.3", "1.2,3"}) EXPECT_EQ(Accept(entry, kWidths, 0), "refused") << entry;
+  for (const char* const entry : {"12.5", "1,2,3", "1,2.3", "1.2,3"})
+    EXPECT_EQ(Accept(entry, kWidths, 0), "refused") << entry;
   EXPECT_EQ(Range(10, 2970, kInches), "0.040 - 11.692");
   EXPECT_EQ(Shown("4.125"), "4,125");
   EXPECT_EQ(Shown("1.2.3"), "1,2.3");

@@ -14,10 +14,14 @@ TEST(SizeText, ConvertsWithThreeDecimals) {
     const char* text;
     DWORD from, to;
     const char* converted;
-  } kRows[] = {{"4.125", kInches, kMillimetres, "104.775"},         {"104.775", kMillimetres, kInches, "4.125"},
-               {"35.5", kInches, kMillimetres, "901.700"},          {"297", kMillimetres, kInches, "11.693"},
-               {"1047.75", kTenthsOfMillimetre, kInches, "4.125"},  {"", kInches, kMillimetres, "0.000"},
-               {"9017", kTenthsOfMillimetre, kMillimetres, "901.700"}, {"0.04", kInches, kMillimetres, "1.016"},
+  } kRows[] = {{"4.125", kInches, kMillimetres, "104.775"},
+               {"104.775", kMillimetres, kInches, "4.125"},
+               {"35.5", kInches, kMillimetres, "901.700"},
+               {"297", kMillimetres, kInches, "11.693"},
+               {"1047.75", kTenthsOfMillimetre, kInches, "4.125"},
+               {"", kInches, kMillimetres, "0.000"},
+               {"9017", kTenthsOfMillimetre, kMillimetres, "901.700"},
+               {"0.04", kInches, kMillimetres, "1.016"},
                {"9999999", kInches, kTenthsOfMillimetre, "2539999746.000"}};
   for (const auto& row : kRows) {
     EXPECT_STREQ(ConvertSizeText(row.text, row.from, row.to).data(), row.converted) << row.text;

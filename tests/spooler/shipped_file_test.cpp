@@ -35,9 +35,9 @@ TEST_F(ShippedFile, ExportsExactlyTheEntryPoints) {
   for (DWORD i = 0; i < exports.NumberOfNames; ++i) {
     names.insert(At<char>(At<DWORD>(exports.AddressOfNames)[i]));
   }
-  const Names expected{"DevQueryPrintEx",      "DrvConvertDevMode",         "DrvDeviceCapabilities",
-                       "DrvDocumentEvent",     "DrvDevicePropertySheets",   "DrvDocumentPropertySheets",
-                       "DrvDriverEvent",       "DrvPrinterEvent",           "DrvQueryColorProfile"};
+  const Names expected{"DevQueryPrintEx",  "DrvConvertDevMode",       "DrvDeviceCapabilities",
+                       "DrvDocumentEvent", "DrvDevicePropertySheets", "DrvDocumentPropertySheets",
+                       "DrvDriverEvent",   "DrvPrinterEvent",         "DrvQueryColorProfile"};
   EXPECT_EQ(names, expected);
   EXPECT_EQ(exports.NumberOfFunctions, expected.size()) << "something is exported without a name";
 }

@@ -69,10 +69,12 @@ BOOL CALLBACK FindDialog(HWND window, LPARAM found) {
 HWND OpenDialog(HWND button) {
   HWND dialog = nullptr;
   PostMessageW(button, BM_CLICK, 0, 0);
-  AwaitThat([&] {
-    EnumThreadWindows(GetWindowThreadProcessId(button, nullptr), FindDialog, reinterpret_cast<LPARAM>(&dialog));
-    return dialog != nullptr;
-  }, "a dialog opens");
+  AwaitThat(
+      [&] {
+        EnumThreadWindows(GetWindowThreadProcessId(button, nullptr), FindDialog, reinterpret_cast<LPARAM>(&dialog));
+        return dialog != nullptr;
+      },
+      "a dialog opens");
   return dialog;
 }
 
@@ -123,7 +125,8 @@ void DialogTest::SetUp() {
   CountCalls<kWrite>("SetPrinterDataExA", &SetPrinterDataExA);
   CountCalls<kProbe>("SetPrinterDataExW", &SetPrinterDataExW);
   watch->Replace("comdlg32.dll", "GetOpenFileNameW", &ChooseFile);
-  watch->Replace("comdlg32.dll", "GetSaveFileNameW", +[](LPOPENFILENAMEW request) { return ChooseFile(request); });
+  watch->Replace(
+      "comdlg32.dll", "GetSaveFileNameW", +[](LPOPENFILENAMEW request) { return ChooseFile(request); });
   watch->Replace("user32.dll", "LoadStringW", &LoadForeign);
   watch->Replace("msvcrt.dll", "realloc", &Reallocate);
 }
@@ -148,8 +151,12 @@ DriverDevMode DialogTest::Work(const DialogKind& kind, const std::vector<Step>& 
       if (step.stored) stored = step.stored;
       EXPECT_EQ(Stored(), stored);
       const bool lists = kind.opener == kManage.opener;
-      if (step.fields) { EXPECT_EQ(dialog.Fields(), step.fields); }
-      if (lists && !step.apart) { EXPECT_EQ(dialog.Pages(), Stored({"name"})); }
+      if (step.fields) {
+        EXPECT_EQ(dialog.Fields(), step.fields);
+      }
+      if (lists && !step.apart) {
+        EXPECT_EQ(dialog.Pages(), Stored({"name"}));
+      }
       EXPECT_TRUE(step.selected == -2 || dialog.Send(IDC_MANAGE_LABELS, LB_GETCURSEL) == step.selected);
     }
     dialog.EndBy(kind.edits[1], key);

@@ -16,13 +16,14 @@ struct DialogKind {
 inline constexpr DialogKind kManage{
     IDC_PAGE_MANAGE,
     {IDC_MANAGE_NAME, IDC_MANAGE_WIDTH, IDC_MANAGE_LENGTH, IDC_MANAGE_VERT, IDC_MANAGE_HORZ},
-    IDC_MANAGE_INCHES, IDC_MANAGE_MM,
+    IDC_MANAGE_INCHES,
+    IDC_MANAGE_MM,
     {IDC_MANAGE_VERT_READOUT, IDC_MANAGE_HORZ_READOUT, IDC_MANAGE_WIDTH_RANGE}};
-inline constexpr DialogKind kCustom{
-    IDC_PAGE_EDIT_CUSTOM,
-    {0, IDC_CUSTOM_WIDTH, IDC_CUSTOM_LENGTH, IDC_CUSTOM_VERT, IDC_CUSTOM_HORZ},
-    IDC_CUSTOM_INCHES, IDC_CUSTOM_MM,
-    {IDC_CUSTOM_VERT_READOUT, IDC_CUSTOM_HORZ_READOUT, IDC_CUSTOM_WIDTH_RANGE}};
+inline constexpr DialogKind kCustom{IDC_PAGE_EDIT_CUSTOM,
+                                    {0, IDC_CUSTOM_WIDTH, IDC_CUSTOM_LENGTH, IDC_CUSTOM_VERT, IDC_CUSTOM_HORZ},
+                                    IDC_CUSTOM_INCHES,
+                                    IDC_CUSTOM_MM,
+                                    {IDC_CUSTOM_VERT_READOUT, IDC_CUSTOM_HORZ_READOUT, IDC_CUSTOM_WIDTH_RANGE}};
 
 class DialogUser : public SheetUser {
  public:
@@ -49,7 +50,7 @@ struct Step {
   std::string said;
   const char* fields = nullptr;
   const char* stored = nullptr;
-  int selected = -2;  // -2: not looked at
+  int selected = -2;   // -2: not looked at
   bool apart = false;  // the dialog's list and the printer's are not the same
 };
 

@@ -94,18 +94,25 @@ TEST_F(ManagePages, KeysClicksAndUnits) {
        {{{"Changed", "1", "", "5", "6"}, Choose(0), "", as_stored},
         // The arrows stop at the limits; typing does not.
         {{}, Press(IDC_MANAGE_VERT, VK_UP, 3), "", "A 4.125 5.000 2400 0 | in 2.000 in, 0.000 in, 0.040 - 11.692"},
-        {{nullptr, nullptr, nullptr, "3000", "-2399"}, Press(IDC_MANAGE_HORZ, VK_DOWN, 3), "",
+        {{nullptr, nullptr, nullptr, "3000", "-2399"},
+         Press(IDC_MANAGE_HORZ, VK_DOWN, 3),
+         "",
          "A 4.125 5.000 3000 -2400 | in 2.500 in, -2.000 in, 0.040 - 11.692"},
         {{nullptr, "x", nullptr, "1", "0"}, Inches, "", "A x 5.000 1 0 | in 0.001 in, 0.000 in, 0.040 - 11.692"},
         {{}, Mm, kWidthInches, "A x 5.000 1 0 | in 0.001 in, 0.000 in, 0.040 - 11.692"},
         {{nullptr, "4.125"}, Mm, "", "A 104.775 127.000 1 0 | mm 0.021 mm, 0.000 mm, 1.000 - 297.000"},
-        {{nullptr, nullptr, "x"}, Inches, "Invalid Length\nValid range: 25.400 - 901.700",
+        {{nullptr, nullptr, "x"},
+         Inches,
+         "Invalid Length\nValid range: 25.400 - 901.700",
          "A 104.775 x 1 0 | mm 0.021 mm, 0.000 mm, 1.000 - 297.000"},
         {{nullptr, nullptr, "127"}, Inches, "", "A 4.125 5.000 1 0 | in 0.001 in, 0.000 in, 0.040 - 11.692"},
-        {{nullptr, "5"}, [](DialogUser& dialog) {  // the focus alone does what a click does
+        {{nullptr, "5"},
+         [](DialogUser& dialog) {  // the focus alone does what a click does
            const HWND list = GetDlgItem(dialog.Tab(), IDC_MANAGE_LABELS);
            SendMessageW(dialog.Tab(), WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(list), 1);
-         }, "", as_stored}});
+         },
+         "",
+         as_stored}});
 }
 
 TEST_F(ManagePages, ADecimalCommaIsShownAndTypedButNotStored) {
@@ -276,7 +283,8 @@ TEST_F(ManagePages, ListsGoToFilesAndBack) {
     refuse(ImportOf(text));
   }
   // As if the file had grown since it was measured, were none, or were huge.
-  watch->Replace("msvcrt.dll", "ftell", +[](FILE* file) { return reported_size ? reported_size : ftell(file); });
+  watch->Replace(
+      "msvcrt.dll", "ftell", +[](FILE* file) { return reported_size ? reported_size : ftell(file); });
   for (const long size : {static_cast<long>(list.size()) - 5, -1L, 0x7FFFFFFFL}) {
     refuse([=](DialogUser& dialog) { reported_size = size, ImportOf(list)(dialog), reported_size = 0; });
   }

@@ -24,8 +24,8 @@ DriverDevMode Chosen(DriverDevMode record) {
 }
 
 std::string Details(const platform::LabelStock& label, const char* unit) {
-  return std::string("Width: ") + label.width + unit + "\r\nLength: " + label.length + unit + "\r\nVertical Offset: " +
-         label.vertical_offset + "\r\nHorizontal Offset: " + label.horizontal_offset + "\r\n";
+  return std::string("Width: ") + label.width + unit + "\r\nLength: " + label.length + unit +
+         "\r\nVertical Offset: " + label.vertical_offset + "\r\nHorizontal Offset: " + label.horizontal_offset + "\r\n";
 }
 
 LRESULT Selected(const SheetUser& sheet) {
@@ -35,11 +35,13 @@ LRESULT Selected(const SheetUser& sheet) {
 TEST_F(PageTab, SelectsTheLabelThatMatchesInEverything) {
   Store({258, "Inch", "4.125", "5.000", "-12", "34", 1});
   Store(kInch);
-  void (*const kChanges[])(r5lqz::PrivateDevMode&) = {
-      [](auto&) {},
-      [](auto& own) { strcpy(own.labelName, "inch"); }, [](auto& own) { strcpy(own.width_string, "4.12"); },
-      [](auto& own) { strcpy(own.length_string, "5"); }, [](auto& own) { own.vertOffset = 12; },
-      [](auto& own) { own.horzOffset = 35; }, [](auto& own) { own.units = 0; }};
+  void (*const kChanges[])(r5lqz::PrivateDevMode&) = {[](auto&) {},
+                                                      [](auto& own) { strcpy(own.labelName, "inch"); },
+                                                      [](auto& own) { strcpy(own.width_string, "4.12"); },
+                                                      [](auto& own) { strcpy(own.length_string, "5"); },
+                                                      [](auto& own) { own.vertOffset = 12; },
+                                                      [](auto& own) { own.horzOffset = 35; },
+                                                      [](auto& own) { own.units = 0; }};
   for (const auto& change : kChanges) {
     DriverDevMode in = Chosen(Defaults());
     change(in.dm_private);
@@ -48,7 +50,9 @@ TEST_F(PageTab, SelectsTheLabelThatMatchesInEverything) {
       EXPECT_EQ(sheet.Send(IDC_PAGE_LABELS, CB_GETCOUNT), 3);
       EXPECT_EQ(Selected(sheet), &change == kChanges ? 2 : 0) << &change - kChanges;
       sheet.Choose(IDC_PAGE_LABELS, "Custom");
-      if (&change == kChanges) { EXPECT_EQ(sheet.Text(IDC_PAGE_DETAILS), Details(kInch, " in")); }
+      if (&change == kChanges) {
+        EXPECT_EQ(sheet.Text(IDC_PAGE_DETAILS), Details(kInch, " in"));
+      }
     });
   }
 }
@@ -130,15 +134,18 @@ TEST_F(PageTab, AChoiceOutlivesEditCustomButNotManagePages) {
   // Cancel, on the other hand, hands nothing over.
   DriverDevMode in = Chosen(Defaults()), untouched{};
   auto header = Header(&in, &untouched);
-  ShowSheet(document_entry, &header, [](SheetUser& sheet) {
-    ASSERT_TRUE(sheet.Open("Page"));
-    sheet.Choose(IDC_PAGE_LABELS, "Metric");
-    DialogUser dialog(sheet, kManage);
-    dialog.Click(IDC_MANAGE_DELETE);
-    dialog.EndBy(IDC_MANAGE_NAME, VK_RETURN);
-    EXPECT_EQ(Selected(sheet), 1);
-    EXPECT_EQ(sheet.Text(IDC_PAGE_LABELS) + sheet.Text(IDC_PAGE_DETAILS), "Inch" + Details(kInch, " in"));
-  }, PSBTN_CANCEL);
+  ShowSheet(
+      document_entry, &header,
+      [](SheetUser& sheet) {
+        ASSERT_TRUE(sheet.Open("Page"));
+        sheet.Choose(IDC_PAGE_LABELS, "Metric");
+        DialogUser dialog(sheet, kManage);
+        dialog.Click(IDC_MANAGE_DELETE);
+        dialog.EndBy(IDC_MANAGE_NAME, VK_RETURN);
+        EXPECT_EQ(Selected(sheet), 1);
+        EXPECT_EQ(sheet.Text(IDC_PAGE_LABELS) + sheet.Text(IDC_PAGE_DETAILS), "Inch" + Details(kInch, " in"));
+      },
+      PSBTN_CANCEL);
   EXPECT_EQ(untouched.dm_public.dmPaperSize, 0);
 }
 

@@ -18,9 +18,15 @@ fs::path SpecialFolder(int which) {
 
 }  // namespace
 
-fs::path StartMenuFolder() { return SpecialFolder(CSIDL_COMMON_PROGRAMS) / "Brindlewick R5-LQZ"; }
-fs::path SdkFolder() { return SpecialFolder(CSIDL_COMMON_APPDATA) / "Brindlewick/Brindlewick R5-LQZ Driver"; }
-fs::path SourceOf(const std::string& sdk_file) { return LoadedDriversFolder() / ("r5-lqz-" + sdk_file); }
+fs::path StartMenuFolder() {
+  return SpecialFolder(CSIDL_COMMON_PROGRAMS) / "Brindlewick R5-LQZ";
+}
+fs::path SdkFolder() {
+  return SpecialFolder(CSIDL_COMMON_APPDATA) / "Brindlewick/Brindlewick R5-LQZ Driver";
+}
+fs::path SourceOf(const std::string& sdk_file) {
+  return LoadedDriversFolder() / ("r5-lqz-" + sdk_file);
+}
 
 fs::path LoadedDriversFolder() {
   wchar_t path[MAX_PATH] = L"";

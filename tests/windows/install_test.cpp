@@ -116,10 +116,13 @@ class InstallTest : public InstallMachine {
 TEST_F(InstallTest, ShortcutIsNamedInTheUsersLanguage) {
   const auto patch = Patch("user32.dll", "LoadStringW", &GivenLanguage);
   constexpr char8_t kEnglish[] = u8"R5-LQZ User Guide.url";
-  const std::pair<const wchar_t*, const char8_t*> rows[] = {
-      {L"de", u8"R5-LQZ Bedienungsanleitung.url"}, {L"fr", u8"Guide d\u2019utilisation de la R5-LQZ.url"},
-      {L"zh", u8"R5-LQZ \u7528\u6237\u6307\u5357.url"}, {L"es", u8"Gu\u00EDa de usuario de R5-LQZ.url"},
-      {L"en", kEnglish}, {L"it", kEnglish}, {L"", kEnglish}};
+  const std::pair<const wchar_t*, const char8_t*> rows[] = {{L"de", u8"R5-LQZ Bedienungsanleitung.url"},
+                                                            {L"fr", u8"Guide d\u2019utilisation de la R5-LQZ.url"},
+                                                            {L"zh", u8"R5-LQZ \u7528\u6237\u6307\u5357.url"},
+                                                            {L"es", u8"Gu\u00EDa de usuario de R5-LQZ.url"},
+                                                            {L"en", kEnglish},
+                                                            {L"it", kEnglish},
+                                                            {L"", kEnglish}};
   for (const auto& [language, name] : rows) {
     SCOPED_TRACE(fs::path(language));
     Clear();
@@ -150,7 +153,10 @@ TEST_F(InstallTest, RasterSdkFilesAreCopiedOnce) {
     int missing;  // number of a source
     int copied;   // how many are in place then, "there" included
     const char* code;
-  } rows[] = {{-1, -1, 4, ""}, {0, -1, 1, "0x20010005"}, {2, -1, 3, "0x20010005"}, {-1, 0, 0, "0x20010004"},
+  } rows[] = {{-1, -1, 4, ""},
+              {0, -1, 1, "0x20010005"},
+              {2, -1, 3, "0x20010005"},
+              {-1, 0, 0, "0x20010004"},
               {-1, 3, 3, "0x20010004"}};
   for (const auto& row : rows) {
     SCOPED_TRACE(&row - rows);
@@ -240,8 +246,8 @@ TEST_F(InstallTest, WhatIsInUseOrTooDeepIsLeftForTheNextRestart) {
   }
   EXPECT_EQ(Remove(), Lines{});
   for (const HANDLE handle : busy) CloseHandle(handle);
-  EXPECT_EQ(scheduled, (Lines{"busy", "sub", "Brindlewick R5-LQZ", "hpldrlgl.dat", "Brindlewick R5-LQZ Driver",
-                              "Brindlewick"}));
+  EXPECT_EQ(scheduled,
+            (Lines{"busy", "sub", "Brindlewick R5-LQZ", "hpldrlgl.dat", "Brindlewick R5-LQZ Driver", "Brindlewick"}));
   EXPECT_EQ(Listing(StartMenuFolder()), (Lines{deep.substr(0, 120), deep, "sub", "sub/busy"}));
   EXPECT_EQ(Listing(SdkFolder()), (Lines{"hpldrlgl.dat", "others"}));
 }

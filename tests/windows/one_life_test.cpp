@@ -132,8 +132,8 @@ TEST_F(OneLife, LeavesTheMachineAsItWas) {
   const Lines files = Listing("C:\\"), registry = Registry();
 
   WriteBytes(profile.string(), "a profile");
-  const auto installed = platform::InstallPrinter(
-      {ModulePath().wstring(), L"R5-LQZ driver of one life", printer_name, {}}, life);
+  const auto installed =
+      platform::InstallPrinter({ModulePath().wstring(), L"R5-LQZ driver of one life", printer_name, {}}, life);
   ASSERT_TRUE(installed.Held()) << installed.call << " answered " << installed.code;
   life.patches.push_back(platform::ReplaceImport(life.module, "mscms.dll", "UninstallColorProfileW",
                                                  reinterpret_cast<const void*>(&UninstallFromColorFolder)));
@@ -150,10 +150,11 @@ TEST_F(OneLife, LeavesTheMachineAsItWas) {
             (Lines{"ProgramData/Brindlewick", "ProgramData/Brindlewick/Brindlewick R5-LQZ Driver",
                    loaded_module.lexically_relative("C:\\").generic_string()}));
   EXPECT_EQ(Difference(files, Listing("C:\\")), Lines{});
-  const char pending[] = "\\??\\C:\\ProgramData\\Brindlewick\\Brindlewick R5-LQZ Driver\0\0"
-                         "\\??\\C:\\ProgramData\\Brindlewick\0\0";
-  EXPECT_EQ(Difference(Registry(), registry), Lines{std::string("HKLM\\") + kSession + ": " + kPending + " = 7 " +
-                                                    std::string(pending, sizeof pending)});
+  const char pending[] =
+      "\\??\\C:\\ProgramData\\Brindlewick\\Brindlewick R5-LQZ Driver\0\0"
+      "\\??\\C:\\ProgramData\\Brindlewick\0\0";
+  EXPECT_EQ(Difference(Registry(), registry),
+            Lines{std::string("HKLM\\") + kSession + ": " + kPending + " = 7 " + std::string(pending, sizeof pending)});
   EXPECT_EQ(Difference(registry, Registry()), Lines{});
   RegDeleteKeyValueA(HKEY_LOCAL_MACHINE, kSession, kPending);
 }

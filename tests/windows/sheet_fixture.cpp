@@ -10,7 +10,8 @@ namespace tests {
 namespace {
 
 // Wine waits two seconds for a window manager to say that a window is gone, and a bare display has none: this program's
-// windows are not to be managed. Read before this runs, so that it holds from the next run on: listing the tests is one.
+// windows are not to be managed. Read before this runs, so that it holds from the next run on: listing the tests is
+// one.
 const bool unmanaged = [] {
   wchar_t path[MAX_PATH];
   GetModuleFileNameW(nullptr, path, MAX_PATH);
@@ -23,7 +24,9 @@ Watch* watching = nullptr;
 
 using Lock = std::lock_guard<std::recursive_mutex>;
 
-std::string NarrowText(const wchar_t* text) { return Narrow(text, wcslen(text)); }
+std::string NarrowText(const wchar_t* text) {
+  return Narrow(text, wcslen(text));
+}
 
 // A page's first procedure: counts that the page really came to be, and leaves everything to the module's own.
 INT_PTR CALLBACK CountDialog(HWND dialog, UINT message, WPARAM w_param, LPARAM l_param) {
@@ -145,7 +148,8 @@ Watch::Watch(HMODULE watched) : module(watched) {
   Replace("mscms.dll", "EnumColorProfilesW", &GiveProfiles);
   Replace("winspool.drv", "SetPrinterDataW", &Write);
   // New blocks hold no zeros by chance.
-  Replace("msvcrt.dll", "malloc", +[](std::size_t size) { return memset(Allocate(1, size), 0xCD, size); });
+  Replace(
+      "msvcrt.dll", "malloc", +[](std::size_t size) { return memset(Allocate(1, size), 0xCD, size); });
   Replace("msvcrt.dll", "calloc", &Allocate);
   Replace("msvcrt.dll", "free", &Release);
 }
@@ -157,10 +161,10 @@ Watch::~Watch() {
 
 platform::SheetOutcome ShowSheet(platform::SheetEntry entry, void* header, const Steps& steps, int button) {
   const auto outcome = platform::ShowSheet({entry, header, nullptr, true, [&](HWND sheet) {
-    SheetUser user(sheet);
-    steps(user);
-    user.Press(button);
-  }});
+                                              SheetUser user(sheet);
+                                              steps(user);
+                                              user.Press(button);
+                                            }});
   EXPECT_TRUE(outcome.opened == 1 && outcome.shown) << "without a display no sheet is tested";
   return outcome;
 }

@@ -59,7 +59,7 @@ struct Watch {
   std::vector<PROPSHEETPAGEW> pages;  // asked for
   std::size_t failing_page = 0;       // which of them cannot be made, from 1; 0: none
   std::map<UINT, DLGPROC> procedures;
-  std::map<UINT, int> shown;          // WM_INITDIALOGs by template
+  std::map<UINT, int> shown;  // WM_INITDIALOGs by template
   struct Box {
     HWND owner;
     std::string text;
@@ -67,9 +67,9 @@ struct Watch {
   };
   std::vector<Box> boxes;  // the text is "caption: text"
   std::vector<std::wstring> profiles = {L"alpha.icm", L"beta.icm", L"gamma.icm"};
-  Texts written;           // names of printer data
-  DWORD write_answer = 0;  // instead of writing
-  std::set<void*> blocks;  // of the runtime heap that the module holds
+  Texts written;                // names of printer data
+  DWORD write_answer = 0;       // instead of writing
+  std::set<void*> blocks;       // of the runtime heap that the module holds
   std::vector<void*> released;  // and spoilt; kept, so that late readers are seen
   int strange_releases = 0;
 };

@@ -27,9 +27,9 @@ std::size_t GdiObjects() {
 std::array<std::size_t, 4> Belongings() {
   std::size_t windows = 0;
   DWORD handles = 0;
-  EnumThreadWindows(GetCurrentThreadId(), [](HWND, LPARAM count) -> BOOL {
-    return ++*reinterpret_cast<std::size_t*>(count), TRUE;
-  }, reinterpret_cast<LPARAM>(&windows));
+  EnumThreadWindows(
+      GetCurrentThreadId(), [](HWND, LPARAM count) -> BOOL { return ++*reinterpret_cast<std::size_t*>(count), TRUE; },
+      reinterpret_cast<LPARAM>(&windows));
   GetProcessHandleCount(GetCurrentProcess(), &handles);
   return {GdiObjects(), windows, GetProcessHeaps(0, nullptr), handles};
 }
@@ -74,15 +74,18 @@ TEST_F(Lifetime, TwoSheetsAtOnceKnowNothingOfEachOther) {
   };
   const auto open = [&](Side& side) {
     auto header = Header(&settled, &side.out);
-    ShowSheet(document_entry, &header, [&](SheetUser& user) {
-      meet(2);
-      ASSERT_TRUE(user.Open("Appearance"));
-      user.Choose(IDC_COLOR_QUALITY, side.quality);
-      user.Click(side.adjust);
-      meet(4);
-      ASSERT_TRUE(user.Open("Layout") && user.Open("Appearance"));
-      EXPECT_EQ(user.Enabled(IDC_COLOR_PROFILE), side.adjust == IDC_COLOR_AUTOMATIC);
-    }, PSBTN_OK);
+    ShowSheet(
+        document_entry, &header,
+        [&](SheetUser& user) {
+          meet(2);
+          ASSERT_TRUE(user.Open("Appearance"));
+          user.Choose(IDC_COLOR_QUALITY, side.quality);
+          user.Click(side.adjust);
+          meet(4);
+          ASSERT_TRUE(user.Open("Layout") && user.Open("Appearance"));
+          EXPECT_EQ(user.Enabled(IDC_COLOR_PROFILE), side.adjust == IDC_COLOR_AUTOMATIC);
+        },
+        PSBTN_OK);
   };
   std::thread other([&] { open(sides[1]); });
   open(sides[0]);

@@ -116,16 +116,19 @@ TEST_F(Protocol, ShowsAndKeepsNothingWhenItCannotOpen) {
 TEST_F(Protocol, ShowsItsTabsAndTheirHelp) {
   for (const auto& [entry, header] : sheets) {
     const bool is_document = header == &document;
-    ShowSheet(entry, header, [&](SheetUser& user) {
-      Texts titles = user.Titles();
-      if (!titles.empty() && titles[0] == "Page") titles.erase(titles.begin());
-      EXPECT_EQ(titles, is_document ? (Texts{"Appearance", "Layout", "About"}) : Texts{"Device"});
-      for (const auto& title : titles) {
-        ASSERT_TRUE(user.Open(title));
-        const HWND help = GetDlgItem(GetParent(user.Tab()), IDHELP);
-        EXPECT_EQ(help && IsWindowVisible(help) && IsWindowEnabled(help), is_document) << title;
-      }
-    }, PSBTN_OK);
+    ShowSheet(
+        entry, header,
+        [&](SheetUser& user) {
+          Texts titles = user.Titles();
+          if (!titles.empty() && titles[0] == "Page") titles.erase(titles.begin());
+          EXPECT_EQ(titles, is_document ? (Texts{"Appearance", "Layout", "About"}) : Texts{"Device"});
+          for (const auto& title : titles) {
+            ASSERT_TRUE(user.Open(title));
+            const HWND help = GetDlgItem(GetParent(user.Tab()), IDHELP);
+            EXPECT_EQ(help && IsWindowVisible(help) && IsWindowEnabled(help), is_document) << title;
+          }
+        },
+        PSBTN_OK);
   }
   for (const UINT id : {IDD_COLOR_TAB, IDD_LAYOUT_TAB, IDD_ABOUT_TAB, IDD_DEVICE_TAB}) EXPECT_EQ(watch->shown[id], 1);
 }
@@ -153,12 +156,15 @@ TEST_F(Protocol, WritesTheOutputInTheCallersSizeWhereItMay) {
         GuardedBlock older(kSize + kExtra);
         auto header = Header(shape.data(), older.data(), mode);
         watch->shown.clear();
-        const auto outcome = ShowSheet(document_entry, &header, [&](SheetUser& user) {
-          ASSERT_TRUE(user.Open("Appearance"));
-          user.Choose(IDC_COLOR_QUALITY, "Fast");
-          if (apply) user.Press(PSBTN_APPLYNOW);
-          EXPECT_EQ(older.Untouched(), !(apply && applied));
-        }, button);
+        const auto outcome = ShowSheet(
+            document_entry, &header,
+            [&](SheetUser& user) {
+              ASSERT_TRUE(user.Open("Appearance"));
+              user.Choose(IDC_COLOR_QUALITY, "Fast");
+              if (apply) user.Press(PSBTN_APPLYNOW);
+              EXPECT_EQ(older.Untouched(), !(apply && applied));
+            },
+            button);
         const bool ok = button == PSBTN_OK;
         EXPECT_EQ(older.Untouched(), !(ok ? closed : apply && applied));
         EXPECT_TRUE(older.Untouched() || (older.Read<SHORT>(offsetof(DEVMODEW, dmPrintQuality)) == 150 &&
@@ -175,7 +181,8 @@ TEST_F(Protocol, WritesTheOutputInTheCallersSizeWhereItMay) {
 TEST_F(Protocol, DeviceSheetTellsWhoMayChangeThePrinter) {
   for (const DWORD answer : {DWORD{ERROR_SUCCESS}, DWORD{ERROR_ACCESS_DENIED}}) {
     watch->write_answer = answer;
-    ShowSheet(device_entry, &device, [](SheetUser& user) { EXPECT_TRUE(user.Open("Device")); }, PSBTN_CANCEL);
+    ShowSheet(
+        device_entry, &device, [](SheetUser& user) { EXPECT_TRUE(user.Open("Device")); }, PSBTN_CANCEL);
     EXPECT_EQ(device.Flags, answer ? DPS_NOPERMISSION : 0);
   }
   DWORD type = 0, value = 0, size = 0;
@@ -191,11 +198,14 @@ TEST_F(Protocol, OpensForAnApplication) {
     std::thread person([&] {
       HWND sheet = nullptr;
       for (int i = 0; i < 200 && !sheet; ++i, Sleep(50)) {
-        EnumThreadWindows(application, [](HWND window, LPARAM found) -> BOOL {
-          const bool is_sheet = IsWindowVisible(window) && SendMessageW(window, PSM_GETTABCONTROL, 0, 0);
-          if (is_sheet) *reinterpret_cast<HWND*>(found) = window;
-          return !is_sheet;
-        }, reinterpret_cast<LPARAM>(&sheet));
+        EnumThreadWindows(
+            application,
+            [](HWND window, LPARAM found) -> BOOL {
+              const bool is_sheet = IsWindowVisible(window) && SendMessageW(window, PSM_GETTABCONTROL, 0, 0);
+              if (is_sheet) *reinterpret_cast<HWND*>(found) = window;
+              return !is_sheet;
+            },
+            reinterpret_cast<LPARAM>(&sheet));
       }
       ASSERT_TRUE(sheet) << "no sheet came";
       SheetUser user(sheet);
@@ -204,7 +214,8 @@ TEST_F(Protocol, OpensForAnApplication) {
       user.Press(button);
     });
     EXPECT_EQ(DocumentPropertiesW(nullptr, Printer(), PrinterName(), out.As<DEVMODEW>(), &settled.dm_public,
-                                  DM_IN_BUFFER | DM_OUT_BUFFER | DM_IN_PROMPT), IDOK);
+                                  DM_IN_BUFFER | DM_OUT_BUFFER | DM_IN_PROMPT),
+              IDOK);
     person.join();
     EXPECT_EQ(out.Untouched(), button == PSBTN_CANCEL);
   }

@@ -89,14 +89,17 @@ TEST_F(Appearance, LivesWithAnyProfileListAndQuality) {
 TEST_F(Appearance, KeepsItsProfilesThroughEveryApply) {
   DriverDevMode out{};
   auto header = Header(&settled, &out);
-  const auto outcome = ShowSheet(document_entry, &header, [&](SheetUser& user) {
-    ASSERT_TRUE(user.Open("Appearance"));
-    for (const char* const name : {"beta.icm", "gamma.icm", "beta.icm"}) {
-      user.Choose(IDC_COLOR_PROFILE, name);
-      user.Press(PSBTN_APPLYNOW);
-      EXPECT_EQ(Narrow(out.dm_private.colorProfile, 260), name);
-    }
-  }, PSBTN_CANCEL);
+  const auto outcome = ShowSheet(
+      document_entry, &header,
+      [&](SheetUser& user) {
+        ASSERT_TRUE(user.Open("Appearance"));
+        for (const char* const name : {"beta.icm", "gamma.icm", "beta.icm"}) {
+          user.Choose(IDC_COLOR_PROFILE, name);
+          user.Press(PSBTN_APPLYNOW);
+          EXPECT_EQ(Narrow(out.dm_private.colorProfile, 260), name);
+        }
+      },
+      PSBTN_CANCEL);
   std::vector<LPARAM> results;
   for (const LPARAM result : {CPSUI_OK, CPSUI_OK, CPSUI_OK, 2}) {
     for (const LPARAM one : Reported(result)) results.push_back(one);
@@ -141,26 +144,29 @@ TEST_F(Layout, KeepsTheUserUntilTheHiddenCountIsRight) {
   GuardedBlock out(sizeof settled);
   auto header = Header(&settled, out.data());
   ASSERT_TRUE(setlocale(LC_ALL, "German_Germany.1252"));
-  const auto outcome = ShowSheet(document_entry, &header, [&](SheetUser& user) {
-    ASSERT_TRUE(user.Open("Layout"));
-    const HWND tab = user.Tab();
-    for (const char* const entry : {"2", "0", "-1", "1,0", "1.0", "1 1", "", "11111111111111111111111"}) {
-      watch->boxes.clear();
-      user.Type(IDC_LAYOUT_COPIES, entry);
-      EXPECT_FALSE(user.Open("About")) << entry;
-      EXPECT_EQ(watch->boxes.size(), 1u) << entry;
-      user.Press(PSBTN_APPLYNOW);
-      EXPECT_GT(watch->boxes.size(), 1u) << entry;
-      EXPECT_EQ(user.Tab(), tab);
-      for (const auto& box : watch->boxes) {
-        EXPECT_EQ(box.text, "Error: Invalid Number of Copies\nValid range: 1 - 1");
-        EXPECT_TRUE(box.owner == tab && box.type == MB_ICONERROR);
-      }
-    }
-    EXPECT_TRUE(out.Untouched()) << "a refused apply copies nothing";
-    user.Type(IDC_LAYOUT_COPIES, " +01\t");
-    EXPECT_TRUE(user.Open("About"));
-  }, PSBTN_OK);
+  const auto outcome = ShowSheet(
+      document_entry, &header,
+      [&](SheetUser& user) {
+        ASSERT_TRUE(user.Open("Layout"));
+        const HWND tab = user.Tab();
+        for (const char* const entry : {"2", "0", "-1", "1,0", "1.0", "1 1", "", "11111111111111111111111"}) {
+          watch->boxes.clear();
+          user.Type(IDC_LAYOUT_COPIES, entry);
+          EXPECT_FALSE(user.Open("About")) << entry;
+          EXPECT_EQ(watch->boxes.size(), 1u) << entry;
+          user.Press(PSBTN_APPLYNOW);
+          EXPECT_GT(watch->boxes.size(), 1u) << entry;
+          EXPECT_EQ(user.Tab(), tab);
+          for (const auto& box : watch->boxes) {
+            EXPECT_EQ(box.text, "Error: Invalid Number of Copies\nValid range: 1 - 1");
+            EXPECT_TRUE(box.owner == tab && box.type == MB_ICONERROR);
+          }
+        }
+        EXPECT_TRUE(out.Untouched()) << "a refused apply copies nothing";
+        user.Type(IDC_LAYOUT_COPIES, " +01\t");
+        EXPECT_TRUE(user.Open("About"));
+      },
+      PSBTN_OK);
   EXPECT_STREQ(setlocale(LC_ALL, nullptr), "German_Germany.1252") << "the host's locale is the host's";
   setlocale(LC_ALL, "C");
   EXPECT_EQ(outcome.results, Reported(CPSUI_OK)) << "a refused apply reports nothing";
@@ -187,11 +193,14 @@ TEST_F(Device, ShowsAndStoresItsOption) {
     const DWORD stored_type = *row.stored == 't' ? REG_SZ : REG_DWORD;
     if (*row.stored) SetPrinterDataW(Printer(), name, stored_type, reinterpret_cast<BYTE*>(&number), sizeof number);
     watch->written.clear();
-    const auto outcome = ShowSheet(device_entry, &device, [&](SheetUser& user) {
-      ASSERT_TRUE(user.Open("Device"));
-      EXPECT_EQ(user.Checked(IDC_DEVICE_BUFFER), row.shown);
-      if (row.click) user.Click(IDC_DEVICE_BUFFER);
-    }, row.button);
+    const auto outcome = ShowSheet(
+        device_entry, &device,
+        [&](SheetUser& user) {
+          ASSERT_TRUE(user.Open("Device"));
+          EXPECT_EQ(user.Checked(IDC_DEVICE_BUFFER), row.shown);
+          if (row.click) user.Click(IDC_DEVICE_BUFFER);
+        },
+        row.button);
     EXPECT_EQ(outcome.results, row.button == PSBTN_OK ? std::vector<LPARAM>{} : std::vector<LPARAM>{2});
     EXPECT_EQ(watch->written, row.button == PSBTN_OK ? (Texts{"Permission", "bufferPrintJob"}) : Texts{"Permission"});
     DWORD type = REG_NONE, size = 0;

@@ -41,8 +41,9 @@ void CopyBounded(std::span<Char, extent> destination, const std::type_identity_t
   CopyBounded(destination, TextAt(source, destination.size()));
 }
 
-// A text of somebody else's as a trace record shows it: narrow, terminated, at most `capacity` bytes with the terminator,
-// empty when it does not fit. Control characters show as "?": a record is one line, whatever a text brings along.
+// A text of somebody else's as a trace record shows it: narrow, terminated, at most `capacity` bytes with the
+// terminator, empty when it does not fit. Control characters show as "?": a record is one line, whatever a text brings
+// along.
 template <std::size_t capacity>
 class ShownText {
  public:
@@ -70,8 +71,8 @@ class ShownText {
   std::array<char, capacity> text_{};
 };
 
-// The reverse: a narrow text of the system's ANSI code page as a wide one. The names that the spooler keeps were converted
-// with the same page, whatever locale the host has chosen for its runtime library.
+// The reverse: a narrow text of the system's ANSI code page as a wide one. The names that the spooler keeps were
+// converted with the same page, whatever locale the host has chosen for its runtime library.
 template <std::size_t capacity>
 std::array<WCHAR, capacity> WidenText(std::span<const char> narrow) {
   std::array<WCHAR, capacity> wide{};

@@ -1,5 +1,5 @@
-// Results of the module's internal operations: ERROR_SUCCESS, a Win32 error code passed on from a failing call, or one of
-// the module's own codes below (bit 29, which the platform keeps free for applications, is set in them).
+// Results of the module's internal operations: ERROR_SUCCESS, a Win32 error code passed on from a failing call, or one
+// of the module's own codes below (bit 29, which the platform keeps free for applications, is set in them).
 #pragma once
 
 #include <windows.h>

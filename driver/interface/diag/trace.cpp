@@ -35,8 +35,8 @@ void ReplaceExtension(char* path, const char (&extension)[4]) {
   std::memcpy(path + length - 3, extension, 3);
 }
 
-// The path kept in `cache`, built on first use. Threads that come first together each build one; the first to publish it
-// wins and the others free theirs, so a path that was handed out stays valid for the life of the process.
+// The path kept in `cache`, built on first use. Threads that come first together each build one; the first to publish
+// it wins and the others free theirs, so a path that was handed out stays valid for the life of the process.
 const char* CachedPath(std::atomic<const char*>& cache, const char (&extension)[4]) {
   if (const char* path = cache.load(std::memory_order_acquire)) return path;
   PathText built(GetLogFilePath());

@@ -1,4 +1,5 @@
-// The trace log: one plain text file that every process with the module in it writes to, switched by a mask file beside it.
+// The trace log: one plain text file that every process with the module in it writes to, switched by a mask file beside
+// it.
 #pragma once
 
 #include <windows.h>
@@ -19,8 +20,8 @@ inline constexpr DWORD kTraceLevel = 2;
 inline constexpr DWORD kMessageBit = 1;
 inline constexpr DWORD kTraceBit = 2;
 
-// What is traced in this process: 0 until LoadLogMask. A relaxed atomic, so that the test of it is a plain load; a thread
-// that sees a change late only traces a little more or less.
+// What is traced in this process: 0 until LoadLogMask. A relaxed atomic, so that the test of it is a plain load; a
+// thread that sees a change late only traces a little more or less.
 extern std::atomic<DWORD> log_mask;
 
 inline bool Logs(DWORD bit) {
@@ -33,13 +34,13 @@ inline bool Logs(DWORD bit) {
 #define R5LQZ_PRINTF(text, first)
 #endif
 
-// Appends one record to the log file: UTC time, thread, the level's tag, the message in printf's format. Callers test the
-// log mask first; this does not. A record that cannot be written (no folder, lock not had within 100 ms) is dropped
+// Appends one record to the log file: UTC time, thread, the level's tag, the message in printf's format. Callers test
+// the log mask first; this does not. A record that cannot be written (no folder, lock not had within 100 ms) is dropped
 // without a sign. The thread's last error is as it was.
 void LogMessage(DWORD level, const char* format, ...) R5LQZ_PRINTF(2, 3);
 
-// Reads the log mask from the mask file (one decimal integer); a missing file, or one that begins with none, turns tracing
-// off.
+// Reads the log mask from the mask file (one decimal integer); a missing file, or one that begins with none, turns
+// tracing off.
 void LoadLogMask();
 
 // The log file's path, from the module's own file name: a new runtime-heap text that the caller frees, or none.

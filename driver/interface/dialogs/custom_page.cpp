@@ -65,7 +65,8 @@ void DisplayValues(HWND dialog, const DriverDevMode& record, DWORD& units) {
   const PrivateDevMode& own = record.dm_private;
   const OffsetText vertical = TextOfOffset(own.vertOffset);
   const OffsetText horizontal = TextOfOffset(own.horzOffset);
-  ShowSize(dialog, kFields, {own.width_string, own.length_string, vertical.data(), horizontal.data(), own.units}, units);
+  ShowSize(dialog, kFields, {own.width_string, own.length_string, vertical.data(), horizontal.data(), own.units},
+           units);
 }
 
 BOOL Initialize(HWND dialog, CustomPageContext& context) {

@@ -208,8 +208,8 @@ bool ReadAndValidate(HWND dialog, PrinterLabel& page) {
 
 // --- The buttons -----------------------------------------------------------------------------------------------------
 
-// Puts a page at the end of the printer's list, the dialog's copy and the list control, or nowhere. The caller has made sure
-// that there is room.
+// Puts a page at the end of the printer's list, the dialog's copy and the list control, or nowhere. The caller has made
+// sure that there is room.
 bool Append(HWND dialog, ManagePagesContext& context, PrinterLabel page) {
   if (const ResultCode code = AddPrinterLabel(context.hPrinter, &page)) {
     ShowStoreError(dialog, IDS_ADD_FAILED, code);

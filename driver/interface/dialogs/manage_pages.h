@@ -5,8 +5,8 @@
 
 namespace r5lqz {
 
-// Shows the dialog, modal over `owner`. Every change is in the printer's data at once; when it returns, the label list may
-// be another one. A list that cannot be read shows no dialog.
+// Shows the dialog, modal over `owner`. Every change is in the printer's data at once; when it returns, the label list
+// may be another one. A list that cannot be read shows no dialog.
 void ManagePages(HWND owner, HANDLE printer);
 
 }  // namespace r5lqz

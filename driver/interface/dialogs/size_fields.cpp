@@ -96,7 +96,8 @@ void InitSizeFields(HWND dialog, const SizeFields& fields) {
     SendDlgItemMessageW(dialog, edit, EM_LIMITTEXT, kNumberLimit, 0);
   }
   for (const int spin : {fields.vertical_spin, fields.horizontal_spin}) {
-    SendDlgItemMessageW(dialog, spin, UDM_SETRANGE, 0, MAKELPARAM(static_cast<WORD>(kOffsetLimits.highest), static_cast<WORD>(kOffsetLimits.lowest)));
+    SendDlgItemMessageW(dialog, spin, UDM_SETRANGE, 0,
+                        MAKELPARAM(static_cast<WORD>(kOffsetLimits.highest), static_cast<WORD>(kOffsetLimits.lowest)));
   }
 }
 

@@ -43,7 +43,9 @@ void ShowSize(HWND dialog, const SizeFields& fields, const SizeTexts& texts, DWO
 bool ReadSize(HWND dialog, const SizeFields& fields, PrinterLabel& label);
 
 // Acts on a notification of one of the group's controls: converts the sizes when a unit button is clicked, refreshes a
-// readout when its offset changes. True: the control is one of these, and `answer` is what the dialog procedure returns.
-bool RouteSizeFields(HWND dialog, const SizeFields& fields, int control, int notification, DWORD& units, INT_PTR& answer);
+// readout when its offset changes. True: the control is one of these, and `answer` is what the dialog procedure
+// returns.
+bool RouteSizeFields(HWND dialog, const SizeFields& fields, int control, int notification, DWORD& units,
+                     INT_PTR& answer);
 
 }  // namespace r5lqz

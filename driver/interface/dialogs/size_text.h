@@ -17,8 +17,8 @@ using Readout = std::array<char, kReadoutSize>;
 // fields show numbers.
 std::array<char, 16> ConvertSizeText(const char* text, DWORD from, DWORD to);
 
-// An offset edit's text in 1/1200 inch (trimmed in place) as it reads in millimetres or inches, followed by the unit's word;
-// dashes for a text that is no whole number. No range is checked.
+// An offset edit's text in 1/1200 inch (trimmed in place) as it reads in millimetres or inches, followed by the unit's
+// word; dashes for a text that is no whole number. No range is checked.
 Readout OffsetReadout(char* text, bool millimetres, const char* unit_word);
 
 }  // namespace r5lqz

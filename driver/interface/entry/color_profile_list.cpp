@@ -19,7 +19,8 @@ constexpr DWORD kFilterVersion = 0x0300;
 // The filter's bit that the platform's header calls ET_DEVICENAME.
 constexpr DWORD kFilterByDevice = 0x00000001;
 
-// Our block is two characters longer than what the system may write, so that it ends in an empty text whatever was written.
+// Our block is two characters longer than what the system may write, so that it ends in an empty text whatever was
+// written.
 constexpr std::size_t kClosingBytes = 2 * sizeof(WCHAR);
 
 // How much of a name the trace log shows: a path of the usual greatest length (MAX_PATH).
@@ -36,8 +37,8 @@ struct ListedText {
 };
 
 WCHAR Lower(WCHAR character) {
-  const auto lower = reinterpret_cast<std::uintptr_t>(
-      CharLowerW(reinterpret_cast<WCHAR*>(static_cast<std::uintptr_t>(character))));
+  const auto lower =
+      reinterpret_cast<std::uintptr_t>(CharLowerW(reinterpret_cast<WCHAR*>(static_cast<std::uintptr_t>(character))));
   return static_cast<WCHAR>(lower);
 }
 

@@ -155,7 +155,8 @@ DWORD Answer(HANDLE printer, const WCHAR* device_name, WORD capability, void* ou
 }  // namespace
 }  // namespace r5lqz
 
-DWORD WINAPI DrvDeviceCapabilities(HANDLE printer, LPWSTR device_name, WORD capability, PVOID output, PDEVMODEW record) {
+DWORD WINAPI DrvDeviceCapabilities(HANDLE printer, LPWSTR device_name, WORD capability, PVOID output,
+                                   PDEVMODEW record) {
   const r5lqz::TraceScope trace("DrvDeviceCapabilities");
   return r5lqz::Answer(printer, device_name, capability, output, record);
 }

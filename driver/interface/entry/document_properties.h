@@ -5,8 +5,8 @@
 
 namespace r5lqz {
 
-// Answers a document-properties call: the record's size (864) when only that is asked, 1 when done, -1 when the printer's
-// settings could not be built. `cbOut` of the header becomes 864 in every case.
+// Answers a document-properties call: the record's size (864) when only that is asked, 1 when done, -1 when the
+// printer's settings could not be built. `cbOut` of the header becomes 864 in every case.
 LONG CopyDocumentProperties(DOCUMENTPROPERTYHEADER& header);
 
 }  // namespace r5lqz

@@ -15,8 +15,8 @@ bool AreFormsRegistered(HANDLE printer) {
   DWORD type = REG_NONE;
   DWORD marker = 0;
   DWORD size = 0;
-  const DWORD code = GetPrinterDataW(printer, Writable(kMarkerName), &type, reinterpret_cast<BYTE*>(&marker),
-                                     sizeof marker, &size);
+  const DWORD code =
+      GetPrinterDataW(printer, Writable(kMarkerName), &type, reinterpret_cast<BYTE*>(&marker), sizeof marker, &size);
   return code == ERROR_SUCCESS && marker > 0;
 }
 

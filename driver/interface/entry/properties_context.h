@@ -10,8 +10,8 @@ namespace r5lqz {
 
 // Lives in a private heap of its own, with everything that belongs to it; the tabs borrow it and never free it.
 struct PropertiesContext {
-  HANDLE printer;  // the caller's
-  HANDLE heap;     // holds this context
+  HANDLE printer;                   // the caller's
+  HANDLE heap;                      // holds this context
   PFNCOMPROPSHEET pfnComPropSheet;  // of the common property sheet; empty without one
   HANDLE hComPropSheet;             // to be passed to it
   DriverDevMode working;            // the settings that are shown and changed
@@ -30,8 +30,8 @@ struct ContextDestroyer {
 };
 using OwnedContext = std::unique_ptr<PropertiesContext, ContextDestroyer>;
 
-// Builds the context for `printer` (the caller's): defaults, then the printer's stored default record, then `in` (or none)
-// laid over it. Registers the printer's form on the way. None when there is no memory or no printer information.
+// Builds the context for `printer` (the caller's): defaults, then the printer's stored default record, then `in` (or
+// none) laid over it. Registers the printer's form on the way. None when there is no memory or no printer information.
 OwnedContext FillUiData(HANDLE printer, const DEVMODEW* in);
 
 // The printer's PRINTER_INFO_2 in one GlobalAlloc block that the caller releases with GlobalFree; or none.

@@ -66,8 +66,9 @@ HPROPSHEETPAGE CreateTab(const Tab& tab, PropertiesContext& context) {
   return CreatePropertySheetPageW(&page);
 }
 
-// Hands a tab over to the common property sheet. A page that cannot be made releases the context, and with it the sheet's
-// last chance to be shown: pages handed over before stay with the common property sheet, which destroys them unseen.
+// Hands a tab over to the common property sheet. A page that cannot be made releases the context, and with it the
+// sheet's last chance to be shown: pages handed over before stay with the common property sheet, which destroys them
+// unseen.
 BOOL AddTab(OwnedContext& context, const Tab& tab) {
   LOG_TRACE("<%s>", "AddTab");
   const HPROPSHEETPAGE page = CreateTab(tab, *context);

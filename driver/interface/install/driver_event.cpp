@@ -14,9 +14,9 @@ namespace {
 
 // In the order in which they are uninstalled.
 constexpr const WCHAR* kColorProfiles[] = {
-    L"R5-LQZ_Premium_Matte_Best_Mode_v02.icc",  L"R5-LQZ_Premium_Matte_Fast_Mode_v01.icc",
+    L"R5-LQZ_Premium_Matte_Best_Mode_v02.icc",   L"R5-LQZ_Premium_Matte_Fast_Mode_v01.icc",
     L"R5-LQZ_Premium_Matte_Normal_Mode_v02.icc", L"R5-LQZ_Standard_Matte_Best_Mode_v02.icc",
-    L"R5-LQZ_Standard_Matte_Fast_Mode_v01.icc", L"R5-LQZ_Standard_Matte_Normal_Mode_v01.icc",
+    L"R5-LQZ_Standard_Matte_Fast_Mode_v01.icc",  L"R5-LQZ_Standard_Matte_Normal_Mode_v01.icc",
 };
 
 const WCHAR* DriverName(DWORD level, const BYTE* info) {

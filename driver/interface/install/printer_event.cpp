@@ -111,8 +111,8 @@ BOOL SetBufferPrintJob(HANDLE printer, DWORD value) {
     LOG_ERROR("Couldn't get printer handle: 0x%x", static_cast<unsigned>(GetLastError()));
     return FALSE;
   }
-  const DWORD code =
-      SetPrinterDataW(full_access.get(), Writable(kOptionName), REG_DWORD, reinterpret_cast<BYTE*>(&value), sizeof value);
+  const DWORD code = SetPrinterDataW(full_access.get(), Writable(kOptionName), REG_DWORD,
+                                     reinterpret_cast<BYTE*>(&value), sizeof value);
   if (code != ERROR_SUCCESS) LOG_ERROR("Could not set buffer print job value: 0x%x", static_cast<unsigned>(code));
   return code == ERROR_SUCCESS;
 }

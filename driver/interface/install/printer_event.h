@@ -11,8 +11,8 @@ WCHAR* GetPrinterName(HANDLE printer);
 // The option "bufferPrintJob" as it is stored; 1, with the reason traced, when it is missing or no number.
 DWORD ReadBufferPrintJob(HANDLE printer);
 
-// Stores the option "bufferPrintJob" (1 or 0) through a handle of its own, under the spooler's identity; the client's is
-// back on return. TRUE when it was stored; otherwise the reason is traced.
+// Stores the option "bufferPrintJob" (1 or 0) through a handle of its own, under the spooler's identity; the client's
+// is back on return. TRUE when it was stored; otherwise the reason is traced.
 BOOL SetBufferPrintJob(HANDLE printer, DWORD value);
 
 }  // namespace r5lqz

@@ -16,8 +16,8 @@ ResultCode VDRV_CopyRasterSdkFiles();
 // ERROR_SUCCESS.
 ResultCode DeleteRasterSdkFiles();
 
-// The files' folder, which need not exist: a new runtime-heap path of MAX_PATH characters that the caller frees; or none,
-// with the thread's last error saying why.
+// The files' folder, which need not exist: a new runtime-heap path of MAX_PATH characters that the caller frees; or
+// none, with the thread's last error saying why.
 WCHAR* GetRasterSdkFolder();
 
 }  // namespace r5lqz

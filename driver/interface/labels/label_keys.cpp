@@ -20,7 +20,8 @@ bool IsBlank(WCHAR character) {
   return character == ' ' || (character >= '\t' && character <= '\r');
 }
 
-// A key's name read as "%d" reads it: blanks, a sign, digits, and whatever follows. A number that no `int` holds is none.
+// A key's name read as "%d" reads it: blanks, a sign, digits, and whatever follows. A number that no `int` holds is
+// none.
 SHORT NumberIn(const WCHAR* name) {
   while (IsBlank(*name)) ++name;
   if (*name == '+' && name[1] != '-') ++name;

@@ -18,8 +18,8 @@ std::array<WCHAR, 24> WideLabelKeyName(SHORT id);
 // The label numbers that the spooler lists, as it lists them. Empty after a failure.
 class LabelKeyList {
  public:
-  // Asks the spooler for the subkeys of "Label Sizes". ERROR_SUCCESS when there is no such key; otherwise the code that it
-  // answered, traced here.
+  // Asks the spooler for the subkeys of "Label Sizes". ERROR_SUCCESS when there is no such key; otherwise the code that
+  // it answered, traced here.
   ResultCode Read(HANDLE printer);
 
   // Moves on to the next name and gives the number it reads as (0 when it is none); false at the end of the list.

@@ -14,7 +14,8 @@ namespace {
 
 constexpr DWORD kLabelVersion = 1;
 
-// One stored value of a label: where it lies in the record. "version" lies nowhere: it is checked, and always written as 1.
+// One stored value of a label: where it lies in the record. "version" lies nowhere: it is checked, and always written
+// as 1.
 struct LabelValue {
   const char* name;
   DWORD type;
@@ -22,7 +23,10 @@ struct LabelValue {
   std::size_t size;
 };
 
-#define LABEL_FIELD(field, type) LabelValue{#field, type, offsetof(PrinterLabel, field), sizeof(PrinterLabel::field)}
+#define LABEL_FIELD(field, type)                                             \
+  LabelValue {                                                               \
+    #field, type, offsetof(PrinterLabel, field), sizeof(PrinterLabel::field) \
+  }
 
 // In the order in which they are written and read, behind the version.
 constexpr std::array kValues{

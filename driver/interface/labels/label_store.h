@@ -1,5 +1,6 @@
-// The printer's label list as the spooler keeps it: one subkey of "Label Sizes" per label, named by its number. These are
-// the only operations that touch those keys. They hold no lock: two writers of one label may interleave value by value.
+// The printer's label list as the spooler keeps it: one subkey of "Label Sizes" per label, named by its number. These
+// are the only operations that touch those keys. They hold no lock: two writers of one label may interleave value by
+// value.
 #pragma once
 
 #include <windows.h>
@@ -11,9 +12,9 @@
 
 namespace r5lqz {
 
-// Reads the labels that can be read, in the spooler's order, into `labels` (`capacity` records of the caller's) from the
-// start; `count` is how many. A label that cannot be loaded is left out and the list still succeeds. ERROR_SUCCESS also
-// when the printer has no list; otherwise the code of the enumeration.
+// Reads the labels that can be read, in the spooler's order, into `labels` (`capacity` records of the caller's) from
+// the start; `count` is how many. A label that cannot be loaded is left out and the list still succeeds. ERROR_SUCCESS
+// also when the printer has no list; otherwise the code of the enumeration.
 ResultCode ReadPrinterLabelList(HANDLE printer, PrinterLabel* labels, LONG capacity, LONG* count);
 
 // Reads the label numbered `id`; on failure the field that failed and those after it keep what they held.

@@ -1,5 +1,5 @@
-// The Color tab ("Appearance"): print quality, and who adjusts the colours: the driver, with a profile and an intent, or
-// the application.
+// The Color tab ("Appearance"): print quality, and who adjusts the colours: the driver, with a profile and an intent,
+// or the application.
 #include <algorithm>
 #include <array>
 #include <iterator>
@@ -132,7 +132,8 @@ void OkClick(HWND dialog, PropertiesContext& context) {
     settings.dmPrintQuality = settings.dmYResolution = kResolutions[static_cast<std::size_t>(quality)];
   }
   own.colorAdjust = IsDlgButtonChecked(dialog, IDC_COLOR_AUTOMATIC) == BST_CHECKED;
-  if (const LRESULT intent = SelectionOf(dialog, IDC_COLOR_INTENT); intent >= 0) own.rendIntent = static_cast<DWORD>(intent);
+  if (const LRESULT intent = SelectionOf(dialog, IDC_COLOR_INTENT); intent >= 0)
+    own.rendIntent = static_cast<DWORD>(intent);
   TakeProfile(dialog, own);
   // The profiles' copies stay: an apply may leave the sheet open, and the next one reads them again.
   FinishApply(dialog, context);

@@ -29,8 +29,9 @@ void InitComboBox(HWND dialog, int control, std::span<const ComboBoxEntry> entri
 // Selects the first entry whose item value, a wide text, equals `wanted`; the first entry when none does.
 void SetComboBoxSelectionString(HWND dialog, int control, const WCHAR* wanted);
 
-// Reads, checks and normalises a decimal entry; `text` then holds what is stored. Bounds in tenths of a millimetre, shown
-// and compared in `units`. False: the user has been told, with the message of the string table and the valid range.
+// Reads, checks and normalises a decimal entry; `text` then holds what is stored. Bounds in tenths of a millimetre,
+// shown and compared in `units`. False: the user has been told, with the message of the string table and the valid
+// range.
 bool ReadAndValidateFloat(HWND dialog, int control, std::span<char, kNumberTextSize> text, LONG minimum, LONG maximum,
                           DWORD units, UINT message_id);
 

@@ -58,7 +58,8 @@ RuntimeBlock<DRIVER_INFO_3W> DriverInfo(HANDLE printer) {
   GetPrinterDriverW(printer, nullptr, 3, nullptr, 0, &size);
   if (size < sizeof(DRIVER_INFO_3W)) return nullptr;
   RuntimeBlock<DRIVER_INFO_3W> info(static_cast<DRIVER_INFO_3W*>(std::calloc(1, size)));
-  if (!info || !GetPrinterDriverW(printer, nullptr, 3, reinterpret_cast<BYTE*>(info.get()), size, &size)) return nullptr;
+  if (!info || !GetPrinterDriverW(printer, nullptr, 3, reinterpret_cast<BYTE*>(info.get()), size, &size))
+    return nullptr;
   return info;
 }
 

@@ -16,8 +16,8 @@ UiLanguage GetUiLanguage();
 
 using HelpPath = std::array<WCHAR, MAX_PATH>;
 
-// The path of `topic` in the help file of `language`, beside the registered `help_file`; empty when it does not fit or the
-// file's name has no three-letter extension to replace.
+// The path of `topic` in the help file of `language`, beside the registered `help_file`; empty when it does not fit or
+// the file's name has no three-letter extension to replace.
 HelpPath BuildHelpPath(const WCHAR* help_file, UiLanguage language, const WCHAR* topic);
 
 // Shows `topic` of the help file that `printer`'s driver has registered. Shows nothing when there is none, or when the

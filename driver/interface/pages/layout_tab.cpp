@@ -54,7 +54,8 @@ void InitDialog(HWND dialog, PropertiesContext& context) {
 bool GetNumberCopies(HWND dialog, DriverDevMode& working) {
   const TraceScope trace("GetNumberCopies");
   std::array<char, 20> text{};
-  if (!ReadAndValidateInt(dialog, IDC_LAYOUT_COPIES, text, kFewestCopies, kMostCopies, IDS_INVALID_COPIES)) return false;
+  if (!ReadAndValidateInt(dialog, IDC_LAYOUT_COPIES, text, kFewestCopies, kMostCopies, IDS_INVALID_COPIES))
+    return false;
   int copies = 0;
   StringToInt(text.data(), &copies);
   working.dm_public.dmCopies = working.dm_private.copies = static_cast<SHORT>(copies);

@@ -13,9 +13,9 @@ namespace r5lqz {
 // Room for the range text of a decimal entry.
 inline constexpr std::size_t kRangeTextSize = 32;
 
-// Checks and normalises a decimal entry as the user typed it, with the runtime locale's decimal separator: trims it, gives
-// it "." and compares it with the bounds (tenths of a millimetre, in `units`: kMillimetres, kInches, else as they are).
-// True: `text` is what is stored. False: `text` is of no further use.
+// Checks and normalises a decimal entry as the user typed it, with the runtime locale's decimal separator: trims it,
+// gives it "." and compares it with the bounds (tenths of a millimetre, in `units`: kMillimetres, kInches, else as they
+// are). True: `text` is what is stored. False: `text` is of no further use.
 bool AcceptFloatEntry(std::span<char, kNumberTextSize> text, LONG minimum, LONG maximum, DWORD units);
 
 // The same for a whole number of any length; `text` is terminated.

@@ -33,8 +33,8 @@ constexpr std::size_t kDetailsLineSize = 256;
 using DetailsText = std::array<WCHAR, kDetailsSize>;
 using NumberText = std::array<char, kNumberTextSize>;
 
-// The labels that this tab's list shows, one place behind its entries. Each sheet has its own, in its context's heap: sheets
-// on other threads read the printer again at their own times, and must not change what an entry here stands for.
+// The labels that this tab's list shows, one place behind its entries. Each sheet has its own, in its context's heap:
+// sheets on other threads read the printer again at their own times, and must not change what an entry here stands for.
 struct LabelTable {
   PrinterLabel labels[kMostLabels];
   LONG count;
@@ -174,8 +174,8 @@ void LoadLabelList(HWND dialog, PropertiesContext& context) {
 // Whether the printer's data can be written is seen by doing so.
 bool CanWritePrinterData(HANDLE printer) {
   DWORD nothing = 0;
-  if (SetPrinterDataExW(printer, kProbeName, kProbeName, REG_DWORD, reinterpret_cast<BYTE*>(&nothing), sizeof nothing) !=
-      ERROR_SUCCESS) {
+  if (SetPrinterDataExW(printer, kProbeName, kProbeName, REG_DWORD, reinterpret_cast<BYTE*>(&nothing),
+                        sizeof nothing) != ERROR_SUCCESS) {
     return false;
   }
   DeletePrinterKeyW(printer, kProbeName);

@@ -13,19 +13,19 @@ namespace r5lqz {
 struct TabOperations {
   using Operation = void (*)(HWND dialog, PropertiesContext& context);
 
-  Operation initialize;                // WM_INITDIALOG
-  Operation set_active = nullptr;      // the tab becomes the current one
-  Operation kill_active = nullptr;     // the user leaves it
-  Operation apply = nullptr;           // OK or Apply
-  Operation reset = nullptr;           // Cancel
-  const WCHAR* help_topic = nullptr;   // what Help shows
-  bool takes_commands = false;         // WM_COMMAND is the tab's, ...
+  Operation initialize;                                                             // WM_INITDIALOG
+  Operation set_active = nullptr;                                                   // the tab becomes the current one
+  Operation kill_active = nullptr;                                                  // the user leaves it
+  Operation apply = nullptr;                                                        // OK or Apply
+  Operation reset = nullptr;                                                        // Cancel
+  const WCHAR* help_topic = nullptr;                                                // what Help shows
+  bool takes_commands = false;                                                      // WM_COMMAND is the tab's, ...
   void (*command)(HWND dialog, int control, PropertiesContext& context) = nullptr;  // ... with this action
   void (*destroy)(HWND dialog) = nullptr;
 };
 
-// The dialog procedure of every tab. It keeps the sheet's context, which the page was created with, in the dialog's user
-// data; before WM_INITDIALOG there is none and nothing is done.
+// The dialog procedure of every tab. It keeps the sheet's context, which the page was created with, in the dialog's
+// user data; before WM_INITDIALOG there is none and nothing is done.
 INT_PTR RouteTab(const TabOperations& tab, HWND dialog, UINT message, WPARAM w_param, LPARAM l_param);
 
 // Answers a notification: PSNRET_NOERROR or one of its kin.

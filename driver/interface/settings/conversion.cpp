@@ -18,8 +18,9 @@ constexpr std::array<PublicVersion, 3> kPublicVersions{{{188, 0x0320}, {212, 0x0
 
 // The spec version that belongs to a form: that of its size, or its own word for a size nobody knows. 0: unusable.
 WORD SpecVersionOf(const RecordForm& form) {
-  const auto known = std::find_if(kPublicVersions.begin(), kPublicVersions.end(),
-                                  [&](const PublicVersion& version) { return version.public_size == form.public_size; });
+  const auto known = std::find_if(kPublicVersions.begin(), kPublicVersions.end(), [&](const PublicVersion& version) {
+    return version.public_size == form.public_size;
+  });
   return known != kPublicVersions.end() ? known->spec_version : form.spec_version;
 }
 

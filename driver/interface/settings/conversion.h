@@ -8,20 +8,21 @@
 
 namespace r5lqz {
 
-// Copies what two records have in common from `in` to `out` (caller-owned, dmSize plus dmDriverExtra bytes each), keeping
-// the form words that the caller has set in `out`. The number of bytes copied, or -1 with `out` unchanged: a record is
-// missing, or its form is unknown.
+// Copies what two records have in common from `in` to `out` (caller-owned, dmSize plus dmDriverExtra bytes each),
+// keeping the form words that the caller has set in `out`. The number of bytes copied, or -1 with `out` unchanged: a
+// record is missing, or its form is unknown.
 LONG ConvertDevMode(const DEVMODEW* in, DEVMODEW* out);
 
-// Hands the working record back into `out` in the size that the caller's `shape` has (864 bytes without one), never in a
-// larger one. FALSE, with `out` unchanged, when the shape's form is unknown.
+// Hands the working record back into `out` in the size that the caller's `shape` has (864 bytes without one), never in
+// a larger one. FALSE, with `out` unchanged, when the shape's form is unknown.
 BOOL CopyDevModeToOutput(const DriverDevMode& working, const DEVMODEW* shape, DEVMODEW* out);
 
 // Lays `source` (any record, or none) over `destination` and validates the result with `printer`'s labels. FALSE, with
 // `destination` unchanged, when the source's form is unknown or there is no memory.
 BOOL MergeDevMode(DriverDevMode& destination, const DEVMODEW* source, HANDLE printer);
 
-// The merge's step: copies each public field that the source marks as set, and the private part when it is this driver's.
+// The merge's step: copies each public field that the source marks as set, and the private part when it is this
+// driver's.
 void CopyDevmode(DriverDevMode& destination, const DriverDevMode& source);
 
 // Forces every field into what the printer supports. `printer` (or none) resolves label numbers.
@@ -30,8 +31,8 @@ void ValidateDevmode(DriverDevMode& record, HANDLE printer);
 // The step of validation that resolves the paper number and sets the paper's size and form name.
 void ValidateForm(DriverDevMode& record, HANDLE printer);
 
-// A label's size as a record takes it, tenths of a millimetre: a text that is no number, or a size that the printer cannot
-// have, gives the default's.
+// A label's size as a record takes it, tenths of a millimetre: a text that is no number, or a size that the printer
+// cannot have, gives the default's.
 SHORT PaperWidthOf(const PrinterLabel& label);
 SHORT PaperLengthOf(const PrinterLabel& label);
 

@@ -47,7 +47,8 @@ void SetPrivateDefaults(PrivateDevMode& own) {
   CopyBounded(std::span(own.length_string), kDefaultLength);
 }
 
-// The printer's first profile; none when it has none, or one whose name no field holds: part of a file name is no profile.
+// The printer's first profile; none when it has none, or one whose name no field holds: part of a file name is no
+// profile.
 void AssignDefaultColorProfile(PrivateDevMode& own, HANDLE printer) {
   const TraceScope trace("AssignDefaultColorProfile");
   const RuntimeBlock<WCHAR> name(GetPrinterName(printer));

@@ -1,5 +1,5 @@
-// One document's settings, DriverDevMode: the platform's public DEVMODEW followed by the driver's private part. The record
-// is an interchange format: the spooler, applications and the rendering module keep and read it.
+// One document's settings, DriverDevMode: the platform's public DEVMODEW followed by the driver's private part. The
+// record is an interchange format: the spooler, applications and the rendering module keep and read it.
 #pragma once
 
 #include <windows.h>
@@ -12,8 +12,8 @@
 
 namespace r5lqz {
 
-inline constexpr std::size_t kLabelNameSize = 64;   // bytes with the terminator
-inline constexpr std::size_t kNumberTextSize = 8;   // bytes with the terminator
+inline constexpr std::size_t kLabelNameSize = 64;     // bytes with the terminator
+inline constexpr std::size_t kNumberTextSize = 8;     // bytes with the terminator
 inline constexpr std::size_t kProfileNameSize = 260;  // characters with the terminator (MAX_PATH)
 
 // The driver's private part: field order, widths and padding are binding. Texts are terminated within their arrays in
@@ -28,8 +28,8 @@ struct PrivateDevMode {
   DWORD usePrivateCopies;
   SHORT copies;
   WORD padding1;
-  LONG vertOffset;  // 1/1200 inch
-  LONG horzOffset;  // 1/1200 inch
+  LONG vertOffset;    // 1/1200 inch
+  LONG horzOffset;    // 1/1200 inch
   SHORT dmPaperSize;  // the paper whose size the public width and length hold now
   WORD padding2;
   DWORD units;  // of the two texts below: 1 inches, else millimetres
@@ -50,7 +50,7 @@ static_assert(offsetof(PrivateDevMode, usePrivateCopies) == 84 && offsetof(Priva
 inline constexpr WORD kPublicSize = sizeof(DEVMODEW);
 inline constexpr WORD kPrivateSize = sizeof(PrivateDevMode);
 inline constexpr LONG kRecordSize = sizeof(DriverDevMode);
-inline constexpr WORD kSpecVersion = 0x0401;    // DM_SPECVERSION of the platform
+inline constexpr WORD kSpecVersion = 0x0401;  // DM_SPECVERSION of the platform
 inline constexpr WORD kDriverVersion = 0x0401;
 inline constexpr DWORD kSignature = 0x18284000;
 

@@ -21,9 +21,14 @@ struct DumpedField {
   Shown shown;
 };
 
-#define PUBLIC_FIELD(field, shown) DumpedField{#field, offsetof(DEVMODEW, field), sizeof(DEVMODEW::field), shown}
-#define PRIVATE_FIELD(field, shown) \
-  DumpedField { #field, offsetof(PrivateDevMode, field), sizeof(PrivateDevMode::field), shown }
+#define PUBLIC_FIELD(field, shown)                                    \
+  DumpedField {                                                       \
+    #field, offsetof(DEVMODEW, field), sizeof(DEVMODEW::field), shown \
+  }
+#define PRIVATE_FIELD(field, shown)                                               \
+  DumpedField {                                                                   \
+    #field, offsetof(PrivateDevMode, field), sizeof(PrivateDevMode::field), shown \
+  }
 
 constexpr std::array kPublicFields{
     PUBLIC_FIELD(dmDeviceName, Shown::kWideText),
@@ -58,20 +63,13 @@ constexpr std::array kPublicFields{
 };
 
 constexpr std::array kPrivateFields{
-    PRIVATE_FIELD(signature, Shown::kUnsigned),
-    PRIVATE_FIELD(colorAdjust, Shown::kSigned),
-    PRIVATE_FIELD(rendIntent, Shown::kSigned),
-    PRIVATE_FIELD(rotate180, Shown::kSigned),
-    PRIVATE_FIELD(mirrorImage, Shown::kSigned),
-    PRIVATE_FIELD(labelName, Shown::kNarrowText),
-    PRIVATE_FIELD(usePrivateCopies, Shown::kSigned),
-    PRIVATE_FIELD(copies, Shown::kSigned),
-    PRIVATE_FIELD(vertOffset, Shown::kSigned),
-    PRIVATE_FIELD(horzOffset, Shown::kSigned),
-    PRIVATE_FIELD(dmPaperSize, Shown::kSigned),
-    PRIVATE_FIELD(units, Shown::kSigned),
-    PRIVATE_FIELD(width_string, Shown::kNarrowText),
-    PRIVATE_FIELD(length_string, Shown::kNarrowText),
+    PRIVATE_FIELD(signature, Shown::kUnsigned),      PRIVATE_FIELD(colorAdjust, Shown::kSigned),
+    PRIVATE_FIELD(rendIntent, Shown::kSigned),       PRIVATE_FIELD(rotate180, Shown::kSigned),
+    PRIVATE_FIELD(mirrorImage, Shown::kSigned),      PRIVATE_FIELD(labelName, Shown::kNarrowText),
+    PRIVATE_FIELD(usePrivateCopies, Shown::kSigned), PRIVATE_FIELD(copies, Shown::kSigned),
+    PRIVATE_FIELD(vertOffset, Shown::kSigned),       PRIVATE_FIELD(horzOffset, Shown::kSigned),
+    PRIVATE_FIELD(dmPaperSize, Shown::kSigned),      PRIVATE_FIELD(units, Shown::kSigned),
+    PRIVATE_FIELD(width_string, Shown::kNarrowText), PRIVATE_FIELD(length_string, Shown::kNarrowText),
     PRIVATE_FIELD(colorProfile, Shown::kWideText),
 };
 

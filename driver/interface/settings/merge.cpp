@@ -17,7 +17,10 @@ struct MergedField {
   std::size_t size;
 };
 
-#define MERGED_FIELD(bit, field) MergedField{bit, offsetof(DEVMODEW, field), sizeof(DEVMODEW::field)}
+#define MERGED_FIELD(bit, field)                            \
+  MergedField {                                             \
+    bit, offsetof(DEVMODEW, field), sizeof(DEVMODEW::field) \
+  }
 
 constexpr std::array kMergedFields{
     MERGED_FIELD(DM_ORIENTATION, dmOrientation),
