@@ -1,5 +1,5 @@
-// Label list files: whatever the bytes are, they give labels that the rest of the module can use, and these are written and
-// read again as they are.
+// Label list files: whatever the bytes are, they give labels that the rest of the module can use, and these are written
+// and read again as they are.
 #include <string>
 
 #include "diag/number_text.h"

@@ -154,12 +154,13 @@ void WriteLabelFiles() {
   const auto list = [](const string& pages) { return "\x80{\"version\":0,\"list\":[" + pages + "]}"; };
   const std::pair<const char*, string> kSeeds[] = {
       {"empty", list("")},
-      {"whole", list(R"({"name":"A","width":"4.125","length":"5.000","vertOffset":"-12","horzOffset":"34","units":1,"id":300})")},
+      {"whole", list(R"({"name":"A","width":"4.1","length":"5","vertOffset":"-1","horzOffset":"3","units":1,"id":300})")},
       {"defaults", list(R"({},{"name":null,"width":4.125,"units":"0","id":"x"},7,[],"text")")},
       {"tenths", list(R"({"name":"T","units":2,"width":"2970,0","length":"9017.00"})")},
       {"letter-case", "\x02 \t{\"Version\":1e2,\"LIST\":[{\"Name\":\"a\",\"name\":\"b\",\"UNITS\":0.9}]}behind"},
-      {"limits", list(R"({"units":0,"width":"297.001","length":"25.4","vertOffset":"2400.5","horzOffset":"","id":32767.5})")},
-      {"lengths", list("{\"name\":\"" + string(63, 'n') + "\",\"width\":\"12345678\"},{\"name\":\"" + string(64, 'n') + "\"}")},
+      {"limits", list(R"({"units":0,"width":"297.001","length":"25.4","vertOffset":"2400.5","id":32768})")},
+      {"name-capacity", list("{\"name\":\"" + string(63, 'n') + "\",\"width\":\"12345678\"}")},
+      {"name-too-long", list("{\"name\":\"" + string(64, 'n') + "\"}")},
       {"escapes", list(R"({"name":"\u00e9\ud83d\ude00\u0000\"\\\/\b","vertOffset":"\u0031"})")},
       {"bytes", list("{\"name\":\"\xE4\xFF\xC3\"}")},
       {"numbers", list(R"({"id":1e999,"units":-0},{"id":-1e-999,"units":1e18},{"id":0x10})")},

@@ -46,35 +46,34 @@ TEST_F(LabelJson, ATextThatIsNoListIsRefused) {
 
 TEST_F(LabelJson, EachMemberIsCheckedOrBecomesItsDefault) {
   const std::string fits(63, 'n'), too_long(64, 'n');
+  // Either a page's members, or the sizes, units and offsets alone of the page "N" that has them.
   const std::pair<std::string, std::string> kPages[] = {
       {R"({})", "No Name 1 4.13x5.00 1 0,0 #259;"},
       {R"(17)", "No Name 1 4.13x5.00 1 0,0 #259;"},
-      {R"({"NAME":"A","name":"B","Units":0})", "A 104.80x127.00 0 0,0 #259;"},
-      {R"({"name":"","units":2.9})", " 1048.00x1270.00 2 0,0 #259;"},
-      {R"({"name":null,"units":3})", "No Name 1 4.13x5.00 1 0,0 #259;"},
-      {R"({"name":"\u00e9","units":"0"})", "\xC3\xA9 4.13x5.00 1 0,0 #259;"},
+      {R"({"NAME":"A","name":"B","Units":0,"id":32767.9})", "A 104.80x127.00 0 0,0 #32767;"},
+      {R"({"name":"","units":2.9,"id":258})", " 1048.00x1270.00 2 0,0 #259;"},
+      {R"({"name":null,"units":3,"id":1e300})", "No Name 1 4.13x5.00 1 0,0 #259;"},
+      {R"({"name":"\u00e9","units":"0","id":"300"})", "\xC3\xA9 4.13x5.00 1 0,0 #259;"},
       {"{\"name\":\"\xE9\",\"units\":-1e999}", "\xE9 4.13x5.00 1 0,0 #259;"},
       {"{\"name\":\"" + fits + "\"}", fits + " 4.13x5.00 1 0,0 #259;"},
       {"{\"name\":\"" + too_long + "\"}", " 4.13x5.00 1 0,0 #259;"},
-      {R"({"name":"N","width":4.125})", "N 4.13x5.00 1 0,0 #259;"},
-      {R"({"name":"N","width":"4,125","length":"1,0"})", "N 4.125x1.0 1 0,0 #259;"},
-      {R"({"name":"N","width":"12.5","length":"36"})", "N 4.13x5.00 1 0,0 #259;"},
-      {R"({"name":"N","width":"0.0394","length":"35.5"})", "N 0.0394x35.5 1 0,0 #259;"},
-      {R"({"name":"N","width":"0.0393","length":"0.99999"})", "N 4.13x5.00 1 0,0 #259;"},
-      {R"({"name":"N","units":0,"width":"297","length":"25.4"})", "N 297x25.4 0 0,0 #259;"},
-      {R"({"name":"N","units":0,"width":"297.001","length":"25.3"})", "N 104.80x127.00 0 0,0 #259;"},
-      {R"({"name":"N","units":2,"width":"10","length":"9017.00"})", "N 10x9017.00 2 0,0 #259;"},
-      {R"({"name":"N","units":2,"width":"9","length":"9017.1"})", "N 1048.00x1270.00 2 0,0 #259;"},
-      {R"({"name":"N","width":"4.125000","length":"1,2,3"})", "N 4.13x5.00 1 0,0 #259;"},
-      {R"({"name":"N","width":" 4","length":"1e1"})", "N 4.13x5.00 1 0,0 #259;"},
-      {R"({"name":"N","vertOffset":"12.5","horzOffset":"-2400"})", "N 4.13x5.00 1 12.5,-2400 #259;"},
-      {R"({"name":"N","vertOffset":"3000","horzOffset":7})", "N 4.13x5.00 1 0,0 #259;"},
-      {R"({"name":"N","vertOffset":"12345678","horzOffset":""})", "N 4.13x5.00 1 , #259;"},
-      {R"({"name":"N","id":258})", "N 4.13x5.00 1 0,0 #259;"},
-      {R"({"name":"N","id":32767.9})", "N 4.13x5.00 1 0,0 #32767;"},
-      {R"({"name":"N","id":1e300})", "N 4.13x5.00 1 0,0 #259;"},
+      {R"("width":4.125,"vertOffset":7)", "4.13x5.00 1 0,0"},
+      {R"("width":"4,125","length":"1,0","vertOffset":"12.5","horzOffset":"-2400")", "4.125x1.0 1 12.5,-2400"},
+      {R"("width":"12.5","length":"36","vertOffset":"3000","horzOffset":"2400")", "4.13x5.00 1 0,2400"},
+      {R"("width":"0.0394","length":"35.5","vertOffset":"12345678","horzOffset":"")", "0.0394x35.5 1 ,"},
+      {R"("width":"0.0393","length":"0.99999")", "4.13x5.00 1 0,0"},
+      {R"("units":0,"width":"297","length":"25.4")", "297x25.4 0 0,0"},
+      {R"("units":0,"width":"297.001","length":"25.3")", "104.80x127.00 0 0,0"},
+      {R"("units":2,"width":"10","length":"9017.00")", "10x9017.00 2 0,0"},
+      {R"("units":2,"width":"9","length":"9017.1")", "1048.00x1270.00 2 0,0"},
+      {R"("width":"4.125000","length":"1,2,3")", "4.13x5.00 1 0,0"},
+      {R"("width":" 4","length":"1e1")", "4.13x5.00 1 0,0"},
   };
-  for (const auto& [page, expected] : kPages) EXPECT_EQ(Read(List(page)), expected) << page;
+  for (const auto& [page, expected] : kPages) {
+    const bool alone = page[0] == '"';
+    const std::string list = Read(List(alone ? "{\"name\":\"N\"," + page + "}" : page));
+    EXPECT_EQ(list, alone ? "N " + expected + " #259;" : expected) << page;
+  }
   EXPECT_EQ(Read(List(R"({"name":"A"},{"name":"B","id":300},{})")),
             "A 4.13x5.00 1 0,0 #259;B 4.13x5.00 1 0,0 #300;No Name 3 4.13x5.00 1 0,0 #261;");
 }

@@ -42,7 +42,8 @@ BOOL WINAPI ChooseFile(LPOPENFILENAMEW request) {
 
 // The title of messages as it reads in another language.
 int WINAPI LoadForeign(HINSTANCE module, UINT id, LPWSTR text, int size) {
-  return id == IDS_ERROR ? swprintf(text, static_cast<std::size_t>(size), L"Fehler") : LoadStringW(module, id, text, size);
+  if (id != IDS_ERROR) return LoadStringW(module, id, text, size);
+  return swprintf(text, static_cast<std::size_t>(size), L"Fehler");
 }
 
 void* __cdecl Reallocate(void* block, std::size_t size) {
@@ -53,8 +54,8 @@ void* __cdecl Reallocate(void* block, std::size_t size) {
 
 std::string ValueOf(HANDLE printer, const std::string& key, const char* name) {
   char bytes[256] = "";
-  DWORD type = REG_NONE, size = 0, number = 0;
-  if (GetPrinterDataExA(printer, key.c_str(), name, &type, reinterpret_cast<BYTE*>(bytes), sizeof bytes, &size)) return "-";
+  DWORD type = REG_NONE, size = sizeof bytes, number = 0;
+  if (GetPrinterDataExA(printer, key.c_str(), name, &type, reinterpret_cast<BYTE*>(bytes), size, &size)) return "-";
   memcpy(&number, bytes, sizeof number);
   return type == REG_DWORD ? std::to_string(number) : bytes;
 }
@@ -131,7 +132,8 @@ DriverDevMode DialogTest::Work(const DialogKind& kind, const std::vector<Step>& 
   return Work(kind, steps, Defaults(), key);
 }
 
-DriverDevMode DialogTest::Work(const DialogKind& kind, const std::vector<Step>& steps, const DriverDevMode& in, WPARAM key) {
+DriverDevMode DialogTest::Work(const DialogKind& kind, const std::vector<Step>& steps, const DriverDevMode& in,
+                               WPARAM key) {
   return Edit(in, [&](SheetUser& sheet) {
     ASSERT_TRUE(sheet.Open("Page"));
     DialogUser dialog(sheet, kind);

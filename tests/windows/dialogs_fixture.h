@@ -41,8 +41,8 @@ class DialogUser : public SheetUser {
   const DialogKind& kind;
 };
 
-// What a user types (null: nothing) and does, what is said then, and what is to be seen (null: not looked at) and stored
-// (null: what was stored before).
+// What a user types (null: nothing) and does, what is said then, what the fields show (null: not looked at) and what is
+// stored (null: what was stored before).
 struct Step {
   const char* typed[5];
   std::function<void(DialogUser&)> act;

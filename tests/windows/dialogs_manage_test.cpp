@@ -54,11 +54,15 @@ TEST_F(ManagePages, EmptyListsAndOtherUnits) {
 
 TEST_F(ManagePages, AddsModifiesAndDeletes) {
   const std::string longest(63, 'n'), too_long = longest + "nn", long_stored = "258 " + longest + " 10 30 0 0 0;";
+  const std::string a = "258 A 4.125 5.000 0 0 1;", b = a + "259 B b 0.04 35.5 -2400 2400 1;";
+  const std::string m = "259 M 297 901.7 1 +3 0;", am = a + m, amc = am + "260 C 4.125 5.000 0 0 1;";
+  constexpr char kZeroMm[] = " | mm 0.000 mm, 0.000 mm, 1.000 - 297.000";
+  constexpr char kFieldsOfM[] = "M 297 901.7 1 +3 | mm 0.021 mm, 0.064 mm, 1.000 - 297.000";
   Work(kManage,
        {{{" \t "}, Add, "You must enter a name."},
-        {{"  A "}, Add, "", nullptr, "258 A 4.125 5.000 0 0 1;", 0},
+        {{"  A "}, Add, "", nullptr, a.c_str(), 0},
         {{"a"}, Add, "Name already used."},
-        {{"B b", " 0.04 ", "35.5", "-2400", "2400"}, Add, "", nullptr, "258 A 4.125 5.000 0 0 1;259 B b 0.04 35.5 -2400 2400 1;", 1},
+        {{"B b", " 0.04 ", "35.5", "-2400", "2400"}, Add, "", nullptr, b.c_str(), 1},
         {{"C", "0.039"}, Add, kWidthInches},
         {{"C", "11.692", "35.501"}, Add, "Invalid Length\nValid range: 1.000 - 35.500"},
         {{"C", nullptr, "1", "2401"}, Add, kOffset},
@@ -68,17 +72,17 @@ TEST_F(ManagePages, AddsModifiesAndDeletes) {
         {{"b B"}, Modify, "", nullptr, "258 A 4.125 5.000 0 0 1;259 b B 11.692 1 1  1;", 1},
         {{}, Mm, "", "b B 296.977 25.400 1  | mm 0.021 mm, 0.000 mm, 1.000 - 297.000"},
         {{"M", "298"}, Modify, kWidthMm},
-        {{"M", "297", "901.7", nullptr, "+3"}, Modify, "", nullptr, "258 A 4.125 5.000 0 0 1;259 M 297 901.7 1 +3 0;"},
+        {{"M", "297", "901.7", nullptr, "+3"}, Modify, "", nullptr, am.c_str()},
         {{}, Choose(0)},
-        {{"C"}, Add, "", nullptr, "258 A 4.125 5.000 0 0 1;259 M 297 901.7 1 +3 0;260 C 4.125 5.000 0 0 1;", 2},
+        {{"C"}, Add, "", nullptr, amc.c_str(), 2},
         // The last goes, then the first two: a neighbour takes the place of each, its fields with it.
-        {{}, Delete, "", "M 297 901.7 1 +3 | mm 0.021 mm, 0.064 mm, 1.000 - 297.000", "258 A 4.125 5.000 0 0 1;259 M 297 901.7 1 +3 0;", 1},
+        {{}, Delete, "", kFieldsOfM, am.c_str(), 1},
         {{}, Choose(0)},
-        {{}, Delete, "", "M 297 901.7 1 +3 | mm 0.021 mm, 0.064 mm, 1.000 - 297.000", "259 M 297 901.7 1 +3 0;", 0},
-        {{}, Delete, "", "M 297 901.7 1 +3 | mm 0.021 mm, 0.064 mm, 1.000 - 297.000", "", -1},
+        {{}, Delete, "", kFieldsOfM, m.c_str(), 0},
+        {{}, Delete, "", kFieldsOfM, "", -1},
         // The fields take no more than can be stored; names are of the system's code page.
         {{too_long.c_str(), "10", "30", "0", "0"}, Add, "", nullptr, long_stored.c_str()},
-        {{nullptr, "123.45678"}, {}, "", (longest + " 123.456 30 0 0 | mm 0.000 mm, 0.000 mm, 1.000 - 297.000").c_str()},
+        {{nullptr, "123.45678"}, {}, "", (longest + " 123.456 30 0 0" + kZeroMm).c_str()},
         {{"\xC4tikett \xDF"}, Add, "", nullptr, (long_stored + "259 \xC4tikett \xDF 123.456 30 0 0 0;").c_str()}});
 }
 
@@ -98,8 +102,9 @@ TEST_F(ManagePages, KeysClicksAndUnits) {
         {{nullptr, nullptr, "x"}, Inches, "Invalid Length\nValid range: 25.400 - 901.700",
          "A 104.775 x 1 0 | mm 0.021 mm, 0.000 mm, 1.000 - 297.000"},
         {{nullptr, nullptr, "127"}, Inches, "", "A 4.125 5.000 1 0 | in 0.001 in, 0.000 in, 0.040 - 11.692"},
-        {{nullptr, "5"}, [](DialogUser& dialog) {  // the list passes the focus on to the button
-           SendMessageW(dialog.Tab(), WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(GetDlgItem(dialog.Tab(), IDC_MANAGE_LABELS)), 1);
+        {{nullptr, "5"}, [](DialogUser& dialog) {  // the focus alone does what a click does
+           const HWND list = GetDlgItem(dialog.Tab(), IDC_MANAGE_LABELS);
+           SendMessageW(dialog.Tab(), WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(list), 1);
          }, "", as_stored}});
 }
 
@@ -161,13 +166,14 @@ TEST_F(ManagePages, WorksOnWhileOthersChangeTheStore) {
     EXPECT_EQ(platform::RegistryDeletePrinterKey(Printer(), L"Label Sizes\\258"), 0u);
     Store({300, "Theirs", "4", "5", "0", "0", 1});
   };
-  const std::string second = "259 Stock 1 4.125 5.000 0 0 1;", others_and_mine = "300 Theirs 4 5 0 0 1;301 Mine 4.125 5.000 0 0 1;";
-  Work(kManage, {{{}, others, "", nullptr, (second + others_and_mine.substr(0, 21)).c_str(), 0, true},
+  const std::string first = "258 Stock 0 4.125 5.000 0 0 1;", second = "259 Stock 1 4.125 5.000 0 0 1;",
+                    theirs = second + "300 Theirs 4 5 0 0 1;", mine = theirs + "301 Mine 4.125 5.000 0 0 1;";
+  Work(kManage, {{{}, others, "", nullptr, theirs.c_str(), 0, true},
                  {{}, Delete, "Could not delete page: 0x2", nullptr, nullptr, 0, true},
-                 {{"Mine"}, Add, "", nullptr, (second + others_and_mine).c_str(), 2, true},
+                 {{"Mine"}, Add, "", nullptr, mine.c_str(), 2, true},
                  // A change of the page that is gone brings it back.
                  {{}, Choose(0), "", nullptr, nullptr, 0, true},
-                 {{}, Modify, "", nullptr, ("258 Stock 0 4.125 5.000 0 0 1;" + second + others_and_mine).c_str(), 0, true}});
+                 {{}, Modify, "", nullptr, (first + mine).c_str(), 0, true}});
 }
 
 // At the limits, and at what cost: reading n pages takes two listings and seven values each, and so does adding them.
@@ -207,7 +213,7 @@ TEST_F(ManagePages, HoldsUpTo128Pages) {
       Add(dialog);
       EXPECT_EQ(Said(), "Error: Too many pages") << "the one title that stays English";
     }
-    for (const auto& act : std::vector<std::function<void(DialogUser&)>>{Delete, Delete, import3, Delete, import3}) act(dialog);
+    Delete(dialog), Delete(dialog), import3(dialog), Delete(dialog), import3(dialog);
     EXPECT_EQ(Said(), "Error: Too many pages");
     EXPECT_EQ(dialog.Send(IDC_MANAGE_LABELS, LB_GETCOUNT), 128);
     EXPECT_EQ(dialog.Pages(), Stored({"name"}));
@@ -241,12 +247,12 @@ TEST_F(ManagePages, ImportedNamesAreMadeUnique) {
 
 long reported_size;
 
-// What a file that is none, or another one than it seemed, does: nothing is said or stored, the first page is shown again.
+// A file that is no list, or another one than it seemed: nothing is said or stored, the first page is shown again.
 TEST_F(ManagePages, ListsGoToFilesAndBack) {
   const std::string list = ListOf(2);
   PutFile(std::string(5000, '#'));
   Work(kManage, {{{}, Export}, {{}, [](DialogUser& dialog) { chosen_file.clear(), Export(dialog), Import(dialog); }}});
-  EXPECT_EQ(FileText(), "{\n\t\"version\":\t0,\n\t\"list\":\t[]\n}") << "over a longer file; what is cancelled does nothing";
+  EXPECT_EQ(FileText(), "{\n\t\"version\":\t0,\n\t\"list\":\t[]\n}") << "a longer file is replaced, and only once";
   EXPECT_EQ(asked_for, "ZPK|*.ZPK|zpk " + std::to_string(OFN_FILEMUSTEXIST | OFN_HIDEREADONLY | OFN_NOCHANGEDIR));
   Store({258, "Q\"\\ \xE4", "4.125", "5.000", "-2400", "2400", 1});
   Store({259, "M", "104.8", "127", "0", "", 0});
@@ -266,7 +272,7 @@ TEST_F(ManagePages, ListsGoToFilesAndBack) {
   for (const wchar_t* path : {L"NUL", L"\\\\.\\NUL", L"CON", L"C:\\windows", L".", L"missing.zpk"}) {
     refuse([path](DialogUser& dialog) { chosen_file = path, Import(dialog); });
   }
-  for (const std::string& text : {std::string(), list.substr(0, list.size() - 1), "\xEF\xBB\xBF" + list, std::string(99999, '[')}) {
+  for (const std::string& text : {list.substr(0, 0), list.substr(0, list.size() - 1), "\xEF\xBB\xBF" + list}) {
     refuse(ImportOf(text));
   }
   // As if the file had grown since it was measured, were none, or were huge.
@@ -275,7 +281,8 @@ TEST_F(ManagePages, ListsGoToFilesAndBack) {
     refuse([=](DialogUser& dialog) { reported_size = size, ImportOf(list)(dialog), reported_size = 0; });
   }
   const std::string grown = all + "261 F0 4.13 5.00 0 0 1;262 F1 4.13 5.00 0 0 1;";
-  steps.push_back({{}, [&](DialogUser& dialog) { reported_size = 10000, ImportOf(list)(dialog); }, "", nullptr, grown.c_str()});
+  const auto shrunk = [&](DialogUser& dialog) { reported_size = 10000, ImportOf(list)(dialog); };
+  steps.push_back({{}, shrunk, "", nullptr, grown.c_str()});
   steps.push_back({{}, [](DialogUser& dialog) { chosen_file = L"no such folder\\pages.zpk", Export(dialog); }});
   Work(kManage, steps);
   EXPECT_EQ(asked_for, "ZPK|*.ZPK|zpk " + std::to_string(OFN_OVERWRITEPROMPT | OFN_HIDEREADONLY | OFN_NOCHANGEDIR));

@@ -81,7 +81,8 @@ TEST_F(PageTab, ShowsAndAppliesEachLabel) {
       });
       const auto& own = out.dm_private;
       EXPECT_STREQ(own.labelName, row.stock.name);
-      EXPECT_TRUE(out.dm_public.dmPaperSize == row.stock.number && own.dmPaperSize == row.stock.number) << own.labelName;
+      EXPECT_EQ(out.dm_public.dmPaperSize, row.stock.number);
+      EXPECT_EQ(own.dmPaperSize, row.stock.number);
       EXPECT_EQ(out.dm_public.dmPaperWidth, row.width) << own.labelName;
       EXPECT_EQ(out.dm_public.dmPaperLength, row.length) << own.labelName;
       EXPECT_TRUE(own.vertOffset == row.vertical && own.horzOffset == row.horizontal) << own.labelName;
@@ -141,8 +142,8 @@ TEST_F(PageTab, AChoiceOutlivesEditCustomButNotManagePages) {
   EXPECT_EQ(untouched.dm_public.dmPaperSize, 0);
 }
 
-// Two sheets, each on its own thread: while one changes the printer's list and reads it again, the other applies what its
-// own list shows.
+// Two sheets, each on its own thread: one changes the printer's list and reads it again; the other applies what its own
+// list shows.
 TEST_F(PageTab, AppliesWhatItsOwnListShows) {
   Store(kMetric);
   Store(kInch);

@@ -30,8 +30,8 @@ void ListRegistry(HKEY key, const std::string& path, Lines& found) {
     found.push_back(path + ": " + name + " = " + std::to_string(type) + ' ' + std::string(data, code ? 0 : size));
   }
   for (DWORD index = 0; RegEnumKeyA(key, index, name, sizeof name) == ERROR_SUCCESS; ++index) {
-    // Seen under other names too.
-    if (!strcmp(name, "Wow6432Node") || !strcmp(name, "Classes")) continue;
+    // Seen under other names too; and the platform notes the time zone of whatever program runs.
+    if (!strcmp(name, "Wow6432Node") || !strcmp(name, "Classes") || !strcmp(name, "TimeZoneInformation")) continue;
     HKEY child = nullptr;
     if (RegOpenKeyExA(key, name, 0, KEY_READ, &child) != ERROR_SUCCESS) continue;
     ListRegistry(child, path + '\\' + name, found);
