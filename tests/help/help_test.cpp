@@ -135,7 +135,8 @@ std::vector<std::wstring> Between(const std::wstring& text, const std::wstring& 
 class HelpFiles : public testing::TestWithParam<Language> {
  protected:
   HelpFiles() : module_(LoadLibraryExW(Built(L"r5-lqz-ui.dll").c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE)) {
-    CoInitialize(nullptr);
+    // In no apartment: its window would start the platform's desktop, which keeps the outputs of this program open.
+    CoInitializeEx(nullptr, COINIT_MULTITHREADED);
     for (const auto& topic : kTopics) {
       const r5lqz::HelpPath path = r5lqz::BuildHelpPath(Built(L"help\\r5-lqz.chm").c_str(), GetParam().ui, topic.path);
       paths_.push_back(path.data());
