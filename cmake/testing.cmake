@@ -97,8 +97,10 @@ function(r5lqz_add_fuzz_target name)
   target_compile_options(fuzz_${name} PRIVATE -fsanitize=fuzzer -Wall -Wextra)
   target_link_options(fuzz_${name} PRIVATE -fsanitize=fuzzer)
   target_link_libraries(fuzz_${name} PRIVATE r5lqz_platform ${arg_LIBRARIES})
-  # The first folder takes what the run finds: the committed seeds come after it and stay as they are.
+  # The first folder takes what the run finds: the committed seeds come after it and stay as they are. Emptied here, so
+  # that earlier finds do not make every run another one.
   set(found ${CMAKE_CURRENT_BINARY_DIR}/found/${name})
+  file(REMOVE_RECURSE ${found})
   file(MAKE_DIRECTORY ${found})
   add_test(NAME checked.fuzz.${name}
     COMMAND fuzz_${name} -seed=1 -runs=200000 -max_total_time=10 -timeout=10 -rss_limit_mb=2048

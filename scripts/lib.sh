@@ -93,21 +93,26 @@ export_wine_environment() {
   # No start-menu entries of Wine's for the user's desktop.
   export WINEDLLOVERRIDES="winemenubuilder.exe=d${WINEDLLOVERRIDES:+;$WINEDLLOVERRIDES}"
   # Fixed whatever the user's locale is; and without a UTF-8 locale Wine finds no file whose path is not ASCII.
-  export LC_ALL="${R5LQZ_LOCALE:-C.UTF-8}"
+  # Wine knows more locales than this shell, which would complain.
+  export LC_ALL="${R5LQZ_LOCALE:-C.UTF-8}" 2>/dev/null
   mkdir -p "$HOME" "$TMPDIR"
 }
 
 # Makes the prefix once; several callers at a time are let in one by one.
 ensure_wine_prefix() {
-  [ -e "$WINEPREFIX/.ready" ] && return
+  [ -e "$WINEPREFIX/.ready-with-fonts" ] && return
   (
     flock 8
-    [ -e "$WINEPREFIX/.ready" ] && exit
+    [ -e "$WINEPREFIX/.ready-with-fonts" ] && exit
     rm -rf "$WINEPREFIX"
     # Neither the .NET nor the HTML engine is needed, and no dialog may offer to fetch them.
     WINEDLLOVERRIDES="$WINEDLLOVERRIDES;mscoree,mshtml=" DISPLAY='' wineboot -i 8>&- || exit 1
+    # The font of dialogs as Windows has it, in its metrics: Debian's Wine does not look into the folder of its own
+    # fonts, and takes Tahoma, which is wider, for every "MS Shell Dlg".
+    ln -sf /usr/share/wine/fonts/sserife.fon "$WINEPREFIX/drive_c/windows/Fonts/" || exit 1
+    DISPLAY='' wine reg add 'HKCU\Software\Wine\Fonts\Replacements' /v Tahoma /d 'MS Sans Serif' /f 8>&- || exit 1
     wineserver -w 8>&- || true
-    [ -d "$WINEPREFIX/drive_c/windows/system32" ] && touch "$WINEPREFIX/.ready"
+    [ -d "$WINEPREFIX/drive_c/windows/system32" ] && touch "$WINEPREFIX/.ready-with-fonts"
   ) 8>"$build/.wine-prefix.lock"
 }
 
@@ -136,4 +141,18 @@ stop_wine() {
     rm -rf "$sockets/$(printf 'server-%x-%x' $(stat -c '%d %i' "$WINEPREFIX"))"
     rmdir "$sockets" 2>/dev/null || true
   fi
+}
+
+# Windows need a display: one of our own, so that none appears on the user's and none depends on it.
+display_server=
+start_display() {
+  local number
+  exec 7< <(exec Xvfb -displayfd 1 -screen 0 1280x1024x24 -nolisten tcp 2>"$build/display.log" 9>&-)
+  display_server=$!
+  read -r -t 30 number <&7 || die 'cannot start a display for the windows (build/display.log)'
+  export DISPLAY=:$number
+}
+
+stop_display() {
+  [ -z "$display_server" ] || kill "$display_server" 2>/dev/null || true
 }

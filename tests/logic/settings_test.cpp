@@ -321,6 +321,7 @@ TEST_F(Settings, LabelNumbersResolveToTheirLabel) {
 
 TEST_F(Settings, DumpShowsWhatTheRecordHolds) {
   Record record(Defaults());
+  std::strcpy(record.whole().dm_private.labelName, "two\nlines");
   DumpDevMode(record.get());
   EXPECT_TRUE(LogLines().empty()) << "tracing is off";
 
@@ -333,6 +334,7 @@ TEST_F(Settings, DumpShowsWhatTheRecordHolds) {
   EXPECT_EQ(lines[19], "[Info]  dmFormName         = Custom");
   EXPECT_EQ(lines[26], "[Info]  dmICMMethod        = 0");
   EXPECT_EQ(lines[32], "[Info]  signature                   = 405291008");
+  EXPECT_EQ(lines[37], "[Info]  labelName                   = two?lines");
   EXPECT_EQ(lines[44], "[Info]  width_string                = 4.125");
   EXPECT_EQ(lines.back(), "[Info]  </Private-DevMode>");
 

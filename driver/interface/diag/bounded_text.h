@@ -41,20 +41,32 @@ void CopyBounded(std::span<Char, extent> destination, const std::type_identity_t
   CopyBounded(destination, TextAt(source, destination.size()));
 }
 
-// Wide characters converted to the system's ANSI code page (what it lacks becomes its default character), at most
-// `capacity` bytes with the terminator; empty when the conversion does not fit or fails.
+// A text of somebody else's as a trace record shows it: narrow, terminated, at most `capacity` bytes with the terminator,
+// empty when it does not fit. Control characters show as "?": a record is one line, whatever a text brings along.
 template <std::size_t capacity>
-class NarrowText {
+class ShownText {
  public:
-  explicit NarrowText(std::span<const WCHAR> wide) {
+  // Wide characters, in the system's ANSI code page; what that lacks becomes its default character.
+  explicit ShownText(std::span<const WCHAR> wide) {
     if (wide.empty()) return;
     const int bytes = WideCharToMultiByte(CP_ACP, 0, wide.data(), static_cast<int>(wide.size()), text_.data(),
                                           static_cast<int>(capacity - 1), nullptr, nullptr);
-    text_[static_cast<std::size_t>(std::max(bytes, 0))] = '\0';
+    HideControls(static_cast<std::size_t>(std::max(bytes, 0)));
+  }
+  explicit ShownText(std::span<const char> narrow) {
+    CopyBounded(std::span(text_), narrow);
+    HideControls(TextIn(std::span<const char>(text_)).size());
   }
   const char* c_str() const { return text_.data(); }
 
  private:
+  void HideControls(std::size_t length) {
+    std::replace_if(
+        text_.begin(), text_.begin() + static_cast<std::ptrdiff_t>(length),
+        [](char character) { return static_cast<unsigned char>(character) < ' '; }, '?');
+    text_[length] = '\0';
+  }
+
   std::array<char, capacity> text_{};
 };
 

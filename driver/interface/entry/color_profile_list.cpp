@@ -139,7 +139,7 @@ void LogProfileList(const WCHAR* list) {
     return;
   }
   for (; *list; ++list) {
-    LOG_INFO("%s", NarrowText<3 * kMostShown + 1>(TextAt(list, kMostShown)).c_str());
+    LOG_INFO("%s", ShownText<3 * kMostShown + 1>(TextAt(list, kMostShown)).c_str());
     while (*list) ++list;
   }
 }

@@ -42,7 +42,7 @@ BOOL QueryColorProfile(const DEVMODEW* record, ULONG mode, void* name, ULONG* si
   std::memcpy(name, kDeviceProfile, kDeviceProfileSize);
   *size = kDeviceProfileSize;
   if (flags) *flags = QCP_PROFILEDISK;
-  LOG_INFO("Profile = %s", NarrowText<kDeviceProfileSize>(TextIn(std::span<const WCHAR>(kDeviceProfile))).c_str());
+  LOG_INFO("Profile = %s", ShownText<kDeviceProfileSize>(TextIn(std::span<const WCHAR>(kDeviceProfile))).c_str());
   return TRUE;
 }
 

@@ -21,9 +21,14 @@ bool Holds(LONG count, DWORD needed) {
 BOOL ConvertAsTheCallerChose(const DEVMODEW* in, DEVMODEW* out, LONG& count) {
   // A buffer too small for the header words has none to read.
   if (!out || !Holds(count, kFormEnd)) return Refuse(ERROR_INVALID_PARAMETER);
-  const DWORD needed = FormOf(out).total();
-  if (!Holds(count, needed) || ConvertDevMode(in, out) <= 0) return Refuse(ERROR_INVALID_PARAMETER);
-  count = static_cast<LONG>(needed);
+  const RecordForm wanted = FormOf(out);
+  if (!Holds(count, wanted.total())) return Refuse(ERROR_INVALID_PARAMETER);
+  if (ConvertDevMode(in, out) <= 0) {
+    // Two records with nothing in common still get their version word; a refused call changes nothing.
+    PutForm(out, wanted);
+    return Refuse(ERROR_INVALID_PARAMETER);
+  }
+  count = static_cast<LONG>(wanted.total());
   return TRUE;
 }
 
@@ -40,7 +45,6 @@ BOOL ConvertToOlderForm(const DEVMODEW* in, DEVMODEW* out, LONG& count) {
   const RecordForm before = FormOf(out);
   PutForm(out, kOlderForm);
   if (ConvertDevMode(in, out) > 0) return TRUE;
-  // A refused call changes nothing.
   PutForm(out, before);
   count = before_count;
   return Refuse(ERROR_INVALID_PARAMETER);

@@ -82,7 +82,7 @@ constexpr int kPublicNameWidth = 19;
 constexpr int kPrivateNameWidth = 28;
 
 // UTF-8, if that is the system's code page, takes up to three bytes for a UTF-16 unit.
-using ShownWideText = NarrowText<3 * kProfileNameSize>;
+using DumpedText = ShownText<3 * kProfileNameSize>;
 
 template <typename Value>
 Value ValueAt(std::span<const std::byte> bytes) {
@@ -99,9 +99,13 @@ int SignedAt(std::span<const std::byte> bytes) {
   return bytes.size() == sizeof(SHORT) ? ValueAt<std::int16_t>(bytes) : ValueAt<std::int32_t>(bytes);
 }
 
-// The texts of a record lie at even places of it, and so do records; a foreign record may lie anywhere, hence the copy.
-std::array<WCHAR, kProfileNameSize> WideAt(std::span<const std::byte> bytes) {
-  std::array<WCHAR, kProfileNameSize> text{};
+std::span<const char> NarrowAt(std::span<const std::byte> bytes) {
+  return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
+// A foreign record may lie anywhere, hence the copy. Zeros end a text that fills its field.
+std::array<WCHAR, kProfileNameSize + 1> WideAt(std::span<const std::byte> bytes) {
+  std::array<WCHAR, kProfileNameSize + 1> text{};
   std::memcpy(text.data(), bytes.data(), bytes.size());
   return text;
 }
@@ -114,14 +118,11 @@ void DumpField(const DumpedField& field, int name_width, std::span<const std::by
     case Shown::kUnsigned:
       LOG_INFO("%-*s= %lu", name_width, field.name, UnsignedAt(bytes));
       break;
-    case Shown::kNarrowText: {
-      const auto text = TextIn(std::span(reinterpret_cast<const char*>(bytes.data()), bytes.size()));
-      LOG_INFO("%-*s= %.*s", name_width, field.name, static_cast<int>(text.size()), text.data());
+    case Shown::kNarrowText:
+      LOG_INFO("%-*s= %s", name_width, field.name, DumpedText(NarrowAt(bytes)).c_str());
       break;
-    }
     case Shown::kWideText:
-      LOG_INFO("%-*s= %s", name_width, field.name,
-               ShownWideText(TextIn(std::span<const WCHAR>(WideAt(bytes)).first(bytes.size() / sizeof(WCHAR)))).c_str());
+      LOG_INFO("%-*s= %s", name_width, field.name, DumpedText(TextIn(std::span<const WCHAR>(WideAt(bytes)))).c_str());
       break;
   }
 }

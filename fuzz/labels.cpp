@@ -1,0 +1,223 @@
+// Stored label data: key lists in any bytes, values of any type and length, lists that change while they are read.
+#include <string>
+#include <vector>
+
+#include "diag/bounded_text.h"
+#include "diag/trace.h"
+#include "entry/printer_interface.h"
+#include "input.h"
+#include "labels/label_store.h"
+#include "settings/conversion.h"
+
+namespace {
+
+using fuzz::Block;
+using namespace r5lqz;
+
+constexpr char kPrinterName[] = "Printer";
+constexpr char kParentKey[] = "Label Sizes";
+
+constexpr BYTE kTraced = 1;
+constexpr BYTE kGivenKeyList = 2;
+constexpr BYTE kChangingKeyList = 4;
+
+// The front of an input. Behind it lie the two key lists, then label after label: its number, then its values, each of
+// which begins with how it is stored.
+struct Head {
+  BYTE flags;
+  BYTE capacity;
+  WORD list_size;    // bytes of the given key list
+  WORD second_size;  // bytes of the one that the second question finds
+  SHORT paper;       // what a record asks for
+};
+
+enum class Stored : BYTE { kWell, kAsGiven, kWithoutTerminator, kMissing, kCount };
+
+struct GoodValue {
+  const char* name;
+  const char* text;
+};
+
+constexpr GoodValue kTexts[] = {
+    {"name", "Label"}, {"width", "4.125"}, {"length", "127.0"}, {"vertOffset", "-12"}, {"horzOffset", "0"}};
+
+void StoreGiven(fuzz::Input& input, const std::string& key, const char* value) {
+  const DWORD type = input.Take<BYTE>() % 12;
+  platform::SetData(kPrinterName, key, value, type, input.TakeBytes(input.Take<BYTE>()));
+}
+
+Stored HowStored(fuzz::Input& input) {
+  return static_cast<Stored>(input.Take<BYTE>() % static_cast<BYTE>(Stored::kCount));
+}
+
+void StoreNumber(fuzz::Input& input, const std::string& key, const char* value, DWORD number) {
+  const Stored how = HowStored(input);
+  if (how == Stored::kAsGiven) StoreGiven(input, key, value);
+  if (how == Stored::kWell) platform::SetDataDword(kPrinterName, key, value, number);
+}
+
+void StoreText(fuzz::Input& input, const std::string& key, const GoodValue& good) {
+  const Stored how = HowStored(input);
+  if (how == Stored::kAsGiven) StoreGiven(input, key, good.name);
+  if (how == Stored::kWell) platform::SetDataText(kPrinterName, key, good.name, good.text);
+  if (how == Stored::kWithoutTerminator) {
+    const auto text = input.TakeBytes(input.Take<BYTE>() % (kLabelNameSize + 2));
+    platform::SetData(kPrinterName, key, good.name, REG_SZ, text);
+  }
+}
+
+void StoreLabels(fuzz::Input& input) {
+  for (int labels = 0; labels < 12 && !input.empty(); ++labels) {
+    const std::string key = std::string(kParentKey) + "\\" + std::to_string(input.Take<SHORT>());
+    StoreNumber(input, key, "version", 1);
+    for (const GoodValue& text : kTexts) StoreText(input, key, text);
+    StoreNumber(input, key, "units", kInches);
+  }
+}
+
+// The key lists that the spooler gives in turn, from the first one on again for every call of the module.
+class KeyLists {
+ public:
+  KeyLists(const Head& head, fuzz::Input& input)
+      : lists_{input.TakeBytes(head.list_size), input.TakeBytes(head.second_size)} {
+    if (head.flags & kGivenKeyList) platform::SetKeyListBytes(kPrinterName, kParentKey, lists_[0]);
+    if (!(head.flags & kChangingKeyList)) return;
+    platform::SetCallHook([this](const char* name) {
+      if (std::strcmp(name, "EnumPrinterKeyW") == 0) {
+        platform::SetKeyListBytes(kPrinterName, kParentKey, lists_[asked_++ % 2]);
+      }
+    });
+  }
+  void StartOver() { asked_ = 0; }
+
+ private:
+  std::span<const std::byte> lists_[2];
+  std::size_t asked_ = 0;
+};
+
+template <std::size_t size>
+bool IsTerminated(const char (&text)[size]) {
+  return std::memchr(text, 0, size) != nullptr;
+}
+
+void RequireSound(const PrinterLabel& label) {
+  REQUIRE(IsTerminated(label.name) && IsTerminated(label.width) && IsTerminated(label.length));
+  REQUIRE(IsTerminated(label.vertOffset) && IsTerminated(label.horzOffset));
+  constexpr std::int64_t kMost = 9999999 * std::int64_t{254};
+  for (const std::int64_t tenths : {LabelTenths(label.width, label.units), LabelTenths(label.length, label.units)}) {
+    REQUIRE(tenths >= -kMost && tenths <= kMost);
+  }
+}
+
+template <typename Field>
+void RequireStored(const std::string& key, const char* value, DWORD type, const Field& field) {
+  const auto data = platform::GetData(kPrinterName, key, value);
+  REQUIRE(data && data->type == type && data->bytes.size() <= sizeof field);
+  const auto end = type == REG_SZ ? std::find(data->bytes.begin(), data->bytes.end(), std::byte{0}) : data->bytes.end();
+  const auto size = static_cast<std::size_t>(end - data->bytes.begin());
+  REQUIRE(type == REG_SZ ? size < sizeof field : size == sizeof field);
+  REQUIRE(std::equal(data->bytes.begin(), end, reinterpret_cast<const std::byte*>(&field)));
+  if (type == REG_SZ) REQUIRE(reinterpret_cast<const char*>(&field)[size] == '\0');
+}
+
+// A label that was read is what is stored, every value of it whole and of its type.
+void RequireAsStored(const PrinterLabel& label) {
+  const std::string key = std::string(kParentKey) + "\\" + std::to_string(label.id);
+  RequireStored(key, "version", REG_DWORD, DWORD{1});
+  RequireStored(key, "name", REG_SZ, label.name);
+  RequireStored(key, "width", REG_SZ, label.width);
+  RequireStored(key, "length", REG_SZ, label.length);
+  RequireStored(key, "vertOffset", REG_SZ, label.vertOffset);
+  RequireStored(key, "horzOffset", REG_SZ, label.horzOffset);
+  RequireStored(key, "units", REG_DWORD, label.units);
+}
+
+std::vector<PrinterLabel> CheckList(HANDLE printer, LONG capacity) {
+  const Block block(static_cast<std::size_t>(capacity) * sizeof(PrinterLabel), {}, std::byte{0xEE});
+  auto* const labels = block.As<PrinterLabel>();
+  LONG count = -1;
+  ReadPrinterLabelList(printer, labels, capacity, &count);
+  REQUIRE(count >= 0 && count <= capacity);
+  std::for_each(labels, labels + count, RequireSound);
+  std::for_each(labels, labels + count, RequireAsStored);
+  return {labels, labels + count};
+}
+
+// What was read can be stored again under a new number, and reads the same.
+void CheckAdding(HANDLE printer, const PrinterLabel& label) {
+  PrinterLabel added = label;
+  if (AddPrinterLabel(printer, &added) != ERROR_SUCCESS) return;
+  PrinterLabel read{};
+  REQUIRE(LoadPrinterLabel(printer, &read, added.id) == ERROR_SUCCESS);
+  REQUIRE(read.id == added.id && std::strcmp(read.name, label.name) == 0 && read.units == label.units);
+}
+
+void CheckNextId(HANDLE printer, const std::vector<PrinterLabel>& labels) {
+  SHORT id = 0;
+  GenerateNextLabelId(printer, &id);
+  REQUIRE(id >= kFirstLabelId);
+  const bool taken =
+      std::any_of(labels.begin(), labels.end(), [id](const PrinterLabel& label) { return label.id == id; });
+  REQUIRE(!taken);
+}
+
+void CheckNames(const Block& slots) {
+  constexpr std::size_t kSlot = 64;
+  for (std::size_t at = 0; at < slots.size() / sizeof(WCHAR); at += kSlot) {
+    const auto slot = std::span(slots.As<const WCHAR>() + at, kSlot);
+    const auto end = slot.begin() + static_cast<std::ptrdiff_t>(TextIn(slot).size());
+    REQUIRE(std::all_of(end, slot.end(), [](WCHAR character) { return character == 0; }));
+  }
+}
+
+// Asked for the number, then for the entries in exactly as much room.
+void CheckCapability(HANDLE printer, WORD capability, std::size_t entry_size, KeyLists& lists) {
+  lists.StartOver();
+  const DWORD count = DrvDeviceCapabilities(printer, nullptr, capability, nullptr, nullptr);
+  REQUIRE(count <= static_cast<DWORD>(kMostLabels));
+  const Block entries(count * entry_size, {}, std::byte{0xEE});
+  lists.StartOver();
+  REQUIRE(DrvDeviceCapabilities(printer, nullptr, capability, entries.As<void>(), nullptr) == count);
+  if (capability == DC_PAPERNAMES) CheckNames(entries);
+}
+
+void CheckSelection(HANDLE printer, SHORT paper) {
+  DriverDevMode record;
+  SetupDefaultDevMode(record, nullptr, printer);
+  record.dm_public.dmPaperSize = paper;
+  ValidateForm(record, printer);
+  REQUIRE(kWidthLimits.Hold(record.dm_public.dmPaperWidth) && kLengthLimits.Hold(record.dm_public.dmPaperLength));
+  REQUIRE(record.dm_public.dmPaperSize == std::max(paper, kUserPaper));
+  REQUIRE(IsTerminated(record.dm_private.labelName));
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  fuzz::Input input(data, size);
+  const Head head = input.Take<Head>();
+  platform::Reset();
+  platform::AddPrinter(kPrinterName, "Driver");
+  const HANDLE printer = platform::OpenTestPrinter(kPrinterName);
+  KeyLists lists(head, input);
+  StoreLabels(input);
+  log_mask = head.flags & kTraced ? kMessageBit | kTraceBit : 0;
+
+  fuzz::AsModule([&] {
+    lists.StartOver();
+    CheckList(printer, head.capacity % (kMostLabels + 1));
+    lists.StartOver();
+    const auto labels = CheckList(printer, kMostLabels);
+    CheckCapability(printer, DC_PAPERS, sizeof(WORD), lists);
+    CheckCapability(printer, DC_PAPERSIZE, sizeof(POINT), lists);
+    CheckCapability(printer, DC_PAPERNAMES, 64 * sizeof(WCHAR), lists);
+    lists.StartOver();
+    CheckSelection(printer, head.paper);
+    if (!labels.empty()) CheckSelection(printer, labels.back().id);
+    lists.StartOver();
+    CheckNextId(printer, labels);
+    if (!labels.empty()) CheckAdding(printer, labels.front());
+  });
+  platform::SetCallHook({});
+  return 0;
+}

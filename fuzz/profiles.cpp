@@ -1,0 +1,127 @@
+// Colour profile lists in any bytes, cut off anywhere, with a count that need not fit, changing while they are read.
+#include <string>
+#include <vector>
+
+#include "diag/owned.h"
+#include "diag/trace.h"
+#include "entry/color_profile_list.h"
+#include "input.h"
+#include "settings/driver_devmode.h"
+
+namespace {
+
+using fuzz::Block;
+using namespace r5lqz;
+using Texts = std::vector<std::u16string>;
+
+constexpr BYTE kTraced = 1;
+constexpr BYTE kChanging = 2;
+
+// The front of an input; the list takes the rest.
+struct Head {
+  BYTE flags;
+  BYTE padding;
+  WORD count;
+  WORD second_size;  // how many of the list's bytes the second question finds
+};
+
+std::u16string CharactersOf(std::span<const std::byte> bytes) {
+  std::u16string characters(bytes.size() / sizeof(char16_t), u'\0');
+  std::memcpy(characters.data(), bytes.data(), characters.size() * sizeof(char16_t));
+  return characters;
+}
+
+Texts TextsOf(const std::u16string& list, std::size_t most) {
+  Texts texts;
+  for (std::size_t at = 0; at < list.size() && list[at] && texts.size() < most;) {
+    texts.push_back(list.substr(at, list.find(u'\0', at) - at));
+    at += texts.back().size() + 1;
+  }
+  return texts;
+}
+
+std::u16string Folded(std::u16string text) {
+  for (char16_t& c : text) {
+    c = static_cast<char16_t>(
+        reinterpret_cast<std::uintptr_t>(CharLowerW(reinterpret_cast<LPWSTR>(std::uintptr_t{c}))));
+  }
+  return text;
+}
+
+Texts SortedTexts(std::span<const std::byte> list, std::size_t count) {
+  Texts texts = TextsOf(CharactersOf(list), count);
+  std::stable_sort(texts.begin(), texts.end(),
+                   [](const auto& left, const auto& right) { return Folded(left) < Folded(right); });
+  return texts;
+}
+
+// The texts in `list`, and nothing but zeros behind them.
+void RequireExactly(const Texts& texts, const std::u16string& list) {
+  REQUIRE(TextsOf(list, list.size()) == texts);
+  std::size_t end = 0;
+  for (const auto& text : texts) end += text.size() + 1;
+  REQUIRE(end >= list.size() || list.find_first_not_of(u'\0', end) == list.npos);
+}
+
+void CheckSorting(std::span<const std::byte> given, std::size_t count) {
+  const Block list(given);
+  SortProfileList(list.As<WCHAR>(), list.size(), count);
+  RequireExactly(SortedTexts(given, count), CharactersOf(list.bytes()));
+}
+
+// A list that was handed over ends by itself: the sanitizer watches the walk.
+Texts HandedOver(const WCHAR* list) {
+  Texts texts;
+  while (*list) {
+    texts.emplace_back(reinterpret_cast<const char16_t*>(list));
+    list += texts.back().size() + 1;
+  }
+  return texts;
+}
+
+void CheckReading(std::span<const std::byte> first, std::span<const std::byte> second, DWORD count) {
+  platform::SetProfileListBytes(first, count);
+  int asked = 0;
+  platform::SetCallHook([&](const char* name) {
+    if (std::strcmp(name, "EnumColorProfilesW") == 0 && ++asked == 2) platform::SetProfileListBytes(second, count);
+  });
+  WCHAR* list = nullptr;
+  if (GetColorProfileList(L"Printer", &list)) {
+    const RuntimeBlock<WCHAR> owned(list);
+    REQUIRE(HandedOver(list) == SortedTexts(second, count));
+  } else {
+    REQUIRE(!list && second.size() > first.size());
+  }
+  platform::SetCallHook({});
+}
+
+void CheckDefaultProfile(std::span<const std::byte> list, DWORD count, HANDLE printer) {
+  platform::SetProfileListBytes(list, count);
+  DriverDevMode record;
+  SetupDefaultDevMode(record, nullptr, printer);
+  const Texts texts = SortedTexts(list, count);
+  const bool has_one = !texts.empty() && texts[0].size() < kProfileNameSize;
+  REQUIRE(TextsOf(CharactersOf(std::as_bytes(std::span(record.dm_private.colorProfile))), 1) ==
+          (has_one ? Texts{texts[0]} : Texts{}));
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static const HANDLE printer = [] {
+    platform::AddPrinter("Printer", "Driver");
+    return platform::OpenTestPrinter("Printer");
+  }();
+  fuzz::Input input(data, size);
+  const Head head = input.Take<Head>();
+  const auto list = input.TakeRest();
+  const auto second = head.flags & kChanging ? list.first(std::min<std::size_t>(head.second_size, list.size())) : list;
+  log_mask = head.flags & kTraced ? kMessageBit | kTraceBit : 0;
+  fuzz::AsModule([&] {
+    CheckSorting(list, head.count);
+    CheckReading(list, second, head.count);
+    CheckReading(second, list, head.count);
+    CheckDefaultProfile(list, head.count, printer);
+  });
+  return 0;
+}

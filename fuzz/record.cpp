@@ -1,0 +1,315 @@
+// Settings records as applications and the spooler hand them in: of any size, any content, lying about both.
+#include <vector>
+
+#include "diag/trace.h"
+#include "entry/printer_interface.h"
+#include "input.h"
+#include "labels/label_store.h"
+#include "settings/conversion.h"
+
+namespace {
+
+using fuzz::Block;
+using namespace r5lqz;
+
+constexpr char kPrinterName[] = "Printer";
+constexpr char kDriverName[] = "Driver";
+constexpr SHORT kLastLabelId = 261;
+
+constexpr BYTE kTraced = 1;
+constexpr BYTE kNoPrinter = 2;
+constexpr BYTE kUnknownName = 4;
+constexpr BYTE kNoOutput = 8;
+constexpr BYTE kNoInput = 16;
+constexpr BYTE kOddAddress = 32;
+
+// The front of an input; the two records follow.
+struct Head {
+  BYTE flags;
+  BYTE mode;
+  SHORT count;
+  BYTE query_mode;
+  BYTE query_size;
+  WORD first_size;  // bytes of the first record; the second takes the rest
+};
+
+// One of the printer's labels has sizes that are no numbers, one has sizes out of range.
+HANDLE SetUpPrinter() {
+  platform::AddPrinter(kPrinterName, kDriverName);
+  const HANDLE printer = platform::OpenTestPrinter(kPrinterName);
+  constexpr PrinterLabel kLabels[] = {
+      {"Shipping", "104.8", "127.0", "-12", "2400", kMillimetres, kFirstLabelId},
+      {"A name that is too long for the form name", "4.125", "5.000", "9999999", "x", kInches, 259},
+      {"No numbers", "wide", "", "", "", kTenthsOfMillimetre, 260},
+      {"Too large", "9999999", "-999999", "1", "1", kInches, kLastLabelId},
+  };
+  for (const PrinterLabel& label : kLabels) REQUIRE(SavePrinterLabel(printer, &label) == ERROR_SUCCESS);
+  return printer;
+}
+
+RecordForm ReadForm(std::span<const std::byte> record) {
+  RecordForm form{};
+  const auto bytes = record.subspan(std::min(record.size(), kFormOffset));
+  if (!bytes.empty()) std::memcpy(&form, bytes.data(), std::min(bytes.size(), sizeof form));
+  return form;
+}
+
+// A record in exactly as many bytes as it claims to have, but never fewer than its form words need; at an odd address
+// on demand. It is the last thing in its block.
+class Record {
+ public:
+  explicit Record(std::span<const std::byte> bytes, bool odd = false)
+      : shift_(odd ? 1 : 0), block_(shift_ + SizeOf(bytes), Shifted(bytes)) {}
+
+  DEVMODEW* get() const { return reinterpret_cast<DEVMODEW*>(block_.As<std::byte>() + shift_); }
+  std::span<const std::byte> bytes() const { return block_.bytes().subspan(shift_); }
+  RecordForm form() const { return ReadForm(bytes()); }
+  bool Holds(std::span<const std::byte> other) const { return std::ranges::equal(bytes(), other); }
+
+ private:
+  static std::size_t SizeOf(std::span<const std::byte> bytes) {
+    return std::max<std::size_t>(kFormEnd, ReadForm(bytes).total());
+  }
+  std::vector<std::byte> Shifted(std::span<const std::byte> bytes) const {
+    std::vector<std::byte> shifted(shift_);
+    shifted.insert(shifted.end(), bytes.begin(), bytes.end());
+    return shifted;
+  }
+
+  std::size_t shift_;
+  Block block_;
+};
+
+bool SamePart(std::span<const std::byte> one, std::span<const std::byte> other, std::size_t from, std::size_t to) {
+  return from >= to || std::memcmp(one.data() + from, other.data() + from, to - from) == 0;
+}
+
+void CheckConversion(const Record& in, const Record& given) {
+  const Record out(given.bytes());
+  const LONG copied = ConvertDevMode(in.get(), out.get());
+  if (copied < 0) {
+    REQUIRE(out.Holds(given.bytes()));
+    return;
+  }
+  const RecordForm from = in.form();
+  const RecordForm wanted = given.form();
+  const RecordForm form = out.form();
+  const std::size_t public_bytes = std::min(from.public_size, wanted.public_size);
+  const std::size_t private_bytes = std::min(from.private_size, wanted.private_size);
+  REQUIRE(static_cast<std::size_t>(copied) == public_bytes + private_bytes);
+  REQUIRE(form.spec_version != 0 && form.driver_version == wanted.driver_version);
+  REQUIRE(form.public_size == wanted.public_size && form.private_size == wanted.private_size);
+
+  REQUIRE(SamePart(out.bytes(), in.bytes(), 0, std::min(public_bytes, kFormOffset)));
+  REQUIRE(SamePart(out.bytes(), in.bytes(), kFormEnd, public_bytes));
+  REQUIRE(std::memcmp(out.bytes().data() + form.public_size, in.bytes().data() + from.public_size, private_bytes) == 0);
+  REQUIRE(SamePart(out.bytes(), given.bytes(), std::max(public_bytes, kFormEnd), form.public_size));
+  REQUIRE(SamePart(out.bytes(), given.bytes(), form.public_size + private_bytes, form.total()));
+}
+
+// A record converted onto itself keeps everything but the spec version.
+void CheckConversionInPlace(const Record& record) {
+  const Record both(record.bytes());
+  ConvertDevMode(both.get(), both.get());
+  PutForm(both.get(), record.form());
+  REQUIRE(both.Holds(record.bytes()));
+}
+
+bool Within(LONG value, LONG lowest, LONG highest) {
+  return value >= lowest && value <= highest;
+}
+
+void RequireValidPublic(const DEVMODEW& settings) {
+  REQUIRE(Within(settings.dmOrientation, 1, 2));
+  REQUIRE(settings.dmPrintQuality == 600 || settings.dmPrintQuality == 300 || settings.dmPrintQuality == 150);
+  REQUIRE(settings.dmYResolution == settings.dmPrintQuality);
+  REQUIRE(settings.dmCopies == 1 && settings.dmDuplex == 1 && settings.dmScale == 100 && settings.dmCollate == 0);
+  REQUIRE(Within(settings.dmPaperWidth, 10, 2970) && Within(settings.dmPaperLength, 254, 9017));
+  REQUIRE(settings.dmPaperSize >= 256 && (settings.dmFields & 0x0001000E) == 0x0001000E);
+  if (settings.dmPaperSize == 256) REQUIRE(std::memcmp(settings.dmFormName, L"Custom", sizeof L"Custom") == 0);
+}
+
+void RequireValidPrivate(const PrivateDevMode& own) {
+  REQUIRE(Within(own.vertOffset, -2400, 2400) && Within(own.horzOffset, -2400, 2400));
+  REQUIRE(own.rendIntent <= 3 && own.copies == 1);
+  REQUIRE(own.colorAdjust <= 1 && own.rotate180 <= 1 && own.mirrorImage <= 1 && own.usePrivateCopies <= 1);
+}
+
+void RequireMerged(const DriverDevMode& record) {
+  const RecordForm form = FormOf(&record.dm_public);
+  REQUIRE(form.spec_version == 0x0401 && form.driver_version == 0x0401);
+  REQUIRE(form.public_size == 220 && form.private_size == 644);
+  REQUIRE(record.dm_private.signature == 0x18284000);
+  REQUIRE(std::memcmp(record.dm_public.dmDeviceName, L"Driver", sizeof L"Driver") == 0);
+  RequireValidPublic(record.dm_public);
+  RequireValidPrivate(record.dm_private);
+}
+
+bool IsMergeable(const RecordForm& form) {
+  const bool known = form.public_size == 188 || form.public_size == 212 || form.public_size == 220;
+  return (known || form.spec_version != 0) && form.total() > 0;
+}
+
+// The driver's defaults with the records laid over them, the second first.
+DriverDevMode CheckMerge(const Record& first, const Record& second, HANDLE printer) {
+  DriverDevMode settings;
+  SetupDefaultDevMode(settings, L"Driver", printer);
+  for (const Record* record : {&second, &first}) {
+    const DriverDevMode before = settings;
+    const BOOL merged = MergeDevMode(settings, record->get(), printer);
+    REQUIRE(merged == IsMergeable(record->form()));
+    if (merged) {
+      RequireMerged(settings);
+    } else {
+      REQUIRE(std::memcmp(&settings, &before, sizeof settings) == 0);
+    }
+  }
+  return settings;
+}
+
+void CheckValidation(const Record& record, HANDLE printer) {
+  const Block whole(sizeof(DriverDevMode), record.bytes());
+  DriverDevMode& settings = *whole.As<DriverDevMode>();
+  PutForm(&settings.dm_public, kCurrentForm);
+  ValidateDevmode(settings, printer);
+  RequireValidPublic(settings.dm_public);
+  RequireValidPrivate(settings.dm_private);
+  const Block once(whole.bytes());
+  ValidateDevmode(settings, printer);
+  REQUIRE(whole.Holds(once.bytes()));
+}
+
+// The smaller of a caller's form and the driver's own: what a caller may be handed at most.
+RecordForm SmallerForm(RecordForm form) {
+  form.public_size = std::min(form.public_size, kPublicSize);
+  form.private_size = std::min(form.private_size, kPrivateSize);
+  return form;
+}
+
+Block PoisonedOutput(const RecordForm& shape) {
+  return Block(std::max<std::size_t>(kFormEnd, SmallerForm(shape).total()), {}, std::byte{0xEE});
+}
+
+void RequireHandedOut(BOOL done, std::span<const std::byte> out, std::span<const std::byte> before, RecordForm shape) {
+  if (!done) {
+    REQUIRE(std::ranges::equal(out, before));
+    return;
+  }
+  const RecordForm form = ReadForm(out);
+  REQUIRE(form.public_size == SmallerForm(shape).public_size && form.private_size == SmallerForm(shape).private_size);
+  REQUIRE(form.spec_version != 0);
+}
+
+void CheckOutput(const DriverDevMode& working, const Record& shape) {
+  const Block poison = PoisonedOutput(shape.form());
+  const Block out(poison.bytes());
+  RequireHandedOut(CopyDevModeToOutput(working, shape.get(), out.As<DEVMODEW>()), out.bytes(), poison.bytes(),
+                   shape.form());
+  const Block whole(sizeof working, {});
+  REQUIRE(CopyDevModeToOutput(working, nullptr, whole.As<DEVMODEW>()));
+  REQUIRE(whole.Holds(std::as_bytes(std::span(&working, 1))));
+  // Applications pass one buffer as shape and output.
+  const Record same(shape.bytes());
+  RequireHandedOut(CopyDevModeToOutput(working, same.get(), same.get()), same.bytes(), shape.bytes(), shape.form());
+}
+
+// The whole road of an application's call: the printer's stored record, which may be cut off, then the application's
+// own.
+void CheckDocumentProperties(const Record& in, std::span<const std::byte> stored, DWORD mode, HANDLE printer) {
+  platform::SetDevMode(kPrinterName, stored);
+  const Block out = PoisonedOutput(in.form());
+  DOCUMENTPROPERTYHEADER header{};
+  header.hPrinter = printer;
+  header.pdmIn = in.get();
+  header.pdmOut = out.As<DEVMODEW>();
+  header.fMode = mode;
+  const LONG result = DrvDocumentPropertySheets(nullptr, reinterpret_cast<LPARAM>(&header));
+  REQUIRE(header.cbOut == 864);
+  REQUIRE(result == (mode == 0 ? 864 : printer ? 1 : -1));
+  if (result != 1 || !(mode & (DM_OUT_DEFAULT | DM_OUT_BUFFER)) || out.size() != sizeof(DriverDevMode)) return;
+  // Of a record that cannot be merged nothing is taken, not even validation's changes to the defaults.
+  if (IsMergeable(in.form())) RequireMerged(*out.As<DriverDevMode>());
+}
+
+void CheckConvertEntry(const Head& head, const Record& in, const Record& given) {
+  const std::size_t size = static_cast<std::size_t>(std::max<SHORT>(head.count, 0));
+  const Block before(size, given.bytes());
+  const Block out(before.bytes());
+  WCHAR known[] = L"Printer";
+  WCHAR unknown[] = L"Nobody";
+  LONG count = head.count;
+  const BOOL done =
+      DrvConvertDevMode(head.flags & kUnknownName ? unknown : known, head.flags & kNoInput ? nullptr : in.get(),
+                        head.flags & kNoOutput ? nullptr : out.As<DEVMODEW>(), &count, head.mode % 8);
+  if (!done) REQUIRE(out.Holds(before.bytes()));
+  if (done) REQUIRE(count >= 0 && static_cast<std::size_t>(count) <= size);
+  if (done) REQUIRE(static_cast<DWORD>(count) == ReadForm(out.bytes()).total());
+}
+
+void CheckColorProfileQuery(const Head& head, const Record& record) {
+  const Block poison(head.query_size, {}, std::byte{0xEE});
+  const Block name(poison.bytes());
+  ULONG size = head.query_size;
+  ULONG flags = 0;
+  const BOOL done = DrvQueryColorProfile(nullptr, record.get(), head.query_mode % 4, name.As<void>(), &size, &flags);
+  REQUIRE(done ? size == 58 && flags == QCP_PROFILEDISK : flags == 0 && name.Holds(poison.bytes()));
+}
+
+void CheckPrintQuery(const Record& record, HANDLE printer) {
+  DEVQUERYPRINT_INFO info{};
+  info.cbSize = sizeof info;
+  info.hPrinter = printer;
+  info.pDevMode = record.get();
+  if (!DevQueryPrintEx(&info)) return;
+  SHORT paper = 0;
+  std::memcpy(&paper, record.bytes().data() + offsetof(DEVMODEW, dmPaperSize), sizeof paper);
+  REQUIRE(paper == kUserPaper || (printer && Within(paper, kFirstLabelId, kLastLabelId)));
+}
+
+void CheckRecordCapabilities(const Record& record, HANDLE printer) {
+  WCHAR name[] = L"Device";
+  const auto answer = [&](WORD capability) {
+    return DrvDeviceCapabilities(printer, name, capability, nullptr, record.get());
+  };
+  const DWORD fields = answer(DC_FIELDS);
+  REQUIRE(answer(DC_SIZE) == (fields == GDI_ERROR ? GDI_ERROR : 220u));
+  REQUIRE(answer(DC_EXTRA) == (fields == GDI_ERROR ? GDI_ERROR : 644u));
+}
+
+void CheckDump(const Record& record) {
+  const std::uint64_t before = fuzz::TracedRecords();
+  DumpDevMode(record.get());
+  const std::uint64_t lines = fuzz::TracedRecords() - before;
+  REQUIRE(Logs(kMessageBit) ? lines == 1 || (lines >= 33 && lines <= 48) : lines == 0);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static const HANDLE open_printer = SetUpPrinter();
+  fuzz::Input input(data, size);
+  const Head head = input.Take<Head>();
+  const auto first_bytes = input.TakeBytes(head.first_size);
+  const auto second_bytes = input.TakeRest();
+  const Record first(first_bytes, (head.flags & kOddAddress) != 0);
+  const Record second(second_bytes);
+  const HANDLE printer = head.flags & kNoPrinter ? nullptr : open_printer;
+
+  fuzz::AsModule([&] {
+    // The dumps of everything below would take milliseconds.
+    log_mask = head.flags & kTraced ? kMessageBit | kTraceBit : 0;
+    CheckDump(first);
+    CheckConversion(first, second);
+    CheckConversionInPlace(first);
+    CheckColorProfileQuery(head, first);
+    log_mask = 0;
+    const DriverDevMode merged = CheckMerge(first, second, printer);
+    CheckValidation(first, printer);
+    CheckOutput(merged, second);
+    CheckDocumentProperties(first, second_bytes, head.mode % 8, printer);
+    CheckConvertEntry(head, first, second);
+    CheckPrintQuery(first, printer);
+    CheckRecordCapabilities(second, printer);
+  });
+  return 0;
+}
