@@ -1,5 +1,10 @@
 # What every target of a build is compiled and linked with.
 
+# No folder of this machine's in what ships. The last that fits a path counts.
+if(MINGW)
+  add_compile_options(-ffile-prefix-map=${CMAKE_SOURCE_DIR}=. -ffile-prefix-map=${CMAKE_BINARY_DIR}=.)
+endif()
+
 # The platform's headers and texts as wide ones (compstui.h's structures follow UNICODE), for Windows Vista
 # and later, where the print queries and document filters that the module answers first appeared.
 add_library(r5lqz_platform INTERFACE)
@@ -21,19 +26,22 @@ endif()
 # What the module imports: DLLs that every Windows has.
 if(WIN32)
   set(identity_def ${CMAKE_SOURCE_DIR}/driver/interface/spooler-identity.def)
-  set(identity_lib ${CMAKE_BINARY_DIR}/${CMAKE_STATIC_LIBRARY_PREFIX}spooler-identity${CMAKE_STATIC_LIBRARY_SUFFIX})
+  set(identity_name ${CMAKE_STATIC_LIBRARY_PREFIX}spooler-identity${CMAKE_STATIC_LIBRARY_SUFFIX})
+  set(identity_lib ${CMAKE_BINARY_DIR}/${identity_name})
+  # The bare name: the tool makes symbols of what it is told to write.
   if(MSVC)
-    set(make_identity_lib ${CMAKE_AR} /nologo /machine:x64 /def:${identity_def} /out:${identity_lib})
+    set(make_identity_lib ${CMAKE_AR} /nologo /machine:x64 /def:${identity_def} /out:${identity_name})
   else()
-    set(make_identity_lib ${CMAKE_DLLTOOL} -m i386:x86-64 -d ${identity_def} -l ${identity_lib})
+    set(make_identity_lib ${CMAKE_DLLTOOL} -m i386:x86-64 -d ${identity_def} -l ${identity_name})
   endif()
-  add_custom_command(OUTPUT ${identity_lib} COMMAND ${make_identity_lib} DEPENDS ${identity_def} VERBATIM)
+  add_custom_command(OUTPUT ${identity_lib} COMMAND ${make_identity_lib} WORKING_DIRECTORY ${CMAKE_BINARY_DIR}
+    DEPENDS ${identity_def} VERBATIM)
   add_custom_target(r5lqz_identity_lib DEPENDS ${identity_lib})
 
   add_library(r5lqz_imports INTERFACE)
   add_dependencies(r5lqz_imports r5lqz_identity_lib)
   target_link_libraries(r5lqz_imports INTERFACE winspool ${identity_lib} mscms user32
-    comctl32 advapi32 gdi32)
+    comctl32 comdlg32 gdi32 shell32 shlwapi advapi32)
 endif()
 
 if(NOT WIN32)

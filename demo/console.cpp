@@ -7,10 +7,16 @@
 namespace demo {
 namespace {
 
-// Columns count characters, not the bytes of their UTF-8.
+// Columns count characters, not the bytes of their UTF-8; a Chinese character is as wide as two others.
 std::size_t WidthOf(const std::string& text) {
-  return static_cast<std::size_t>(
-      std::count_if(text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
+  std::size_t width = 0;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    const bool begins_character = (byte & 0xC0) != 0x80;
+    const bool begins_wide_one = byte >= 0xE3 && byte <= 0xE9;
+    width += begins_wide_one ? 2u : begins_character;
+  }
+  return width;
 }
 
 void PrintRow(const Row& row, const std::vector<std::size_t>& widths) {

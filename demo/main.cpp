@@ -2,6 +2,7 @@
 // application can ask, shows the answers, removes it. Ends with 0 only when every step held.
 #include <windows.h>
 
+#include <algorithm>
 #include <cstdio>
 
 #include "session.h"
@@ -30,44 +31,32 @@ bool ShowVersion(demo::Report& report, const std::wstring& path) {
   return true;
 }
 
-bool Install(demo::Session& session, const std::wstring& module_path) {
-  session.report.Section("The driver and a printer of it in this system's spooler");
-  if (!ShowVersion(session.report, module_path)) return false;
+bool Install(demo::Session& session, const std::wstring& module_path, void (*progress)(const char* step)) {
   platform::PrinterRequest request;
   request.module_path = module_path;
   request.driver_name = L"Brindlewick R5-LQZ";
   request.printer_name = L"R5-LQZ demo printer";
-  request.progress = [](const char* step) { printf("   %s ...\n", step); };
+  request.progress = progress;
   const auto result = platform::InstallPrinter(request, session.installed);
   if (!result.Held()) session.report.Failed(result.call, result.code);
   return result.Held();
 }
 
+bool InstallAndShow(demo::Session& session, const std::wstring& module_path) {
+  session.report.Section("The driver and a printer of it in this system's spooler");
+  return ShowVersion(session.report, module_path) &&
+         Install(session, module_path, [](const char* step) { printf("   %s ...\n", step); });
+}
+
 void Remove(demo::Session& session) {
-  session.report.Section("Removal of printer and driver");
   if (const auto result = platform::RemovePrinter(session.installed); !result.Held()) {
     session.report.Failed(result.call, result.code);
   }
 }
 
-}  // namespace
-
-int wmain(int count, wchar_t** arguments) {
-  setvbuf(stdout, nullptr, _IONBF, 0);
-  if (count != 2) {
-    fprintf(stderr, "usage: r5lqz-demo PATH-OF-THE-DRIVER-MODULE\n");
-    return 2;
-  }
-  wchar_t path[MAX_PATH];
-  const DWORD length = GetFullPathNameW(arguments[1], MAX_PATH, path, nullptr);
-  if (!length || length >= MAX_PATH || GetFileAttributesW(path) == INVALID_FILE_ATTRIBUTES) {
-    fprintf(stderr, "no driver module at %s\n", demo::Narrow(arguments[1]).c_str());
-    return 2;
-  }
-
+void ShowAll(demo::Session& session, const std::wstring& module_path, bool interactive) {
   printf("An application meets the driver of the Brindlewick R5-LQZ label printer\n");
-  demo::Session session;
-  if (Install(session, path)) {
+  if (InstallAndShow(session, module_path)) {
     demo::StoreLabels(session);
     demo::ShowPapers(session);
     demo::ShowCapabilities(session);
@@ -76,12 +65,56 @@ int wmain(int count, wchar_t** arguments) {
     demo::ShowPrintQueries(session);
     demo::ShowColorProfile(session);
     demo::ShowTraceLog(session);
+    if (interactive) {
+      demo::OfferSheets(session);
+    } else {
+      demo::WorkSheets(session);
+    }
   }
+  session.report.Section("Removal of printer and driver");
   Remove(session);
+}
+
+void OnlyPictures(demo::Session& session, const std::wstring& module_path, const std::wstring& folder,
+                  const std::wstring& language) {
+  if (Install(session, module_path, nullptr)) demo::SavePictures(session, folder, demo::Narrow(language));
+  Remove(session);
+}
+
+// The path in full, of something that is there; empty when it is not.
+std::wstring FullPath(const wchar_t* path) {
+  wchar_t full[MAX_PATH];
+  const DWORD length = GetFullPathNameW(path, MAX_PATH, full, nullptr);
+  const bool there = length && length < MAX_PATH && GetFileAttributesW(full) != INVALID_FILE_ATTRIBUTES;
+  if (!there) fprintf(stderr, "there is no %s\n", demo::Narrow(path).c_str());
+  return there ? full : L"";
+}
+
+}  // namespace
+
+int wmain(int count, wchar_t** arguments) {
+  setvbuf(stdout, nullptr, _IONBF, 0);
+  const std::span<wchar_t*> options(arguments + 1, static_cast<std::size_t>(std::max(count, 1) - 1));
+  const bool interactive = options.size() == 2 && !wcscmp(options[1], L"--interactive");
+  const bool pictures = options.size() == 4 && !wcscmp(options[1], L"--pictures");
+  if (options.size() != 1 && !interactive && !pictures) {
+    fprintf(stderr, "usage: r5lqz-demo DRIVER-MODULE [--interactive | --pictures FOLDER LANGUAGE]\n");
+    return 2;
+  }
+  const std::wstring module_path = FullPath(options[0]);
+  const std::wstring folder = pictures ? FullPath(options[2]) : L".";
+  if (module_path.empty() || folder.empty()) return 2;
+
+  demo::Session session;
+  if (pictures) {
+    OnlyPictures(session, module_path, folder, options[3]);
+  } else {
+    ShowAll(session, module_path, interactive);
+  }
   if (session.report.failures) {
     printf("\n%d step(s) did not hold\n", session.report.failures);
     return 1;
   }
-  printf("\nEvery step held\n");
+  if (!pictures) printf("\nEvery step held\n");
   return 0;
 }

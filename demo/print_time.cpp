@@ -1,29 +1,12 @@
-#include <windows.h>
-#include <winspool.h>
-
-#include "session.h"
-#include "settings/driver_devmode.h"
+#include "settings.h"
 
 namespace demo {
-namespace {
-
-bool DefaultRecord(Session& session, r5lqz::DriverDevMode& record) {
-  auto& installed = session.installed;
-  if (DocumentPropertiesW(nullptr, installed.printer, installed.printer_name.data(), &record.dm_public, nullptr,
-                          DM_OUT_BUFFER) == 1) {
-    return true;
-  }
-  session.report.Failed("DocumentPropertiesW", GetLastError());
-  return false;
-}
-
-}  // namespace
 
 void ShowPrintQueries(Session& session) {
   session.report.Section("Whether a job's paper is known to the printer");
   session.report.Road("the loaded driver's DevQueryPrintEx; no call of this platform leads there");
-  r5lqz::DriverDevMode record{};
-  if (!DefaultRecord(session, record)) return;
+  auto record = AskPlatform(session, "the defaults", nullptr);
+  if (!record) return;
 
   static constexpr struct {
     short paper;
@@ -37,12 +20,12 @@ void ShowPrintQueries(Session& session) {
   };
   std::vector<Row> rows;
   for (const auto& job : kJobs) {
-    record.dm_public.dmPaperSize = job.paper;
+    record->dm_public.dmPaperSize = job.paper;
     DEVQUERYPRINT_INFO query{};
     query.cbSize = sizeof query;
     query.Level = 1;
     query.hPrinter = session.installed.printer;
-    query.pDevMode = &record.dm_public;
+    query.pDevMode = &record->dm_public;
     const bool accepted = session.installed.entries.QueryPrintEx(&query);
     rows.push_back({Format("%d", job.paper), job.what, accepted ? "accepted" : "refused"});
     session.report.Expect(accepted == job.accepted, Format("another answer for paper %d", job.paper));
@@ -53,12 +36,12 @@ void ShowPrintQueries(Session& session) {
 void ShowColorProfile(Session& session) {
   session.report.Section("The colour profile for a job");
   session.report.Road("the loaded driver's DrvQueryColorProfile; no call of this platform leads there");
-  r5lqz::DriverDevMode record{};
-  if (!DefaultRecord(session, record)) return;
+  auto record = AskPlatform(session, "the defaults", nullptr);
+  if (!record) return;
   wchar_t name[MAX_PATH]{};
   ULONG size = sizeof name;
   ULONG flags = 0;
-  if (!session.installed.entries.QueryColorProfile(session.installed.printer, &record.dm_public, QCP_DEVICEPROFILE,
+  if (!session.installed.entries.QueryColorProfile(session.installed.printer, &record->dm_public, QCP_DEVICEPROFILE,
                                                    name, &size, &flags)) {
     session.report.Failed("DrvQueryColorProfile", GetLastError());
     return;

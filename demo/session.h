@@ -32,4 +32,12 @@ void ShowPrintQueries(Session& session);
 void ShowColorProfile(Session& session);
 void ShowTraceLog(Session& session);
 
+/// Opens both property sheets, works them by messages, shows what became of the settings.
+void WorkSheets(Session& session);
+/// Opens both property sheets for a user, shows what became of the settings.
+void OfferSheets(Session& session);
+/// Saves a PNG of every tab of both property sheets as LANGUAGE-TAB.png in the folder, which exists. The driver's texts
+/// must be in that language here (two letters).
+void SavePictures(Session& session, const std::wstring& folder, const std::string& language);
+
 }  // namespace demo

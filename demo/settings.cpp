@@ -1,21 +1,25 @@
-#include <windows.h>
+#include "settings.h"
+
 #include <winspool.h>
 
+#include <algorithm>
+#include <cstdio>
 #include <cstring>
-#include <optional>
 
 #include "record_text.h"
-#include "session.h"
 
 namespace demo {
 namespace {
 
-using r5lqz::DriverDevMode;
-
-// Room for the largest record in use here, which each of them starts; shorter ones leave the rest zero.
-using Record = DriverDevMode;
-
 constexpr WORD kOtherPrivateSize = 48;
+
+// What a record asks for: a public setting whose bit is clear is not asked, whatever stands in its place.
+std::string Asked(const Field& field, const Record& record) {
+  const bool asked = !field.bit || (record.dm_public.dmFields & field.bit);
+  return asked ? field.text(record.dm_public) : kAbsent;
+}
+
+}  // namespace
 
 std::optional<Record> AskPlatform(Session& session, const char* what, Record* asked) {
   auto& installed = session.installed;
@@ -36,13 +40,6 @@ std::optional<Record> AskPlatform(Session& session, const char* what, Record* as
   return back;
 }
 
-// What a record asks for: a public setting whose bit is clear is not asked, whatever stands in its place.
-std::string Asked(const Field& field, const Record& record) {
-  const bool asked = !field.bit || (record.dm_public.dmFields & field.bit);
-  return asked ? field.text(record.dm_public) : kAbsent;
-}
-
-// Only what matters: what was asked apart from the defaults, and what came back otherwise than asked.
 void ShowAskedAndBack(const Report& report, const Record& defaults, const Record& asked, const Record& back) {
   std::vector<Row> rows;
   for (const auto& field : Fields()) {
@@ -55,6 +52,26 @@ void ShowAskedAndBack(const Report& report, const Record& defaults, const Record
   }
   report.Table({"setting", "asked", "came back"}, rows);
 }
+
+void ShowChanges(const Report& report, const Record& before, const Record& after) {
+  std::vector<Row> rows;
+  for (const auto& field : Fields()) {
+    Row row{field.label, field.text(before.dm_public), field.text(after.dm_public)};
+    if (row[1] != row[2]) rows.push_back(std::move(row));
+  }
+  if (rows.empty()) {
+    printf("   no setting changed\n");
+  } else {
+    report.Table({"setting", "before", "after"}, rows);
+  }
+}
+
+bool SameSettings(const Record& one, const Record& other) {
+  return std::ranges::all_of(
+      Fields(), [&](const Field& field) { return field.text(one.dm_public) == field.text(other.dm_public); });
+}
+
+namespace {
 
 Record LabelByNumber(Session&, const Record& defaults) {
   Record asked = defaults;

@@ -147,6 +147,31 @@ void WriteLabels() {
   Write("labels", "too-many", LabelHead(2, 128, many, "", 258) + GoodLabel(258));
 }
 
+// --- Label files
+// --------------------------------------------------------------------------------------------------------
+
+void WriteLabelFiles() {
+  const auto list = [](const string& pages) { return "\x80{\"version\":0,\"list\":[" + pages + "]}"; };
+  const std::pair<const char*, string> kSeeds[] = {
+      {"empty", list("")},
+      {"whole", list(R"({"name":"A","width":"4.125","length":"5.000","vertOffset":"-12","horzOffset":"34","units":1,"id":300})")},
+      {"defaults", list(R"({},{"name":null,"width":4.125,"units":"0","id":"x"},7,[],"text")")},
+      {"tenths", list(R"({"name":"T","units":2,"width":"2970,0","length":"9017.00"})")},
+      {"letter-case", "\x02 \t{\"Version\":1e2,\"LIST\":[{\"Name\":\"a\",\"name\":\"b\",\"UNITS\":0.9}]}behind"},
+      {"limits", list(R"({"units":0,"width":"297.001","length":"25.4","vertOffset":"2400.5","horzOffset":"","id":32767.5})")},
+      {"lengths", list("{\"name\":\"" + string(63, 'n') + "\",\"width\":\"12345678\"},{\"name\":\"" + string(64, 'n') + "\"}")},
+      {"escapes", list(R"({"name":"\u00e9\ud83d\ude00\u0000\"\\\/\b","vertOffset":"\u0031"})")},
+      {"bytes", list("{\"name\":\"\xE4\xFF\xC3\"}")},
+      {"numbers", list(R"({"id":1e999,"units":-0},{"id":-1e-999,"units":1e18},{"id":0x10})")},
+      {"more-than-room", "\x01" + list("{},{},{}").substr(1)},
+      {"root-array", "\x80[{\"version\":0,\"list\":[{}]}]"},
+      {"cut-off", list("{}").substr(0, 22)},
+      {"marked", "\x80\xEF\xBB\xBF" + list("{}").substr(1)},
+      {"deep", "\x80" + string(1100, '[')},
+  };
+  for (const auto& [name, content] : kSeeds) Write("label_file", name, content);
+}
+
 // --- Profile lists and numbers
 // ------------------------------------------------------------------------------------------
 
@@ -202,6 +227,7 @@ int main(int count, char** arguments) {
   folder = arguments[1];
   WriteRecords();
   WriteLabels();
+  WriteLabelFiles();
   WriteProfiles();
   WriteNumbers();
   return 0;

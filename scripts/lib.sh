@@ -143,6 +143,12 @@ stop_wine() {
   fi
 }
 
+# Y: a window manager sees to the frames and the focus of Wine's windows. N: Wine does so itself, as it has to on a
+# display without one: it would wait two seconds for a manager's answer each time that a window closes.
+manage_windows() { # Y or N
+  wine reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d "$1" /f >/dev/null 2>&1 9>&- || die 'cannot start Wine'
+}
+
 # Windows need a display: one of our own, so that none appears on the user's and none depends on it.
 display_server=
 start_display() {
@@ -151,6 +157,7 @@ start_display() {
   display_server=$!
   read -r -t 30 number <&7 || die 'cannot start a display for the windows (build/display.log)'
   export DISPLAY=:$number
+  manage_windows N
 }
 
 stop_display() {

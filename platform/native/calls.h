@@ -47,6 +47,7 @@ namespace platform {
   X(EnumColorProfilesW, true)       \
   X(malloc, true)                   \
   X(calloc, true)                   \
+  X(realloc, true)                  \
   X(free, false)                    \
   X(fopen, true)                    \
   X(fclose, true)                   \

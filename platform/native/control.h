@@ -127,8 +127,8 @@ void SetCallHook(std::function<void(const char* name)> hook);
 void MeasureTime(bool on);
 std::uint64_t TimeInLayer();
 
-// malloc and calloc are counted, failed, filled with 0xCD (malloc) and entered into the balance only where they are the
-// module's: on this thread while a ModuleScope lives, or on any thread after WatchRuntimeHeap(true). A block so
+// malloc, calloc and realloc are counted, failed, filled with 0xCD (malloc) and entered into the balance only where they
+// are the module's: on this thread while a ModuleScope lives, or on any thread after WatchRuntimeHeap(true). A block so
 // counted is followed until it is freed, wherever that happens. File functions count for paths in c:\temp only.
 struct ModuleScope {
   ModuleScope();

@@ -190,6 +190,9 @@ TEST_F(PlatformLayer, BalanceCountsWhatIsOpenUntilItIsGivenBack) {
     EXPECT_EQ(std::calloc(~std::size_t{0} / 2, size), nullptr);
     platform::FailCall("calloc", 1);
     EXPECT_EQ(std::calloc(1, size), nullptr);
+    block = std::realloc(block, size * 1000);
+    platform::FailCall("realloc", 1);
+    EXPECT_EQ(std::realloc(block, size), nullptr);
   }
   EXPECT_EQ(platform::LiveBalance(), (Balance{1, 1, 1, 1, 1, 1, 1, 0}));
 

@@ -1,4 +1,4 @@
-// malloc, calloc and free of the program, where they are the module's.
+// malloc, calloc, realloc and free of the program, where they are the module's.
 #include "native/state.h"
 
 #include <atomic>
@@ -8,6 +8,7 @@
 extern "C" {
 void* __real_malloc(std::size_t size);
 void* __real_calloc(std::size_t count, std::size_t size);
+void* __real_realloc(void* block, std::size_t size);
 void __real_free(void* block);
 }
 
@@ -47,6 +48,13 @@ bool Forget(void* block) {
 void* OutOfMemory() {
   errno = ENOMEM;
   return nullptr;
+}
+
+void* Reallocate(void* block, std::size_t size) {
+  if (!IsModules()) return __real_realloc(block, size);
+  CallScope call(Call::krealloc);
+  if (call.failed() || size > kLargestBlock) return OutOfMemory();
+  return __real_realloc(block, size);
 }
 
 }  // namespace
@@ -94,6 +102,14 @@ void* __wrap_calloc(std::size_t count, std::size_t size) {
     return platform::OutOfMemory();
   }
   return platform::Follow(__real_calloc(count, size));
+}
+
+void* __wrap_realloc(void* block, std::size_t size) {
+  // Forgotten first: once the block has moved, its old address may be another thread's new one.
+  const bool followed = platform::Forget(block) || (!block && platform::IsModules());
+  void* moved = platform::Reallocate(block, size);
+  if (followed) platform::Follow(moved ? moved : block);
+  return moved;
 }
 
 void __wrap_free(void* block) {

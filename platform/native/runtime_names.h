@@ -4,3 +4,4 @@
 
 #define _fseeki64 fseeko
 #define _ftelli64 ftello
+#define _stricmp strcasecmp

@@ -11,11 +11,13 @@ namespace platform {
 struct DriverEntries {
   decltype(&::DrvConvertDevMode) ConvertDevMode = nullptr;
   decltype(&::DrvDocumentPropertySheets) DocumentPropertySheets = nullptr;
+  decltype(&::DrvDevicePropertySheets) DevicePropertySheets = nullptr;
   decltype(&::DevQueryPrintEx) QueryPrintEx = nullptr;
   decltype(&::DrvDocumentEvent) DocumentEvent = nullptr;
   decltype(&::DrvDeviceCapabilities) DeviceCapabilities = nullptr;
   decltype(&::DrvQueryColorProfile) QueryColorProfile = nullptr;
   decltype(&::DrvPrinterEvent) PrinterEvent = nullptr;
+  decltype(&::DrvDriverEvent) DriverEvent = nullptr;
 };
 
 /// Fills `entries` from the module's exports; the answer is the name of the first that is missing, or none.

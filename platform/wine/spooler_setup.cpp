@@ -144,6 +144,13 @@ StepResult SendPrinterEvent(InstalledPrinter& installed, int event) {
   return Failed("DrvPrinterEvent");
 }
 
+// The installation's event came from the spooler itself; of a removal it tells nobody.
+StepResult SendDriverRemoval(InstalledPrinter& installed) {
+  DRIVER_INFO_1W driver{Writable(installed.driver_name)};
+  if (installed.entries.DriverEvent(DRIVER_EVENT_DELETE, 1, reinterpret_cast<BYTE*>(&driver), 0)) return {};
+  return Failed("DrvDriverEvent");
+}
+
 }  // namespace
 
 InstalledPrinter::~InstalledPrinter() {
@@ -189,6 +196,7 @@ StepResult RemovePrinter(InstalledPrinter& installed) {
   if (installed.printer && !ClosePrinter(installed.printer)) note(Failed("ClosePrinter"));
   installed.printer = nullptr;
 
+  if (installed.entries.DriverEvent) note(SendDriverRemoval(installed));
   while (!installed.patches.empty()) installed.patches.pop_back();
   installed.entries = {};
   if (installed.module) FreeLibrary(installed.module);

@@ -54,14 +54,15 @@ struct InstalledPrinter {
 };
 
 /// Registers the driver and adds the printer: copies the module into the driver directory, AddPrinterDriverExW (which
-/// delivers the driver event to a module that has one), puts the key operations that the platform lacks into the very
+/// delivers the driver's installation event), puts the key operations that the platform lacks into the very
 /// copy that the spooler loads, AddPrinterW, delivers the printer's creation event, opens the printer. Remains of a
 /// program that ended half-way are replaced. Programs of one spooler take turns; the wait for a turn is at most two
 /// minutes. When a step fails, `installed` holds what was done so far and removes it when it ends.
 StepResult InstallPrinter(const PrinterRequest& request, InstalledPrinter& installed);
 
-/// Delivers the printer's deletion event, removes printer and driver, gives the turn back. The spooler keeps the
-/// module's copy loaded in this process, so that file stays in the driver directory until the next installation.
+/// Delivers the printer's deletion event, removes the printer, delivers the driver's removal event, removes the driver,
+/// gives the turn back. The spooler keeps the module's copy loaded in this process, so that file stays in the driver
+/// directory until the next installation.
 /// The answer names the first call that failed; what can be removed is removed all the same.
 StepResult RemovePrinter(InstalledPrinter& installed);
 

@@ -20,9 +20,6 @@ class ColorProfileList : public ModuleTest {
     for (; *list; list += names.back().size() + 1) names.push_back(Text(list));
     return names;
   }
-  static void SetRawList(std::u16string_view list, std::size_t bytes, DWORD count) {
-    platform::SetProfileListBytes(std::as_bytes(std::span(list)).first(bytes), count);
-  }
   using Names = std::vector<std::string>;
 };
 
@@ -35,35 +32,36 @@ TEST_F(ColorProfileList, IsSortedWithoutRegardToCase) {
 
 TEST_F(ColorProfileList, EndsWithinWhatTheSystemGave) {
   constexpr std::u16string_view kList(u"b\0a\0c\0", 7);
-  SetRawList(kList, 14, 3);
-  EXPECT_EQ(List(), (Names{"a", "b", "c"}));
-  SetRawList(kList, 14, 2);
-  EXPECT_EQ(List(), (Names{"a", "b"})) << "only as many as it counts";
-  SetRawList(kList, 14, 99);
-  EXPECT_EQ(List(), (Names{"a", "b", "c"}));
-  SetRawList(kList, 10, 3);
-  EXPECT_EQ(List(), (Names{"a", "b", "c"})) << "neither terminator nor closing text";
-  SetRawList(kList, 9, 3);
-  EXPECT_EQ(List(), (Names{"a", "b"})) << "half a character";
-  SetRawList(kList, 0, 3);
-  EXPECT_EQ(List(), Names{});
+  const struct {
+    std::size_t bytes;
+    DWORD count;
+    Names names;
+  } kRows[] = {
+      {14, 3, {"a", "b", "c"}},
+      {14, 2, {"a", "b"}},  // only as many as it counts
+      {14, 99, {"a", "b", "c"}},
+      {10, 3, {"a", "b", "c"}},  // neither terminator nor closing text
+      {9, 3, {"a", "b"}},        // half a character
+      {0, 3, {}},
+  };
+  for (const auto& [bytes, count, names] : kRows) {
+    platform::SetProfileListBytes(std::as_bytes(std::span(kList)).first(bytes), count);
+    EXPECT_EQ(List(), names) << bytes << ", " << count;
+  }
 }
 
 TEST_F(ColorProfileList, FailuresGiveNoList) {
   log_mask = kMessageBit;
   platform::SetProfiles(std::vector<std::u16string>{u"a"});
-  for (const std::uint64_t call : {1, 2}) {
-    platform::FailCall("EnumColorProfilesW", call, ERROR_ACCESS_DENIED);
+  constexpr std::pair<const char*, int> kFaults[] = {
+      {"EnumColorProfilesW", 1}, {"EnumColorProfilesW", 2}, {"calloc", 1}};
+  for (const auto& [call, nth] : kFaults) {
+    platform::FailCall(call, static_cast<std::uint64_t>(nth), ERROR_NOT_ENOUGH_MEMORY);
     EXPECT_EQ(List(), std::nullopt);
-    EXPECT_EQ(LogLines().back(), "[Error] Unable to get color profile list:  GetLastError() = 5");
+    EXPECT_EQ(LogLines().back(), "[Error] Unable to get color profile list:  GetLastError() = 8");
   }
-  platform::FailCall("calloc", 1);
-  EXPECT_EQ(List(), std::nullopt);
   EXPECT_EQ(List(), Names{"a"});
   EXPECT_EQ(LogLines().back(), "[Info]  a");
-  platform::SetProfiles({});
-  List();
-  EXPECT_EQ(LogLines().back(), "[Info]  MULTI_SZ string is empty");
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
-// Every entry point with its first, second, third ... platform call failing, once and from there on: nothing may be left
-// open, and afterwards the same call must work again.
+// Every entry point with its first, second, third ... platform call failing, once and from there on: nothing may be
+// left open, and afterwards the same call must work again.
 #include "entry/color_profile_list.h"
 #include "install/printer_event.h"
 #include "support.h"
@@ -24,8 +24,8 @@ const Operation kOperations[] = {
      [](HANDLE printer) {
        DriverDevMode in = Job(259);
        DriverDevMode out = Job(257);
-       DOCUMENTPROPERTYHEADER header{sizeof header, 0, printer, nullptr, &in.dm_public, &out.dm_public, 0,
-                                     DM_IN_BUFFER | DM_OUT_BUFFER};
+       DOCUMENTPROPERTYHEADER header{
+           sizeof header, 0, printer, nullptr, &in.dm_public, &out.dm_public, 0, DM_IN_BUFFER | DM_OUT_BUFFER};
        const LONG result = DrvDocumentPropertySheets(nullptr, reinterpret_cast<LPARAM>(&header));
        EXPECT_TRUE(result == 1 || result == -1);
      }},
@@ -33,20 +33,14 @@ const Operation kOperations[] = {
      [](HANDLE) {
        WCHAR name[] = L"Labels";
        DriverDevMode out;
-       for (const DWORD mode : {CDM_DRIVER_DEFAULT, CDM_CONVERT}) {
-         LONG count = sizeof out;
-         DriverDevMode in = Job(257);
-         DrvConvertDevMode(name, &in.dm_public, &out.dm_public, &count, mode);
-       }
+       LONG count = sizeof out;
+       DrvConvertDevMode(name, nullptr, &out.dm_public, &count, CDM_DRIVER_DEFAULT);
      }},
-    {"DevQueryPrintEx",
+    {"Queries",
      [](HANDLE printer) {
        DriverDevMode job = Job(259);
        DEVQUERYPRINT_INFO info{sizeof info, 1, printer, &job.dm_public, nullptr, 0, 0};
        DevQueryPrintEx(&info);
-     }},
-    {"DrvDeviceCapabilities",
-     [](HANDLE printer) {
        WCHAR names[2 * 64];
        for (WORD index = 0; index < 20; ++index) {
          const DWORD answer = DrvDeviceCapabilities(printer, nullptr, index, names, nullptr);
@@ -59,8 +53,9 @@ const Operation kOperations[] = {
        platform::SetImpersonating(true);
        EXPECT_TRUE(DrvPrinterEvent(name, PRINTER_EVENT_INITIALIZE, 0, 0));
      }},
-    {"DrvDocumentEvent", [](HANDLE) { DrvDocumentEvent(nullptr, nullptr, DOCUMENTEVENT_STARTDOCPRE, 0, nullptr, 0, nullptr); }},
-    {"label changes",
+    {"DrvDocumentEvent",
+     [](HANDLE) { DrvDocumentEvent(nullptr, nullptr, DOCUMENTEVENT_STARTDOCPRE, 0, nullptr, 0, nullptr); }},
+    {"LabelChanges",
      [](HANDLE printer) {
        PrinterLabel label{"Swept", "50", "60", "0", "0", kMillimetres, 0};
        if (AddPrinterLabel(printer, &label) == ERROR_SUCCESS) {
@@ -95,7 +90,8 @@ class FaultSweep : public ModuleTest, public testing::WithParamInterface<Operati
     platform::SetImpersonating(false);
     // When the platform refuses to take the client's identity back, asking it to is all that can be done.
     auto balance = platform::LiveBalance();
-    EXPECT_LE(balance.tokens - tokens, static_cast<std::int64_t>(platform::Calls("ImpersonatePrinterClient") - given_back));
+    EXPECT_LE(balance.tokens - tokens,
+              static_cast<std::int64_t>(platform::Calls("ImpersonatePrinterClient") - given_back));
     balance.tokens = 0;
     EXPECT_EQ(balance, platform::Balance{}) << "call " << nth << (persistent ? " and later" : "");
     return platform::FaultsInjected() > injected;
@@ -114,7 +110,8 @@ TEST_P(FaultSweep, LeavesNothingOpen) {
 }
 
 TEST_P(FaultSweep, TraceLogThatFailsDisturbsNobody) {
-  for (const char* const call : {"malloc", "CreateMutexA", "WaitForSingleObject", "ReleaseMutex", "CloseHandle", "fopen", "fclose"}) {
+  for (const char* const call :
+       {"malloc", "CreateMutexA", "WaitForSingleObject", "ReleaseMutex", "CloseHandle", "fopen", "fclose"}) {
     for (const bool persistent : {false, true}) {
       log_mask = kMessageBit | kTraceBit;
       RunWithFault(call, 2, persistent);
@@ -125,11 +122,8 @@ TEST_P(FaultSweep, TraceLogThatFailsDisturbsNobody) {
   platform::Reset();
 }
 
-INSTANTIATE_TEST_SUITE_P(EntryPoints, FaultSweep, testing::ValuesIn(kOperations), [](const auto& sweep) {
-  std::string name = sweep.param.name;
-  std::replace(name.begin(), name.end(), ' ', '_');
-  return name;
-});
+INSTANTIATE_TEST_SUITE_P(EntryPoints, FaultSweep, testing::ValuesIn(kOperations),
+                         [](const auto& sweep) { return std::string(sweep.param.name); });
 
 }  // namespace
 }  // namespace r5lqz

@@ -17,35 +17,36 @@ class Settings : public ModuleTest {
   }
 };
 
+void ExpectSame(const DriverDevMode& got, const DriverDevMode& expected) {
+  const auto* const one = reinterpret_cast<const BYTE*>(&got);
+  const auto* const other = reinterpret_cast<const BYTE*>(&expected);
+  for (std::size_t at = 0; at < sizeof got; ++at) EXPECT_EQ(one[at], other[at]) << "byte " << at;
+}
+
 TEST_F(Settings, DefaultsAreTheDocumentedRecord) {
   DriverDevMode record;
   std::memset(&record, 0xA5, sizeof record);
   EXPECT_TRUE(SetupDefaultDevMode(record, L"Printer", printer()));
 
   DriverDevMode expected{};
-  std::memcpy(expected.dm_public.dmDeviceName, L"Printer", sizeof L"Printer");
-  PutForm(&expected.dm_public, {0x0401, 0x0401, 220, 644});
-  expected.dm_public.dmFields = 0x00015F03;
-  expected.dm_public.dmOrientation = 1;
-  expected.dm_public.dmPaperSize = 257;
-  expected.dm_public.dmPaperLength = 1270;
-  expected.dm_public.dmPaperWidth = 1048;
-  expected.dm_public.dmCopies = 1;
-  expected.dm_public.dmDefaultSource = 15;
-  expected.dm_public.dmPrintQuality = 300;
-  expected.dm_public.dmColor = 2;
-  expected.dm_public.dmDuplex = 1;
-  expected.dm_public.dmYResolution = 300;
-  expected.dm_public.dmTTOption = 1;
-  std::memcpy(expected.dm_public.dmFormName, L"Custom", sizeof L"Custom");
+  DEVMODEW& settings = expected.dm_public;
+  std::memcpy(settings.dmDeviceName, L"Printer", sizeof L"Printer");
+  PutForm(&settings, {0x0401, 0x0401, 220, 644});
+  settings.dmFields = 0x00015F03;
+  settings.dmOrientation = settings.dmCopies = settings.dmDuplex = settings.dmTTOption = 1;
+  settings.dmPaperSize = expected.dm_private.dmPaperSize = 257;
+  settings.dmPaperLength = 1270;
+  settings.dmPaperWidth = 1048;
+  settings.dmDefaultSource = 15;
+  settings.dmPrintQuality = settings.dmYResolution = 300;
+  settings.dmColor = 2;
+  std::memcpy(settings.dmFormName, L"Custom", sizeof L"Custom");
   expected.dm_private.signature = 0x18284000;
-  expected.dm_private.rendIntent = 1;
+  expected.dm_private.rendIntent = expected.dm_private.units = 1;
   expected.dm_private.copies = 1;
-  expected.dm_private.dmPaperSize = 257;
-  expected.dm_private.units = 1;
   std::strcpy(expected.dm_private.width_string, "4.125");
   std::strcpy(expected.dm_private.length_string, "5.000");
-  EXPECT_EQ(std::memcmp(&record, &expected, sizeof record), 0);
+  ExpectSame(record, expected);
 }
 
 TEST_F(Settings, DeviceNameIsKeptWholeOrNotAtAll) {
@@ -69,31 +70,30 @@ TEST_F(Settings, FirstProfileInOrderBecomesTheDefault) {
   EXPECT_EQ(Text(Defaults().dm_private.colorProfile), std::string(259, 'p'));
 }
 
-struct Conversion {
+constexpr struct {
   WORD in_size, in_extra, in_spec;
   WORD out_size, out_extra, out_spec;
   LONG copied;
   WORD spec_written;
-};
-
-constexpr Conversion kConversions[] = {
+} kConversions[] = {
     {220, 644, 0x0401, 220, 644, 0x0401, 864, 0x0401},
-    {220, 644, 0x0401, 188, 112, 0, 300, 0x0320},      // the output's version comes from its size
+    {220, 644, 0x0401, 188, 112, 0, 300, 0x0320},  // the output's version comes from its size
     {220, 644, 0x0401, 212, 0, 0x7777, 212, 0x0400},
-    {188, 0, 0, 220, 644, 0x0401, 188, 0x0401},        // a known size needs no version
-    {200, 0, 0, 220, 644, 0x0401, -1, 0x0401},         // an unknown one does
+    {188, 0, 0, 220, 644, 0x0401, 188, 0x0401},  // a known size needs no version
+    {200, 0, 0, 220, 644, 0x0401, -1, 0x0401},   // an unknown one does
     {200, 0, 0x0300, 220, 644, 0x0401, 200, 0x0401},
     {220, 644, 0x0401, 200, 0, 0, -1, 0},
     {220, 644, 0x0401, 200, 0, 0x0300, 200, 0x0300},
     {300, 9000, 0x0500, 220, 644, 0x0401, 864, 0x0401},  // a record of a later version
-    {220, 644, 0x0401, 64, 0, 0x0401, -1, 0x0401},     // an output that cannot hold its own header words
+    {220, 644, 0x0401, 64, 0, 0x0401, -1, 0x0401},       // an output that cannot hold its own header words
     {72, 5, 0x0401, 220, 644, 0x0401, 77, 0x0401},
     {0, 0, 0x0401, 220, 644, 0x0401, 0, 0x0401},
 };
 
 TEST_F(Settings, ConversionCopiesWhatBothHoldAndKeepsTheOutputsForm) {
-  for (const Conversion& one : kConversions) {
-    SCOPED_TRACE(testing::Message() << one.in_size << "+" << one.in_extra << " to " << one.out_size << "+" << one.out_extra);
+  for (const auto& one : kConversions) {
+    SCOPED_TRACE(testing::Message() << one.in_size << "+" << one.in_extra << " to " << one.out_size << "+"
+                                    << one.out_extra);
     Record in(one.in_size, one.in_extra, one.in_spec);
     std::memset(reinterpret_cast<BYTE*>(in.get()) + kFormEnd, 0x11, in.size() - kFormEnd);
     const Record out(one.out_size, one.out_extra, one.out_spec);
@@ -102,14 +102,11 @@ TEST_F(Settings, ConversionCopiesWhatBothHoldAndKeepsTheOutputsForm) {
     EXPECT_EQ(out->dmSpecVersion, one.spec_written);
     EXPECT_EQ(out->dmSize, one.out_size);
     EXPECT_EQ(out->dmDriverExtra, one.out_extra);
-    if (one.copied < 0) {
-      EXPECT_EQ(out.bytes(), before);
-    } else {
-      // The bytes behind the header that were copied, and no others, are the input's.
-      const auto behind = out.span().subspan(kFormEnd);
-      const auto copied = std::count(behind.begin(), behind.end(), std::byte{0x11});
-      EXPECT_LE(copied, std::max<LONG>(one.copied - static_cast<LONG>(kFormEnd), 0));
-    }
+    if (one.copied < 0) EXPECT_EQ(out.bytes(), before);
+    // As many bytes of the input behind the header as were copied, and no more.
+    const auto behind = out.span().subspan(kFormEnd);
+    const auto copied = std::count(behind.begin(), behind.end(), std::byte{0x11});
+    EXPECT_EQ(copied, std::max<LONG>(one.copied - static_cast<LONG>(kFormEnd), 0));
   }
   Record record(220, 644);
   EXPECT_EQ(ConvertDevMode(nullptr, record.get()), -1);
@@ -124,74 +121,57 @@ TEST_F(Settings, OutputTakesTheCallersShape) {
 
   const Record whole(220, 644);
   EXPECT_TRUE(CopyDevModeToOutput(working, nullptr, whole.get()));
-  EXPECT_EQ(std::memcmp(whole.get(), &working, sizeof working), 0);
+  ExpectSame(whole.whole(), working);
 
   const Record older(188, 20, 0x0320);
   const Record out(188, 20, 0);
   EXPECT_TRUE(CopyDevModeToOutput(working, older.get(), out.get()));
   EXPECT_EQ(out->dmSpecVersion, 0x0320);
   EXPECT_EQ(out->dmPaperWidth, 1048);
-  DWORD rotated = 0;
-  std::memcpy(&rotated, reinterpret_cast<BYTE*>(out.get()) + 188 + offsetof(PrivateDevMode, rotate180), sizeof rotated);
-  EXPECT_EQ(rotated, 1u);
+  EXPECT_EQ(std::memcmp(out.bytes().data() + 188, &working.dm_private, 20), 0);
 
   const Record newer(300, 9000, 0x0500);
-  const Record roomy(300, 9000, 0x0500);
-  EXPECT_TRUE(CopyDevModeToOutput(working, newer.get(), roomy.get()));
-  EXPECT_EQ(FormOf(roomy.get()).total(), 864u) << "never larger than the driver's own";
+  for (int call = 0; call < 2; ++call) {
+    EXPECT_TRUE(CopyDevModeToOutput(working, newer.get(), newer.get())) << "one buffer as shape and output";
+    EXPECT_EQ(FormOf(newer.get()).total(), 864u) << "never larger than the driver's own";
+    ExpectSame(newer.whole(), working);
+  }
 
-  EXPECT_TRUE(CopyDevModeToOutput(working, roomy.get(), roomy.get())) << "one buffer as shape and output";
-  EXPECT_EQ(std::memcmp(roomy.get(), &working, sizeof working), 0);
-
-  const Record unknown(200, 0, 0);
   const Record kept(220, 644);
   const std::string before = kept.bytes();
-  EXPECT_FALSE(CopyDevModeToOutput(working, unknown.get(), kept.get()));
+  EXPECT_FALSE(CopyDevModeToOutput(working, Record(200, 0, 0).get(), kept.get()));
   EXPECT_EQ(kept.bytes(), before);
 }
 
 TEST_F(Settings, MergeTakesOnlyWhatTheSourceMarks) {
+  const auto fill = [](DEVMODEW& record) {
+    const RecordForm form = FormOf(&record);
+    const DWORD fields = record.dmFields;
+    std::memset(&record, 1, sizeof record);  // in every field what no default is, in texts no terminator
+    PutForm(&record, form);
+    record.dmFields = fields;
+    record.dmOrientation = 2;
+  };
   DriverDevMode expected = Defaults();
   ValidateDevmode(expected, printer());
-  const DriverDevMode nothing_set = Merged(0, [](DEVMODEW&) {});
-  EXPECT_EQ(std::memcmp(&nothing_set, &expected, sizeof expected), 0);
+  ExpectSame(Merged(0, fill), expected);
 
   expected.dm_public.dmOrientation = 2;
-  const DriverDevMode landscape = Merged(DM_ORIENTATION, [](DEVMODEW& record) { record.dmOrientation = 2; });
-  EXPECT_EQ(std::memcmp(&landscape, &expected, sizeof expected), 0);
-}
+  ExpectSame(Merged(DM_ORIENTATION, fill), expected);
 
-TEST_F(Settings, MergeCopiesEachMarkedField) {
-  const DriverDevMode merged = Merged(DM_NUP | DM_ICMMETHOD | DM_ICMINTENT | DM_MEDIATYPE | DM_DITHERTYPE | DM_COLOR |
-                                          DM_DEFAULTSOURCE | DM_TTOPTION | DM_FORMNAME | DM_PAPERSIZE,
-                                      [](DEVMODEW& record) {
-                                        record.dmNup = 1;
-                                        record.dmICMMethod = 2;
-                                        record.dmICMIntent = 3;
-                                        record.dmMediaType = 4;
-                                        record.dmDitherType = 5;
-                                        record.dmColor = 6;
-                                        record.dmDefaultSource = 7;
-                                        record.dmTTOption = 8;
-                                        record.dmPaperSize = 257;  // no form of its own: the name stays
-                                        std::fill(std::begin(record.dmFormName), std::end(record.dmFormName), L'x');
-                                      });
-  const DEVMODEW& settings = merged.dm_public;
-  EXPECT_EQ(settings.dmNup, 1u);
-  EXPECT_EQ(settings.dmICMMethod, 2u);
-  EXPECT_EQ(settings.dmICMIntent, 3u);
-  EXPECT_EQ(settings.dmMediaType, 4u);
-  EXPECT_EQ(settings.dmDitherType, 5u);
-  EXPECT_EQ(settings.dmColor, 6);
-  EXPECT_EQ(settings.dmDefaultSource, 7);
-  EXPECT_EQ(settings.dmTTOption, 8);
-  EXPECT_EQ(Text(settings.dmFormName), "") << "a name without a terminator does not fit";
-  EXPECT_EQ(settings.dmFields, 0x00015F03u | DM_NUP | DM_ICMMETHOD | DM_ICMINTENT | DM_MEDIATYPE | DM_DITHERTYPE |
-                                   DM_PAPERLENGTH | DM_PAPERWIDTH);
+  constexpr DWORD kUnchecked = DM_NUP | DM_ICMMETHOD | DM_ICMINTENT | DM_MEDIATYPE | DM_DITHERTYPE | DM_COLOR |
+                               DM_DEFAULTSOURCE | DM_TTOPTION | DM_FORMNAME;
+  DEVMODEW& settings = expected.dm_public;
+  settings.dmFields |= kUnchecked;
+  settings.dmNup = settings.dmICMMethod = settings.dmICMIntent = settings.dmMediaType = settings.dmDitherType =
+      0x01010101;
+  settings.dmColor = settings.dmDefaultSource = settings.dmTTOption = 0x0101;
+  std::memset(settings.dmFormName, 0, sizeof settings.dmFormName);  // one without a terminator does not fit
+  ExpectSame(Merged(DM_ORIENTATION | kUnchecked, fill), expected);
 }
 
 TEST_F(Settings, PrivatePartComesOnlyWithTheSignature) {
-  Record source(Defaults());
+  const Record source(Defaults());
   source.whole().dm_private.rotate180 = 1;
   source.whole().dm_private.vertOffset = -2400;
   DriverDevMode record = Defaults();
@@ -205,10 +185,10 @@ TEST_F(Settings, PrivatePartComesOnlyWithTheSignature) {
   EXPECT_EQ(record.dm_private.rotate180, 0u);
 
   // The first bytes of a private part give their fields; the rest stays the destination's.
-  Record cut(188, 16);
+  const Record cut(188, 16);
   cut->dmFields = 0;
+  source.whole().dm_private.signature ^= 1;
   std::memcpy(reinterpret_cast<BYTE*>(cut.get()) + 188, &source.whole().dm_private, 16);
-  reinterpret_cast<BYTE*>(cut.get())[188] ^= 1;
   record.dm_private.mirrorImage = 1;
   EXPECT_TRUE(MergeDevMode(record, cut.get(), printer()));
   EXPECT_EQ(record.dm_private.rotate180, 1u);
@@ -219,11 +199,11 @@ TEST_F(Settings, UnusableSourceLeavesTheDestination) {
   const DriverDevMode before = Defaults();
   DriverDevMode record = before;
   EXPECT_TRUE(MergeDevMode(record, nullptr, printer()));
-  EXPECT_EQ(std::memcmp(&record, &before, sizeof record), 0) << "not even validated";
+  ExpectSame(record, before);  // not even validated
   EXPECT_FALSE(MergeDevMode(record, Record(200, 0, 0).get(), printer()));
   platform::FailCall("calloc", 1);
   EXPECT_FALSE(MergeDevMode(record, Record(before).get(), printer()));
-  EXPECT_EQ(std::memcmp(&record, &before, sizeof record), 0);
+  ExpectSame(record, before);
 }
 
 TEST_F(Settings, ValidationForcesEveryField) {
@@ -231,83 +211,87 @@ TEST_F(Settings, ValidationForcesEveryField) {
   std::memset(&record, 0x7E, sizeof record);  // every number far out of range
   PutForm(&record.dm_public, kCurrentForm);
   record.dm_public.dmPaperSize = 9;
+  DriverDevMode expected = record;  // what is not checked stays
   ValidateDevmode(record, printer());
-  const DEVMODEW& settings = record.dm_public;
-  EXPECT_EQ(settings.dmPaperSize, 256);
-  EXPECT_EQ(Text(settings.dmFormName), "Custom");
-  EXPECT_EQ(settings.dmPaperWidth, 1048);
-  EXPECT_EQ(settings.dmPaperLength, 1270);
-  EXPECT_EQ(settings.dmOrientation, 1);
-  EXPECT_EQ(settings.dmPrintQuality, 300);
-  EXPECT_EQ(settings.dmYResolution, 300);
-  EXPECT_EQ(settings.dmCopies, 1);
-  EXPECT_EQ(settings.dmDuplex, 1);
-  EXPECT_EQ(settings.dmScale, 100);
-  EXPECT_EQ(settings.dmCollate, 0);
-  EXPECT_EQ(settings.dmFields, 0x7E7E7E7Eu | 0x0001000E);
-  EXPECT_EQ(settings.dmColor, 0x7E7E) << "not checked";
-  const PrivateDevMode& own = record.dm_private;
-  EXPECT_EQ(own.vertOffset, 0);
-  EXPECT_EQ(own.horzOffset, 0);
-  EXPECT_EQ(own.rendIntent, 1u);
-  EXPECT_EQ(own.copies, 1);
-  EXPECT_EQ(own.colorAdjust + own.rotate180 + own.mirrorImage + own.usePrivateCopies, 0u);
-  EXPECT_EQ(own.signature, 0x7E7E7E7Eu) << "not checked";
+
+  const DriverDevMode defaults = Defaults();
+  DEVMODEW& settings = expected.dm_public;
+  settings.dmPaperSize = 256;
+  std::memcpy(settings.dmFormName, defaults.dm_public.dmFormName, sizeof settings.dmFormName);
+  settings.dmPaperWidth = 1048;
+  settings.dmPaperLength = 1270;
+  settings.dmPrintQuality = settings.dmYResolution = 300;
+  settings.dmOrientation = settings.dmCopies = settings.dmDuplex = 1;
+  settings.dmScale = 100;
+  settings.dmCollate = 0;
+  settings.dmFields |= 0x0001000E;
+  PrivateDevMode& own = expected.dm_private;
+  own.vertOffset = own.horzOffset = 0;
+  own.colorAdjust = own.rotate180 = own.mirrorImage = own.usePrivateCopies = 0;
+  own.rendIntent = 1;
+  own.copies = 1;
+  ExpectSame(record, expected);
 }
 
 TEST_F(Settings, ValuesAtTheirLimitsSurviveValidation) {
-  for (const SHORT quality : {600, 300, 150, 1200}) {
-    const DriverDevMode merged = Merged(DM_PRINTQUALITY, [quality](DEVMODEW& at) { at.dmPrintQuality = quality; });
-    EXPECT_EQ(merged.dm_public.dmPrintQuality, quality == 1200 ? 300 : quality);
-    EXPECT_EQ(merged.dm_public.dmYResolution, merged.dm_public.dmPrintQuality);
+  constexpr std::pair<SHORT, SHORT> kQualities[] = {{600, 600}, {300, 300}, {150, 150}, {1200, 300}};
+  for (const auto& [quality, kept] : kQualities) {
+    const DriverDevMode merged = Merged(DM_PRINTQUALITY, [&](DEVMODEW& at) { at.dmPrintQuality = quality; });
+    EXPECT_EQ(merged.dm_public.dmPrintQuality, kept);
+    EXPECT_EQ(merged.dm_public.dmYResolution, kept);
   }
-  struct Size {
-    SHORT width, length, width_kept, length_kept;
-  };
-  for (const Size& size : {Size{10, 254, 10, 254}, {2970, 9017, 2970, 9017}, {9, 253, 1048, 1270}, {2971, 9018, 1048, 1270},
-                           {-1, -1, 1048, 1270}}) {
-    const DriverDevMode merged = Merged(DM_PAPERSIZE | DM_PAPERWIDTH | DM_PAPERLENGTH, [&size](DEVMODEW& at) {
+  constexpr SHORT kSizes[][4] = {{10, 254, 10, 254},
+                                 {2970, 9017, 2970, 9017},
+                                 {9, 253, 1048, 1270},
+                                 {2971, 9018, 1048, 1270},
+                                 {-1, -1, 1048, 1270}};
+  for (const auto& [width, length, width_kept, length_kept] : kSizes) {
+    const DriverDevMode merged = Merged(DM_PAPERSIZE | DM_PAPERWIDTH | DM_PAPERLENGTH, [&](DEVMODEW& at) {
       at.dmPaperSize = 256;
-      at.dmPaperWidth = size.width;
-      at.dmPaperLength = size.length;
+      at.dmPaperWidth = width;
+      at.dmPaperLength = length;
     });
-    EXPECT_EQ(merged.dm_public.dmPaperWidth, size.width_kept);
-    EXPECT_EQ(merged.dm_public.dmPaperLength, size.length_kept);
+    EXPECT_EQ(merged.dm_public.dmPaperWidth, width_kept);
+    EXPECT_EQ(merged.dm_public.dmPaperLength, length_kept);
+  }
+  constexpr LONG kOffsets[][2] = {{2400, 2400}, {-2400, -2400}, {2401, 0}, {-2401, 0}};
+  for (const auto& [offset, kept] : kOffsets) {
+    DriverDevMode record = Defaults();
+    record.dm_private.vertOffset = record.dm_private.horzOffset = offset;
+    record.dm_private.rendIntent = 3;
+    ValidateDevmode(record, printer());
+    EXPECT_EQ(record.dm_private.vertOffset, kept);
+    EXPECT_EQ(record.dm_private.horzOffset, kept);
+    EXPECT_EQ(record.dm_private.rendIntent, 3u);
   }
 }
 
 TEST_F(Settings, LabelNumbersResolveToTheirLabel) {
+  static constexpr char kLongName[] = "A name that is just too long for a form";
   StoreLabel(258, "Inches", "4.125", "5.000", kInches, "-1200", "2401");
-  StoreLabel(259, "A name that is just too long for a form", "101.6", "50", kMillimetres, "12", "x");
-  StoreLabel(260, "Tenths", "1016", "70000", kTenthsOfMillimetre);
-  const auto choose = [this](SHORT id) {
-    return Merged(DM_PAPERSIZE, [id](DEVMODEW& record) { record.dmPaperSize = id; });
-  };
-  const DriverDevMode inches = choose(258);
-  EXPECT_EQ(inches.dm_public.dmPaperSize, 258);
-  EXPECT_EQ(inches.dm_public.dmPaperWidth, 1048);
-  EXPECT_EQ(inches.dm_public.dmPaperLength, 1270);
-  EXPECT_EQ(Text(inches.dm_public.dmFormName), "Inches");
-  EXPECT_STREQ(inches.dm_private.labelName, "Inches");
-  EXPECT_EQ(inches.dm_private.vertOffset, -1200);
-  EXPECT_EQ(inches.dm_private.horzOffset, 0) << "out of range";
-  EXPECT_EQ(inches.dm_private.dmPaperSize, 257) << "left to the sheet";
-
-  const DriverDevMode millimetres = choose(259);
-  EXPECT_EQ(millimetres.dm_public.dmPaperWidth, 1016);
-  EXPECT_EQ(millimetres.dm_public.dmPaperLength, 500);
-  EXPECT_EQ(Text(millimetres.dm_public.dmFormName), "") << "32 characters or more";
-  EXPECT_STREQ(millimetres.dm_private.labelName, "A name that is just too long for a form");
-  EXPECT_EQ(millimetres.dm_private.vertOffset, 12);
-  EXPECT_EQ(millimetres.dm_private.horzOffset, 0) << "no number: as it was";
-
-  const DriverDevMode tenths = choose(260);
-  EXPECT_EQ(tenths.dm_public.dmPaperWidth, 1016);
-  EXPECT_EQ(tenths.dm_public.dmPaperLength, 1270) << "70000 is too long, not 4464";
-
-  const DriverDevMode deleted = choose(300);
-  EXPECT_EQ(deleted.dm_public.dmPaperSize, 300);
-  EXPECT_EQ(Text(deleted.dm_public.dmFormName), "Custom");
+  StoreLabel(259, kLongName, "101.6", "50", kMillimetres, "12", "x");
+  StoreLabel(260, "Tenths", "66552", "70000", kTenthsOfMillimetre);
+  const struct {
+    SHORT id, width, length;
+    const char* form_name;
+    const char* label_name;
+    LONG vertical, horizontal;
+  } kLabels[] = {{258, 1048, 1270, "Inches", "Inches", -1200, 0},  // the other offset is out of range
+                 {259, 1016, 500, "", kLongName, 12, 0},           // the other is no number
+                 {260, 1048, 1270, "Tenths", "Tenths", 0, 0},      // not what their low 16 bits are, 1016 and 4464
+                 {300, 1048, 1270, "Custom", "", 0, 0}};           // deleted meanwhile
+  for (const auto& label : kLabels) {
+    SCOPED_TRACE(label.id);
+    const DriverDevMode merged = Merged(DM_PAPERSIZE, [&](DEVMODEW& record) { record.dmPaperSize = label.id; });
+    EXPECT_EQ(merged.dm_public.dmPaperSize, label.id);
+    EXPECT_EQ(merged.dm_public.dmPaperWidth, label.width);
+    EXPECT_EQ(merged.dm_public.dmPaperLength, label.length);
+    EXPECT_EQ(Text(merged.dm_public.dmFormName), label.form_name);
+    EXPECT_STREQ(merged.dm_private.labelName, label.label_name);
+    EXPECT_EQ(merged.dm_private.vertOffset, label.vertical);
+    EXPECT_EQ(merged.dm_private.horzOffset, label.horizontal);
+    EXPECT_EQ(merged.dm_private.dmPaperSize, 257) << "left to the sheet";
+  }
 
   // A record whose private part says that its sizes belong to the paper already asks the store nothing.
   DriverDevMode settled = Defaults();
@@ -320,31 +304,25 @@ TEST_F(Settings, LabelNumbersResolveToTheirLabel) {
 }
 
 TEST_F(Settings, DumpShowsWhatTheRecordHolds) {
-  Record record(Defaults());
-  std::strcpy(record.whole().dm_private.labelName, "two\nlines");
-  DumpDevMode(record.get());
+  const Record whole(Defaults());
+  std::strcpy(whole.whole().dm_private.labelName, "two\nlines");
+  DumpDevMode(whole.get());
   EXPECT_TRUE(LogLines().empty()) << "tracing is off";
 
   log_mask = kMessageBit;
-  DumpDevMode(record.get());
+  DumpDevMode(whole.get());
   const auto lines = LogLines();
   ASSERT_EQ(lines.size(), 2u + 29 + 2 + 15);
-  EXPECT_EQ(lines.front(), "[Info]  <Public-DevMode>");
   EXPECT_EQ(lines[4], "[Info]  dmDriverExtra      = 644");
   EXPECT_EQ(lines[19], "[Info]  dmFormName         = Custom");
-  EXPECT_EQ(lines[26], "[Info]  dmICMMethod        = 0");
-  EXPECT_EQ(lines[32], "[Info]  signature                   = 405291008");
   EXPECT_EQ(lines[37], "[Info]  labelName                   = two?lines");
   EXPECT_EQ(lines[44], "[Info]  width_string                = 4.125");
   EXPECT_EQ(lines.back(), "[Info]  </Private-DevMode>");
 
   // Texts without a terminator, and a private part that ends early: nothing beyond is read.
-  Record cut(220, 90);
-  DumpDevMode(cut.get());
+  DumpDevMode(Record(220, 90).get());
   EXPECT_EQ(LogLines().size() - lines.size(), 2u + 29 + 2 + 8);
-
-  Record older(188, 112);
-  DumpDevMode(older.get());
+  DumpDevMode(Record(188, 112).get());
   EXPECT_EQ(LogLines().back(), "[Info]  DevMode is invalid. The values of sizeof(DEVMODE) and dmSize do not match.");
 }
 

@@ -1,5 +1,5 @@
-// What the tests of the module's logic share: a printer in the in-memory spooler, records in blocks of exactly their size,
-// and the trace log as lines.
+// What the tests of the module's logic share: a printer in the in-memory spooler, records in blocks of exactly their
+// size, and the trace log as lines.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -112,11 +112,6 @@ class ModuleTest : public testing::Test {
     for (std::string line; std::getline(file, line);) lines.push_back(line.substr(line.find("] [TID: ")));
     for (std::string& line : lines) line = line.substr(line.find("] ", 2) + 2);
     return lines;
-  }
-
-  static bool Logged(const std::string& line) {
-    const auto lines = LogLines();
-    return std::find(lines.begin(), lines.end(), line) != lines.end();
   }
 
  private:

@@ -40,7 +40,8 @@ TEST(Threads, ShareTheModule) {
       --waiting;
       while (waiting > 0) std::this_thread::yield();
       for (int round = 0; round < kRounds; ++round) {
-        // Some start documents, which switches tracing on in the middle of the others' calls; one switches it off again.
+        // Some start documents, which switches tracing on in the middle of the others' calls; one switches it off
+        // again.
         if (round % 8 == thread) DrvDocumentEvent(nullptr, nullptr, DOCUMENTEVENT_STARTDOCPRE, 0, nullptr, 0, nullptr);
         if (round % 8 == 4 && thread == 0) log_mask = 0;
         AskEverything(printer);
@@ -53,7 +54,8 @@ TEST(Threads, ShareTheModule) {
 
   std::ifstream log(platform::TempFolder() + "/r5-lqz-ui.txt");
   int lines = 0;
-  for (std::string line; std::getline(log, line); ++lines) EXPECT_EQ(line.compare(0, 24, "[2024-03-05 07:08:09.012"), 0) << line;
+  for (std::string line; std::getline(log, line); ++lines)
+    EXPECT_EQ(line.compare(0, 24, "[2024-03-05 07:08:09.012"), 0) << line;
   EXPECT_GT(lines, 0);
   EXPECT_EQ(platform::LiveBalance(), platform::Balance{});
 }

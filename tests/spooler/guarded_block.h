@@ -3,57 +3,54 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <cstring>
 
 namespace tests {
 
-/// `size` bytes, filled with `fill`, right before an inaccessible page; what lies before them on their page carries
-/// the same fill and can be checked. Addresses are as odd as the size makes them: use memcpy for what is inside.
+/// `size` bytes of poison right before an inaccessible page; what lies before them on their page is poison too and can
+/// be checked. Addresses are as odd as the size makes them: use memcpy for what is inside.
 class GuardedBlock {
  public:
-  explicit GuardedBlock(std::size_t size, BYTE fill = 0xA5) : size_(size), fill_(fill) {
-    accessible_ = (size + 64 + kPage - 1) / kPage * kPage;
-    base_ = static_cast<BYTE*>(VirtualAlloc(nullptr, accessible_ + kPage, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE));
+  static constexpr BYTE kPoison = 0xA5;
+
+  explicit GuardedBlock(std::size_t size) {
+    constexpr std::size_t kPage = 4096;
+    const std::size_t accessible = (size + 64 + kPage - 1) / kPage * kPage;
+    base_ = static_cast<BYTE*>(VirtualAlloc(nullptr, accessible + kPage, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE));
+    end_ = base_ + accessible;
     DWORD previous = 0;
-    VirtualProtect(base_ + accessible_, kPage, PAGE_NOACCESS, &previous);
-    memset(base_, fill, accessible_);
+    VirtualProtect(end_, kPage, PAGE_NOACCESS, &previous);
+    memset(base_, kPoison, accessible);
+    data_ = end_ - size;
   }
-  GuardedBlock(const void* content, std::size_t size) : GuardedBlock(size) { memcpy(data(), content, size); }
   GuardedBlock(const GuardedBlock&) = delete;
   GuardedBlock& operator=(const GuardedBlock&) = delete;
   ~GuardedBlock() { VirtualFree(base_, 0, MEM_RELEASE); }
 
-  BYTE* data() { return base_ + accessible_ - size_; }
+  BYTE* data() { return data_; }
   template <class T>
   T* As() {
-    return reinterpret_cast<T*>(data());
+    return reinterpret_cast<T*>(data_);
   }
   template <class T>
-  T Read(std::size_t offset = 0) {
+  T Read(std::size_t offset = 0) const {
     T value;
-    memcpy(&value, data() + offset, sizeof value);
+    memcpy(&value, data_ + offset, sizeof value);
     return value;
   }
-  std::size_t size() const { return size_; }
 
   /// No byte before the block was written.
-  bool FrontIntact() { return Holds(base_, data()); }
-  /// No byte of the block from `offset` on, or before it, was written.
-  bool Untouched(std::size_t offset = 0) { return Holds(data() + offset, data() + size_) && FrontIntact(); }
+  bool FrontIntact() const { return std::all_of(base_, data_, IsPoison); }
+  /// Nor any byte of it.
+  bool Untouched() const { return std::all_of(base_, end_, IsPoison); }
 
  private:
-  bool Holds(const BYTE* from, const BYTE* to) const {
-    for (; from < to; ++from) {
-      if (*from != fill_) return false;
-    }
-    return true;
-  }
+  static bool IsPoison(BYTE byte) { return byte == kPoison; }
 
-  static constexpr std::size_t kPage = 4096;
-  std::size_t size_;
-  std::size_t accessible_;
-  BYTE fill_;
   BYTE* base_;
+  BYTE* data_;
+  BYTE* end_;
 };
 
 }  // namespace tests

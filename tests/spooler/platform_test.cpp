@@ -13,51 +13,37 @@ namespace {
 
 using platform::RegistryDeletePrinterKey;
 using platform::RegistryEnumPrinterKey;
+using PrinterKeysTest = SpoolerTest;
 
-struct PrinterKeysTest : SpoolerTest {
-  static constexpr wchar_t kKey[] = L"Label Sizes";
-};
+constexpr wchar_t kKey[] = L"Label Sizes";
 
-TEST_F(PrinterKeysTest, ListsAreMeasuredInBytesAndEndedByAnEmptyName) {
+TEST_F(PrinterKeysTest, AreListedByBytesAndDeletedWithAllBeneathThem) {
   DWORD needed = 77;
-  EXPECT_EQ(DWORD{ERROR_FILE_NOT_FOUND}, RegistryEnumPrinterKey(Printer(), kKey, nullptr, 0, &needed));
-  EXPECT_EQ(DWORD{ERROR_INVALID_HANDLE}, RegistryEnumPrinterKey(nullptr, kKey, nullptr, 0, &needed));
-  EXPECT_EQ(DWORD{ERROR_INVALID_PARAMETER}, RegistryEnumPrinterKey(Printer(), nullptr, nullptr, 0, &needed));
-  EXPECT_EQ(77u, needed);
+  EXPECT_EQ(RegistryEnumPrinterKey(Printer(), kKey, nullptr, 0, &needed), DWORD{ERROR_FILE_NOT_FOUND});
+  EXPECT_EQ(RegistryEnumPrinterKey(nullptr, kKey, nullptr, 0, &needed), DWORD{ERROR_INVALID_HANDLE});
+  EXPECT_EQ(RegistryEnumPrinterKey(Printer(), nullptr, nullptr, 0, &needed), DWORD{ERROR_INVALID_PARAMETER});
+  EXPECT_EQ(needed, 77u);
 
   Store({258, "a", "1", "1", "0", "0", 0});
   Store({300, "b", "1", "1", "0", "0", 0});
-  constexpr wchar_t kNames[] =
-      L"258\0"
-      L"300\0";
-  EXPECT_EQ(DWORD{ERROR_MORE_DATA}, RegistryEnumPrinterKey(Printer(), kKey, nullptr, 0, &needed));
-  ASSERT_EQ(sizeof kNames, needed);
+  constexpr wchar_t kNames[] = L"258\000300\0";
+  EXPECT_EQ(RegistryEnumPrinterKey(Printer(), kKey, nullptr, 0, &needed), DWORD{ERROR_MORE_DATA});
+  ASSERT_EQ(needed, sizeof kNames);
   wchar_t names[16];
   memset(names, 0xA5, sizeof names);
-  EXPECT_EQ(DWORD{ERROR_MORE_DATA}, RegistryEnumPrinterKey(Printer(), kKey, names, needed - 1, &needed));
-  EXPECT_EQ(0xA5A5, names[0]) << "a list that does not fit is not begun";
-  EXPECT_EQ(0u, RegistryEnumPrinterKey(Printer(), kKey, names, needed, &needed));
-  EXPECT_EQ(0, memcmp(kNames, names, sizeof kNames));
-  EXPECT_EQ(0xA5A5, names[std::size(kNames)]);
-  // A key without keys of its own lists nothing but the end.
-  EXPECT_EQ(0u, RegistryEnumPrinterKey(Printer(), L"Label Sizes\\258", names, sizeof names, &needed));
-  EXPECT_EQ(sizeof(wchar_t), needed);
-  EXPECT_EQ(0, names[0]);
-}
+  EXPECT_EQ(RegistryEnumPrinterKey(Printer(), kKey, names, needed - 1, &needed), DWORD{ERROR_MORE_DATA});
+  EXPECT_EQ(names[0], 0xA5A5) << "a list that does not fit is not begun";
+  EXPECT_EQ(RegistryEnumPrinterKey(Printer(), kKey, names, needed, &needed), 0u);
+  EXPECT_EQ(memcmp(names, kNames, sizeof kNames), 0);
+  EXPECT_EQ(names[std::size(kNames)], 0xA5A5);
 
-TEST_F(PrinterKeysTest, KeysGoWithAllThatIsBeneathThem) {
-  Store({258, "a", "1", "1", "0", "0", 0});
-  Store({259, "b", "1", "1", "0", "0", 0});
-  DWORD needed = 0;
-  EXPECT_EQ(0u, RegistryDeletePrinterKey(Printer(), L"Label Sizes\\258"));
-  EXPECT_EQ(DWORD{ERROR_FILE_NOT_FOUND}, RegistryDeletePrinterKey(Printer(), L"Label Sizes\\258"));
-  wchar_t names[8];
-  EXPECT_EQ(0u, RegistryEnumPrinterKey(Printer(), kKey, names, sizeof names, &needed));
-  EXPECT_EQ("259", Narrow(names, 8));
-  EXPECT_EQ(0u, RegistryDeletePrinterKey(Printer(), L""));
-  EXPECT_EQ(DWORD{ERROR_FILE_NOT_FOUND}, RegistryEnumPrinterKey(Printer(), kKey, nullptr, 0, &needed));
-  EXPECT_EQ(864, DocumentPropertiesW(nullptr, Printer(), PrinterName(), nullptr, nullptr, 0)) << "the printer is gone";
-  EXPECT_EQ(DWORD{ERROR_INVALID_HANDLE}, RegistryDeletePrinterKey(nullptr, kKey));
+  EXPECT_EQ(RegistryDeletePrinterKey(Printer(), L"Label Sizes\\258"), 0u);
+  EXPECT_EQ(RegistryDeletePrinterKey(Printer(), L"Label Sizes\\258"), DWORD{ERROR_FILE_NOT_FOUND});
+  EXPECT_EQ(RegistryEnumPrinterKey(Printer(), kKey, names, sizeof names, &needed), 0u);
+  EXPECT_EQ(Narrow(names, 8), "300");
+  EXPECT_EQ(RegistryDeletePrinterKey(Printer(), L""), 0u);
+  EXPECT_EQ(RegistryEnumPrinterKey(Printer(), kKey, nullptr, 0, &needed), DWORD{ERROR_FILE_NOT_FOUND});
+  EXPECT_EQ(DocumentPropertiesW(nullptr, Printer(), PrinterName(), nullptr, nullptr, 0), 864) << "the printer is gone";
 }
 
 DWORD WINAPI FixedTicks() {
@@ -75,58 +61,47 @@ TEST(ImportPatch, ReplacesAndRestoresAnOrdinaryImport) {
   {
     auto patch = platform::ReplaceImport(self, "KERNEL32.dll", "GetTickCount", reinterpret_cast<void*>(&FixedTicks));
     ASSERT_TRUE(patch);
-    EXPECT_EQ(4711u, AskTicks());
-    EXPECT_NE(4711u, patch.Previous<decltype(&GetTickCount)>()());
+    EXPECT_EQ(AskTicks(), 4711u);
+    EXPECT_NE(patch.Previous<decltype(&GetTickCount)>()(), 4711u);
     const platform::ImportPatch moved = std::move(patch);
-    EXPECT_EQ(4711u, AskTicks()) << "moving the owner must not end it";
+    EXPECT_EQ(AskTicks(), 4711u) << "moving the owner must not end it";
   }
-  EXPECT_NE(4711u, AskTicks());
+  EXPECT_NE(AskTicks(), 4711u);
   EXPECT_FALSE(platform::ReplaceImport(self, "kernel32.dll", "NoSuchFunction", nullptr));
-  EXPECT_FALSE(platform::ReplaceImport(self, "nosuch.dll", "GetTickCount", nullptr));
 }
 
 // As much of a loaded module as has a delay-load table; the linker here makes none that its directory names.
 struct DelayingModule {
-  IMAGE_DOS_HEADER dos{};
-  IMAGE_NT_HEADERS64 headers{};
-  IMAGE_DELAYLOAD_DESCRIPTOR table[2]{};
-  char dll[16] = "version.dll";
-  IMAGE_THUNK_DATA64 names[3]{};
-  IMAGE_THUNK_DATA64 addresses[3]{};
-  struct {
-    WORD hint = 0;
-    char name[22] = "VerLanguageNameW";
-  } import;
-
-  DelayingModule() {
-    dos.e_lfanew = static_cast<LONG>(Offset(&headers));
-    headers.OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_DELAY_IMPORT] = {Offset(table), sizeof table};
-    table[0].DllNameRVA = Offset(dll);
-    table[0].ImportNameTableRVA = Offset(names);
-    table[0].ImportAddressTableRVA = Offset(addresses);
-    names[0].u1.Ordinal = IMAGE_ORDINAL_FLAG64 | 7;
-    names[1].u1.AddressOfData = Offset(&import);
-    addresses[1].u1.Function = kLoaderStub;
-  }
-  DWORD Offset(const void* member) const {
-    return static_cast<DWORD>(static_cast<const BYTE*>(member) - reinterpret_cast<const BYTE*>(this));
-  }
-  static constexpr ULONGLONG kLoaderStub = 0x1234;
+  IMAGE_DOS_HEADER dos;
+  IMAGE_NT_HEADERS64 headers;
+  IMAGE_DELAYLOAD_DESCRIPTOR table[2];
+  IMAGE_THUNK_DATA64 names[2];
+  IMAGE_THUNK_DATA64 addresses[2];
+  char dll[12];
+  WORD hint;
+  char import[17];
 };
 
-TEST(ImportPatch, ADelayedImportsPreviousFunctionIsTheOneBehindTheLoadersStub) {
-  DelayingModule module;
-  const auto replacement = reinterpret_cast<ULONGLONG>(&FixedTicks);
+TEST(ImportPatch, DelayedImportsPreviousFunctionIsTheOneBehindTheLoadersStub) {
+  constexpr ULONGLONG kLoaderStub = 0x1234;
+  DelayingModule module{.dll = "version.dll", .import = "VerLanguageNameW"};
+  module.dos.e_lfanew = offsetof(DelayingModule, headers);
+  module.headers.OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_DELAY_IMPORT] = {offsetof(DelayingModule, table),
+                                                                                     sizeof module.table};
+  module.table[0].DllNameRVA = offsetof(DelayingModule, dll);
+  module.table[0].ImportNameTableRVA = offsetof(DelayingModule, names);
+  module.table[0].ImportAddressTableRVA = offsetof(DelayingModule, addresses);
+  module.names[0].u1.AddressOfData = offsetof(DelayingModule, hint);
+  module.addresses[0].u1.Function = kLoaderStub;
   {
     const auto patch = platform::ReplaceImport(reinterpret_cast<HMODULE>(&module), "VERSION.dll", "VerLanguageNameW",
-                                               reinterpret_cast<void*>(replacement));
+                                               reinterpret_cast<void*>(&FixedTicks));
     ASSERT_TRUE(patch);
-    EXPECT_EQ(replacement, module.addresses[1].u1.Function);
-    EXPECT_EQ(0u, module.addresses[0].u1.Function) << "an import by number has no name to match";
+    EXPECT_EQ(module.addresses[0].u1.Function, reinterpret_cast<ULONGLONG>(&FixedTicks));
     wchar_t name[64];
-    EXPECT_NE(0u, patch.Previous<decltype(&VerLanguageNameW)>()(0x409, name, std::size(name)));
+    EXPECT_NE(patch.Previous<decltype(&VerLanguageNameW)>()(0x409, name, std::size(name)), 0u);
   }
-  EXPECT_EQ(DelayingModule::kLoaderStub, module.addresses[1].u1.Function);
+  EXPECT_EQ(module.addresses[0].u1.Function, kLoaderStub);
 }
 
 }  // namespace

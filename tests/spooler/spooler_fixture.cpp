@@ -10,8 +10,6 @@ constexpr wchar_t kModuleFromHere[] = L"..\\..\\r5-lqz-ui.dll";
 constexpr unsigned kStallSeconds = 45;
 
 platform::InstalledPrinter installed;
-bool tried;
-platform::StepResult outcome;
 
 class Removal : public testing::Environment {
  public:
@@ -30,10 +28,7 @@ const bool prepared = [] {
 }  // namespace
 
 std::string Narrow(const wchar_t* text, std::size_t capacity) {
-  char narrow[1024];
-  const int length = WideCharToMultiByte(CP_UTF8, 0, text, static_cast<int>(wcsnlen(text, capacity)), narrow,
-                                         sizeof narrow, nullptr, nullptr);
-  return std::string(narrow, static_cast<std::size_t>(length));
+  return std::string(text, text + wcsnlen(text, capacity));
 }
 
 std::wstring ModulePath() {
@@ -45,11 +40,8 @@ std::wstring ModulePath() {
 }
 
 void SpoolerTest::SetUp() {
-  if (!tried) {
-    tried = true;
-    outcome =
-        platform::InstallPrinter({ModulePath(), L"R5-LQZ tested driver", L"R5-LQZ tested printer", {}}, installed);
-  }
+  static const platform::StepResult outcome =
+      platform::InstallPrinter({ModulePath(), L"R5-LQZ tested driver", L"R5-LQZ tested printer", {}}, installed);
   ASSERT_TRUE(outcome.Held()) << outcome.call << " answered " << outcome.code;
   ASSERT_EQ(0u, platform::RemoveLabelStocks(Printer()));
 }
@@ -63,6 +55,7 @@ wchar_t* SpoolerTest::PrinterName() {
 const platform::DriverEntries& SpoolerTest::Driver() {
   return installed.entries;
 }
+
 HMODULE SpoolerTest::Module() {
   return installed.module;
 }

@@ -5,7 +5,6 @@
 #include <windows.h>
 
 #include <string>
-#include <vector>
 
 #include "label_stock.h"
 #include "settings/driver_devmode.h"
@@ -13,9 +12,7 @@
 
 namespace tests {
 
-constexpr DWORD kPoisonedError = 0xDEAD;  // a last error that no call sets
-
-/// Narrow text of a fixed-size wide one, for comparing and printing.
+/// A fixed-size wide text of ASCII characters as a narrow one, for comparing and printing.
 std::string Narrow(const wchar_t* text, std::size_t capacity);
 
 /// The module file that the build made.
@@ -30,7 +27,7 @@ class SpoolerTest : public testing::Test {
   static wchar_t* PrinterName();
   static const platform::DriverEntries& Driver();
   static HMODULE Module();
-  void Store(const platform::LabelStock& stock);
+  static void Store(const platform::LabelStock& stock);
   /// The driver's default record, straight from it.
   static r5lqz::DriverDevMode Defaults();
 };

@@ -13,9 +13,7 @@ namespace {
 constexpr UINT kExitCode = 3;
 constexpr int kFrames = 24;
 
-// Copied at the start of a test, so that nothing is asked of a program in a bad state.
-char current_test[256] = "no test";
-std::atomic<unsigned> generation;
+std::atomic<unsigned> tests_started;
 HANDLE test_thread;
 DWORD limit;  // milliseconds
 
@@ -51,58 +49,44 @@ void PrintStack(CONTEXT context) {
 
 LONG WINAPI OnCrash(EXCEPTION_POINTERS* exception) {
   const auto& record = *exception->ExceptionRecord;
-  fprintf(stderr, "%s: exception 0x%lx", current_test, record.ExceptionCode);
-  if (record.ExceptionCode == EXCEPTION_ACCESS_VIOLATION) {
-    fprintf(stderr, ", %s 0x%llx", record.ExceptionInformation[0] ? "writing" : "reading",
-            static_cast<unsigned long long>(record.ExceptionInformation[1]));
-  }
-  fprintf(stderr, ", at\n");
+  // Of an access violation, the second parameter is the address that was touched.
+  const auto touched = record.NumberParameters > 1 ? record.ExceptionInformation[1] : 0;
+  fprintf(stderr, "exception 0x%lx (0x%llx), at\n", record.ExceptionCode, static_cast<unsigned long long>(touched));
   PrintStack(*exception->ContextRecord);
-  fflush(stderr);
   TerminateProcess(GetCurrentProcess(), kExitCode);
   return EXCEPTION_EXECUTE_HANDLER;
 }
 
 DWORD WINAPI Watch(void*) {
-  for (unsigned seen = generation;; seen = generation) {
-    for (DWORD waited = 0; seen == generation; waited += 100) {
+  for (unsigned seen = tests_started;; seen = tests_started) {
+    for (DWORD waited = 0; seen == tests_started; waited += 100) {
       Sleep(100);
       if (waited < limit) continue;
-      fprintf(stderr, "%s: stalled for %lu ms, at\n", current_test, waited);
-      fflush(stderr);
+      fprintf(stderr, "stalled for %lu ms, at\n", waited);
       SuspendThread(test_thread);
       CONTEXT context{};
       context.ContextFlags = CONTEXT_FULL;
       if (GetThreadContext(test_thread, &context)) PrintStack(context);
-      fflush(stderr);
       TerminateProcess(GetCurrentProcess(), kExitCode);
     }
   }
 }
 
-class Listener : public testing::EmptyTestEventListener {
-  void OnTestStart(const testing::TestInfo& test) override {
-    snprintf(current_test, sizeof current_test, "%s.%s", test.test_suite_name(), test.name());
-    ++generation;
-  }
-};
-
-class Environment : public testing::Environment {
- public:
-  void SetUp() override {
-    DuplicateHandle(GetCurrentProcess(), GetCurrentThread(), GetCurrentProcess(), &test_thread, 0, FALSE,
-                    DUPLICATE_SAME_ACCESS);
+class Watchdog : public testing::EmptyTestEventListener {
+  void OnTestProgramStart(const testing::UnitTest&) override {
+    const HANDLE self = GetCurrentProcess();
+    DuplicateHandle(self, GetCurrentThread(), self, &test_thread, 0, FALSE, DUPLICATE_SAME_ACCESS);
     SetUnhandledExceptionFilter(OnCrash);
     CloseHandle(CreateThread(nullptr, 0, Watch, nullptr, 0, nullptr));
   }
+  void OnTestStart(const testing::TestInfo&) override { ++tests_started; }
 };
 
 }  // namespace
 
 void StartWatchdog(unsigned seconds) {
   limit = seconds * 1000;
-  testing::UnitTest::GetInstance()->listeners().Append(new Listener);
-  testing::AddGlobalTestEnvironment(new Environment);
+  testing::UnitTest::GetInstance()->listeners().Append(new Watchdog);
 }
 
 }  // namespace tests

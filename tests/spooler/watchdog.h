@@ -3,8 +3,9 @@
 
 namespace tests {
 
-/// Registers the watchdog with GoogleTest: a test that runs longer than `seconds` ends the program with code 3, its
-/// name and the call stack of the thread that runs the tests; so does a crash of any thread, at once.
+/// Registers the watchdog with GoogleTest: a test that runs longer than `seconds` ends the program with code 3 and the
+/// call stack of the thread that runs the tests; so does a crash of any thread, at once. GoogleTest has said which
+/// test.
 void StartWatchdog(unsigned seconds);
 
 }  // namespace tests

@@ -1,14 +1,12 @@
 #include "peer_process.h"
 
 #include <cstdio>
+#include <string_view>
 #include <thread>
 #include <vector>
 
 #include "diag/trace.h"
-#include "entry/printer_interface.h"
 #include "trace_folder.h"
-
-extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID reserved);
 
 namespace tests {
 namespace {
@@ -18,53 +16,29 @@ constexpr char kRoleOption[] = "--role";
 constexpr int kNoRole = -1;
 constexpr int kFault = 99;
 
-// What a peer is given on its command line.
-struct Call {
-  std::string role;
-  std::string events;
-  int number;
-};
-
 HANDLE PeerEvent(const std::string& events, const char* which) {
   return CreateEventA(nullptr, FALSE, FALSE, (events + which).c_str());
 }
 
-bool ReportAndWait(const Call& call) {
-  SetEvent(PeerEvent(call.events, ".ready"));
-  return WaitForSingleObject(PeerEvent(call.events, ".go"), kPatience) == WAIT_OBJECT_0;
+bool ReportAndWait(const std::string& events) {
+  SetEvent(PeerEvent(events, ".ready"));
+  return WaitForSingleObject(PeerEvent(events, ".go"), kPatience) == WAIT_OBJECT_0;
 }
 
-void AttachModule() {
-  DllMain(GetModuleHandleA(nullptr), DLL_PROCESS_ATTACH, nullptr);
-}
-
-int HoldLock(const Call& call, bool give_back) {
+int HoldLock(const std::string& events, bool give_back) {
   const HANDLE lock = CreateMutexA(nullptr, FALSE, kLock);
-  if (WaitForSingleObject(lock, kPatience) != WAIT_OBJECT_0 || !ReportAndWait(call)) return kFault;
+  if (WaitForSingleObject(lock, kPatience) != WAIT_OBJECT_0 || !ReportAndWait(events)) return kFault;
   if (give_back) ReleaseMutex(lock);
   return 0;
 }
 
-int ShowMasks(const Call& call) {
-  AttachModule();
-  const DWORD at_first = r5lqz::log_mask;
-  for (int event = 0; event < 20; ++event) {
-    if (event != DOCUMENTEVENT_STARTDOCPRE) DrvDocumentEvent(nullptr, nullptr, event, 0, nullptr, 0, nullptr);
-  }
-  const DWORD after_others = r5lqz::log_mask;
-  DrvDocumentEvent(nullptr, nullptr, DOCUMENTEVENT_STARTDOCPRE, 0, nullptr, 0, nullptr);
-  const DWORD after_start = r5lqz::log_mask;
-  return ReportAndWait(call) ? static_cast<int>(at_first | after_others << 4 | after_start << 8) : kFault;
-}
-
-int WriteRecords(const Call& call) {
-  AttachModule();
-  if (!ReportAndWait(call)) return kFault;
+int WriteRecords(const std::string& events, int writer) {
+  if (!ReportAndWait(events)) return kFault;
   std::vector<std::thread> threads;
   for (int thread = 0; thread < kWriterThreads; ++thread) {
-    threads.emplace_back([&call, thread] {
+    threads.emplace_back([writer, thread] {
       for (int number = 0; number < kWriterRecords; ++number) {
-        r5lqz::LogMessage(r5lqz::kInfoLevel, "%s", WriterMessage(call.number, thread, number).c_str());
+        r5lqz::LogMessage(r5lqz::kInfoLevel, "%s", WriterMessage(writer, thread, number).c_str());
       }
     });
   }
@@ -81,16 +55,15 @@ std::string WriterMessage(int writer, int thread, int number) {
   return head + std::string(filling, static_cast<char>('a' + writer * kWriterThreads + thread));
 }
 
-Peer::Peer(const std::string& role, int number) {
-  const std::string events =
-      std::string(kProgram) + '.' + std::to_string(GetCurrentProcessId()) + '.' + role + std::to_string(number);
+Peer::Peer(Role role, int number) {
+  const std::string numbers = std::to_string(static_cast<int>(role)) + ' ' + std::to_string(number);
+  const std::string events = "trace_log_test." + std::to_string(GetCurrentProcessId()) + '.' + std::to_string(number);
   ready_event_ = PeerEvent(events, ".ready");
-  go_ = PeerEvent(events, ".go");
+  go_event_ = PeerEvent(events, ".go");
 
   char program[MAX_PATH] = "";
   GetModuleFileNameA(nullptr, program, sizeof program);
-  std::string line =
-      '"' + std::string(program) + "\" " + kRoleOption + ' ' + role + ' ' + events + ' ' + std::to_string(number);
+  std::string line = '"' + std::string(program) + "\" " + kRoleOption + ' ' + events + ' ' + numbers;
   STARTUPINFOA startup{sizeof startup};
   PROCESS_INFORMATION created{};
   if (!CreateProcessA(program, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &created)) return;
@@ -106,7 +79,7 @@ Peer::~Peer() {
     WaitForSingleObject(process_, kPatience);
     CloseHandle(process_);
   }
-  CloseHandle(go_);
+  CloseHandle(go_event_);
   CloseHandle(ready_event_);
 }
 
@@ -119,11 +92,15 @@ DWORD Peer::Finish() {
 
 int PlayRole(int argc, char** argv) {
   if (argc != 5 || argv[1] != std::string_view(kRoleOption)) return kNoRole;
-  const Call call{argv[2], argv[3], atoi(argv[4])};
-  if (call.role == "hold") return HoldLock(call, true);
-  if (call.role == "die") return HoldLock(call, false);
-  if (call.role == "attach") return ShowMasks(call);
-  if (call.role == "write") return WriteRecords(call);
+  const std::string events = argv[2];
+  switch (static_cast<Role>(atoi(argv[3]))) {
+    case Role::kHold:
+      return HoldLock(events, true);
+    case Role::kDie:
+      return HoldLock(events, false);
+    case Role::kWrite:
+      return WriteRecords(events, atoi(argv[4]));
+  }
   return kFault;
 }
 

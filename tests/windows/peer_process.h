@@ -7,16 +7,22 @@
 
 namespace tests {
 
-// Starts `role` and waits until it is in place. It goes on when told, and is ended with its owner if it still runs.
+enum class Role {
+  kHold,   // takes the log's lock, and gives it back when told to go on
+  kDie,    // takes the log's lock, and ends with it when told
+  kWrite,  // writes kWriterRecords records from each of kWriterThreads threads at once when told
+};
+
+// Starts a process and waits until it is in place. It goes on when told, and is ended with its owner if it still runs.
 class Peer {
  public:
-  explicit Peer(const std::string& role, int number = 0);
+  explicit Peer(Role role, int number = 0);
   ~Peer();
   Peer(const Peer&) = delete;
   Peer& operator=(const Peer&) = delete;
 
   bool ready() const { return ready_; }
-  void Go() { SetEvent(go_); }
+  void Go() { SetEvent(go_event_); }
   // Tells it to go on and waits for its end: its exit code, or kStalled.
   DWORD Finish();
 
@@ -24,17 +30,11 @@ class Peer {
 
  private:
   HANDLE ready_event_;
-  HANDLE go_;
+  HANDLE go_event_;
   HANDLE process_ = nullptr;
   bool ready_ = false;
 };
 
-// The roles:
-// "hold"   takes the log's lock, and gives it back when told;
-// "die"    takes the log's lock, and ends with it when told;
-// "attach" attaches the module; answers the mask then, after every event but a document's start, and after that (4
-//          bits each, first lowest);
-// "write"  writes kWriterRecords records from each of kWriterThreads threads at once when told.
 inline constexpr int kWriterThreads = 4;
 inline constexpr int kWriterRecords = 200;  // of each thread
 

@@ -10,11 +10,13 @@ namespace tests {
 namespace {
 
 // Wine waits two seconds for a window manager to say that a window is gone, and a bare display has none: this program's
-// windows are not to be managed. Read when the first window is made.
+// windows are not to be managed. Read before this runs, so that it holds from the next run on: listing the tests is one.
 const bool unmanaged = [] {
-  constexpr wchar_t kKey[] = L"Software\\Wine\\AppDefaults\\sheets_test.exe\\X11 Driver";
+  wchar_t path[MAX_PATH];
+  GetModuleFileNameW(nullptr, path, MAX_PATH);
+  const std::wstring key = std::wstring(L"Software\\Wine\\AppDefaults") + wcsrchr(path, L'\\') + L"\\X11 Driver";
   return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") &&
-         !RegSetKeyValueW(HKEY_CURRENT_USER, kKey, L"Managed", REG_SZ, L"N", sizeof L"N");
+         !RegSetKeyValueW(HKEY_CURRENT_USER, key.c_str(), L"Managed", REG_SZ, L"N", sizeof L"N");
 }();
 
 Watch* watching = nullptr;
@@ -98,6 +100,11 @@ bool SheetUser::Open(const std::string& title) const {
   const auto index = std::find(titles.begin(), titles.end(), title) - titles.begin();
   SendMessageW(sheet_, PSM_SETCURSEL, static_cast<WPARAM>(index), 0);
   return Tab() && SendMessageW(sheet_, PSM_HWNDTOINDEX, reinterpret_cast<WPARAM>(Tab()), 0) == index;
+}
+
+HWND SheetUser::Tab() const {
+  const auto tab = reinterpret_cast<HWND>(SendMessageW(sheet_, PSM_GETCURRENTPAGEHWND, 0, 0));
+  return tab ? tab : sheet_;
 }
 
 LRESULT SheetUser::Send(int id, UINT message, WPARAM first, LPARAM second) const {

@@ -26,7 +26,8 @@ class SheetUser {
   Texts Titles() const;
   // Turns to a tab. False: there is none of that title, or the current one is not left.
   bool Open(const std::string& title) const;
-  HWND Tab() const { return reinterpret_cast<HWND>(SendMessageW(sheet_, PSM_GETCURRENTPAGEHWND, 0, 0)); }
+  // The tab that is worked on; a dialog without tabs is one by itself.
+  HWND Tab() const;
   LRESULT Send(int id, UINT message, WPARAM first = 0, LPARAM second = 0) const;
 
   std::string Text(int id) const;  // of a combo box: the selected entry's

@@ -143,13 +143,14 @@ TEST_F(Protocol, WritesTheOutputInTheCallersSizeWhereItMay) {
                 {DM_NOPERMISSION | DM_OUT_BUFFER, false, true},
                 {DM_NOPERMISSION | DM_OUT_DEFAULT, false, true}};
   constexpr WORD kSize = 188, kExtra = 112;
-  GuardedBlock shape(kSize + kExtra, 0);
+  GuardedBlock shape(kSize + kExtra);
+  memset(shape.data(), 0, kSize + kExtra);
   r5lqz::PutForm(shape.As<DEVMODEW>(), {0x0320, 0x0350, kSize, kExtra});
   for (const auto& [mode, applied, closed] : kModes) {
     for (const bool apply : {true, false}) {
       for (const int button : {PSBTN_OK, PSBTN_CANCEL}) {
         SCOPED_TRACE(testing::Message() << mode << " " << button << " " << apply);
-        GuardedBlock older(shape.size());
+        GuardedBlock older(kSize + kExtra);
         auto header = Header(shape.data(), older.data(), mode);
         watch->shown.clear();
         const auto outcome = ShowSheet(document_entry, &header, [&](SheetUser& user) {

@@ -206,7 +206,7 @@ TEST_F(Device, ShowsAndStoresItsOption) {
 }
 
 TEST_F(SheetTest, AboutAndDeviceNameVersionAndYear) {
-  const std::string notice = "\u00A9 " + std::string(__DATE__).substr(7) + " Brindlewick. All rights reserved.";
+  const std::string notice = "\xA9 " + std::string(__DATE__).substr(7) + " Brindlewick. All rights reserved.";
   const auto expect_texts = [&](const char* tab, int version_id, int notice_id) {
     return [&, tab, version_id, notice_id](SheetUser& user) {
       ASSERT_TRUE(user.Open(tab));

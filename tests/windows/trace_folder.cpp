@@ -2,10 +2,9 @@
 
 #include <filesystem>
 #include <fstream>
+#include <regex>
 
 #include "diag/trace.h"
-
-extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID reserved);
 
 namespace tests {
 namespace {
@@ -13,59 +12,31 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr char kAside[] = "c:\\temp.before-trace-tests";
+constexpr std::size_t kLongestHead = 64;  // more than time and thread take
 
-void RemoveFolder(const char* path) {
-  std::error_code error;
-  if (fs::is_directory(path, error)) {
-    for (const auto& entry : fs::directory_iterator(path, error)) {
-      SetFileAttributesW(entry.path().c_str(), FILE_ATTRIBUTE_NORMAL);
-    }
-  }
-  fs::remove_all(path, error);
-}
-
-// Takes `pattern` off the front of `line`, where "0" stands for any digit.
-bool Take(std::string_view& line, std::string_view pattern) {
-  if (line.size() < pattern.size()) return false;
-  for (std::size_t i = 0; i < pattern.size(); ++i) {
-    const bool fits = pattern[i] == '0' ? isdigit(static_cast<unsigned char>(line[i])) : line[i] == pattern[i];
-    if (!fits) return false;
-  }
-  line.remove_prefix(pattern.size());
-  return true;
-}
-
-bool ParseRecord(std::string_view line, Record& record) {
-  const std::string_view whole = line;
-  if (!Take(line, "[0000-00-00 00:00:00.000] [TID: ")) return false;
-  record.time = whole.substr(1, sizeof "yyyy-mm-dd hh:mm:ss.mmm" - 1);
-  const std::size_t digits = line.find_first_not_of("0123456789");
-  if (digits == 0 || digits == line.npos) return false;
-  record.thread = static_cast<DWORD>(strtoul(std::string(line.substr(0, digits)).c_str(), nullptr, 10));
-  line.remove_prefix(digits);
-  if (!Take(line, "] ")) return false;
-  record.text = line;
-  return line.find_first_of("\r\n") == line.npos;
+bool ParseRecord(const std::string& line, Record& record) {
+  static const std::regex head_form(R"(\[(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3})\] \[TID: (\d+)\] )");
+  const std::string head = line.substr(0, kLongestHead);
+  std::smatch parts;
+  if (!std::regex_search(head, parts, head_form, std::regex_constants::match_continuous)) return false;
+  record = {parts[1], static_cast<DWORD>(std::stoul(parts[2])), line.substr(static_cast<std::size_t>(parts.length()))};
+  return record.text.find_first_of("\r\n") == std::string::npos;
 }
 
 }  // namespace
 
 TraceFolder::TraceFolder() {
-  std::error_code error;
   // A program that ended half-way left its own folder in the place of the one put aside.
-  if (fs::exists(kAside, error)) {
-    RemoveFolder(kFolder);
-  } else {
+  if (!fs::exists(kAside)) {
     CreateDirectoryA(kFolder, nullptr);  // so that there is always one to put aside
     MoveFileA(kFolder, kAside);
   }
-  if (!CreateDirectoryA(kFolder, nullptr)) ADD_FAILURE() << "no folder to work in: " << GetLastError();
-  DllMain(GetModuleHandleA(nullptr), DLL_PROCESS_ATTACH, nullptr);
-  r5lqz::log_mask = 0;
+  fs::remove_all(kFolder);
+  fs::create_directory(kFolder);
 }
 
 TraceFolder::~TraceFolder() {
-  RemoveFolder(kFolder);
+  fs::remove_all(kFolder);
   MoveFileA(kAside, kFolder);
 }
 
@@ -82,37 +53,34 @@ std::string ReadBytes(const std::string& path, long long offset) {
 }
 
 void WriteBytes(const std::string& path, std::string_view bytes) {
-  std::ofstream(path, std::ios::binary).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-}
-
-void MakeLarge(const std::string& path, long long size) {
-  WriteBytes(path, "");
-  std::error_code error;
-  fs::resize_file(path, static_cast<std::uintmax_t>(size), error);
-  ASSERT_FALSE(error) << error.message();
-  ASSERT_EQ(SizeOf(path), size);
+  std::ofstream(path, std::ios::binary) << bytes;
 }
 
 std::vector<Record> ReadRecords(const std::string& path, long long offset) {
   std::vector<Record> records;
   const std::string bytes = ReadBytes(path, offset);
-  for (std::string_view rest = bytes; !rest.empty();) {
-    const std::size_t end = rest.find("\r\n");
-    Record record;
-    if (end == rest.npos || !ParseRecord(rest.substr(0, end), record)) {
-      ADD_FAILURE() << "no record: " << rest.substr(0, std::min<std::size_t>(end, 200));
-      if (end == rest.npos) break;
+  for (std::size_t at = 0; at < bytes.size();) {
+    const std::size_t end = std::min(bytes.find("\r\n", at), bytes.size());
+    if (Record record; ParseRecord(bytes.substr(at, end - at), record) && end < bytes.size()) {
+      records.push_back(record);
+    } else {
+      ADD_FAILURE() << "no record: " << bytes.substr(at, std::min<std::size_t>(end - at, 200));
     }
-    records.push_back(record);
-    rest.remove_prefix(end + 2);
+    at = end + 2;
   }
   return records;
 }
 
-void Log(DWORD level, const std::string& message) {
+std::vector<std::string> ReadTexts(const std::string& path, long long offset) {
+  std::vector<std::string> texts;
+  for (const Record& record : ReadRecords(path, offset)) texts.push_back(record.text);
+  return texts;
+}
+
+void Log(const std::string& message) {
   constexpr DWORD kEarlierError = 0xBEEF;
   SetLastError(kEarlierError);
-  r5lqz::LogMessage(level, "%s", message.c_str());
+  r5lqz::LogMessage(r5lqz::kErrorLevel, "%s", message.c_str());
   EXPECT_EQ(GetLastError(), kEarlierError);
 }
 

@@ -13,14 +13,9 @@ namespace tests {
 // The trace files take the name of the module's file, which here is the test program itself.
 inline constexpr char kFolder[] = "c:\\temp";
 inline constexpr char kLog[] = "c:\\temp\\trace_log_test.txt";
-inline constexpr char kMask[] = "c:\\temp\\trace_log_test.dat";
 inline constexpr char kLock[] = "c:/temp/trace_log_test.txt";
-inline constexpr char kProgram[] = "trace_log_test";
 
-inline constexpr long long kSizeLimit = 104857600;  // bytes
-
-// Each test finds the folder new and empty, the module attached and tracing off; afterwards the folder that was there
-// before is back.
+// Each test finds the folder new and empty; afterwards the folder that was there before is back.
 class TraceFolder : public testing::Test {
  protected:
   TraceFolder();
@@ -32,8 +27,6 @@ long long SizeOf(const std::string& path);
 // A file's bytes from `offset` on; empty without the file.
 std::string ReadBytes(const std::string& path, long long offset = 0);
 void WriteBytes(const std::string& path, std::string_view bytes);
-// A new file of `size` bytes that takes no room on the disk.
-void MakeLarge(const std::string& path, long long size);
 
 // One line of the log.
 struct Record {
@@ -45,8 +38,10 @@ struct Record {
 // The log's records from the byte `offset` on. A line that is not of the record's form, or does not end in CR LF, is
 // a failure of the test.
 std::vector<Record> ReadRecords(const std::string& path = kLog, long long offset = 0);
+// The same, only their texts.
+std::vector<std::string> ReadTexts(const std::string& path = kLog, long long offset = 0);
 
-// Writes one record and checks that the thread's last error stays.
-void Log(DWORD level, const std::string& message);
+// Writes one error record and checks that the thread's last error stays.
+void Log(const std::string& message);
 
 }  // namespace tests

@@ -4,6 +4,7 @@
 #include <array>
 #include <cctype>
 #include <clocale>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -41,11 +42,6 @@ bool IsInteger(const char* text) {
   return std::all_of(digits, digits + std::strlen(digits), IsDigit);
 }
 
-char LocaleDecimalPoint() {
-  const char point = *std::localeconv()->decimal_point;
-  return point ? point : '.';
-}
-
 // `atof` reads the decimal point of the host's locale, so the text is given one.
 double ConvertDecimal(char* copy) {
   if (char* const point = std::strchr(copy, '.')) *point = LocaleDecimalPoint();
@@ -57,6 +53,11 @@ bool IsSpace(char character) {
 }
 
 }  // namespace
+
+char LocaleDecimalPoint() {
+  const char point = *std::localeconv()->decimal_point;
+  return point ? point : '.';
+}
 
 ResultCode StringToFloat(const char* text, double* result) {
   if (!text) return kNoText;
@@ -91,6 +92,12 @@ void TrimWhitespace(char* text) {
   char* last = end;
   while (last > first && IsSpace(last[-1])) --last;
   *std::copy(first, last, text) = '\0';
+}
+
+void FormatDecimal(std::span<char> text, double value, int decimals) {
+  const int length = std::snprintf(text.data(), text.size(), "%.*f", decimals, value);
+  if (length < 0 || static_cast<std::size_t>(length) >= text.size()) text[0] = '\0';
+  if (char* const point = std::strchr(text.data(), LocaleDecimalPoint())) *point = '.';
 }
 
 }  // namespace r5lqz

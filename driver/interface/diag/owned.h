@@ -4,7 +4,9 @@
 #include <windows.h>
 #include <winspool.h>
 
+#include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 
 namespace r5lqz {
@@ -45,6 +47,9 @@ inline void DestroyOwnedHeap(void* heap) {
 inline void CloseOwnedHandle(void* handle) {
   CloseHandle(handle);
 }
+inline void CloseOwnedFile(std::FILE* file) {
+  std::fclose(file);
+}
 
 // A runtime-heap block (malloc, calloc).
 template <typename T>
@@ -62,5 +67,18 @@ using OwnedHeap = std::unique_ptr<void, Releaser<DestroyOwnedHeap>>;
 
 // A kernel handle whose empty value is null (a mutex, not a file).
 using OwnedHandle = std::unique_ptr<void, Releaser<CloseOwnedHandle>>;
+
+// A file of the runtime library.
+using OwnedFile = std::unique_ptr<std::FILE, Releaser<CloseOwnedFile>>;
+
+// A copy of a terminated text; none without memory.
+inline RuntimeBlock<WCHAR> CopyOfText(const WCHAR* text) {
+  std::size_t length = 0;
+  while (text[length]) ++length;
+  const std::size_t size = (length + 1) * sizeof(WCHAR);
+  RuntimeBlock<WCHAR> copy(static_cast<WCHAR*>(std::malloc(size)));
+  if (copy) std::memcpy(copy.get(), text, size);
+  return copy;
+}
 
 }  // namespace r5lqz

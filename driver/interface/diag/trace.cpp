@@ -17,11 +17,6 @@ namespace {
 
 using PathText = RuntimeBlock<char>;
 
-void CloseLogFile(std::FILE* file) {
-  std::fclose(file);
-}
-using LogFile = std::unique_ptr<std::FILE, Releaser<CloseLogFile>>;
-
 constexpr char kFolder[] = "c:\\temp";
 constexpr char kLogExtension[] = "txt";
 constexpr char kMaskExtension[] = "dat";
@@ -92,8 +87,8 @@ class LogLock {
   bool held_ = false;
 };
 
-LogFile OpenForAppending(const char* path) {
-  return LogFile(std::fopen(path, "a"));
+OwnedFile OpenForAppending(const char* path) {
+  return OwnedFile(std::fopen(path, "a"));
 }
 
 bool IsOverLimit(std::FILE* file) {
@@ -112,8 +107,8 @@ void Rotate(const char* path) {
   std::rename(path, newest.get());
 }
 
-LogFile OpenLogFile(const char* path) {
-  LogFile file = OpenForAppending(path);
+OwnedFile OpenLogFile(const char* path) {
+  OwnedFile file = OpenForAppending(path);
   if (!file || !IsOverLimit(file.get())) return file;
   file.reset();
   Rotate(path);
@@ -140,7 +135,7 @@ void LogMessage(DWORD level, const char* format, ...) {
   if (!path) return;
   const LogLock lock(path);
   if (!lock.held()) return;
-  const LogFile file = OpenLogFile(path);
+  const OwnedFile file = OpenLogFile(path);
   if (!file) return;
 
   std::va_list arguments;
@@ -154,7 +149,7 @@ void LoadLogMask() {
   const char* const path = CachedPath(mask_path, kMaskExtension);
   if (!path) return;
   int mask = 0;
-  if (const LogFile file{std::fopen(path, "r")}; !file || std::fscanf(file.get(), "%d", &mask) != 1) mask = 0;
+  if (const OwnedFile file{std::fopen(path, "r")}; !file || std::fscanf(file.get(), "%d", &mask) != 1) mask = 0;
   log_mask.store(static_cast<DWORD>(mask), std::memory_order_relaxed);
 }
 

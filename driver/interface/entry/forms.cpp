@@ -10,11 +10,6 @@ namespace {
 constexpr WCHAR kMarkerName[] = L"Forms?";
 constexpr DWORD kMarkerValue = 2;
 
-// The spooler takes names and data as writable but does not write them.
-WCHAR* Writable(const WCHAR* text) {
-  return const_cast<WCHAR*>(text);
-}
-
 // Any number counts, whatever its type says: an older driver's marker must not be undone.
 bool AreFormsRegistered(HANDLE printer) {
   DWORD type = REG_NONE;

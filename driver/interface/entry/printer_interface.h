@@ -102,3 +102,12 @@ BOOL WINAPI DevQueryPrintEx(PDEVQUERYPRINT_INFO info);
 DWORD WINAPI DrvDeviceCapabilities(HANDLE printer, LPWSTR device_name, WORD capability, PVOID output, PDEVMODEW record);
 BOOL WINAPI DrvQueryColorProfile(HANDLE printer, PDEVMODEW record, ULONG mode, PVOID name, ULONG* size, ULONG* flags);
 }
+
+namespace r5lqz {
+
+// A text for those of the spooler's operations that take names as writable but do not write them.
+inline WCHAR* Writable(const WCHAR* text) {
+  return const_cast<WCHAR*>(text);
+}
+
+}  // namespace r5lqz

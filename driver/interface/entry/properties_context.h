@@ -19,6 +19,7 @@ struct PropertiesContext {
   DEVMODEW* pdmOut;                 // where the caller wants the settings, or none
   DWORD fMode;                      // the caller's DM_ flags
   DWORD automatic_color;            // the Appearance tab's current choice; starts as the record's colorAdjust
+  void* label_table;                // the Page tab's labels, from this heap; none before the tab is shown
 };
 
 // Destroys the context's heap, and with it the context. None is fine.

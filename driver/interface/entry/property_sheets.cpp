@@ -35,6 +35,7 @@ struct Tab {
 
 // In the order in which they are shown.
 constexpr Tab kDocumentTabs[] = {
+    {IDD_PAGE_TAB, PageDlgProc, IDS_TAB_PAGE, true},
     {IDD_COLOR_TAB, ColorDlgProc, IDS_TAB_COLOR, true},
     {IDD_LAYOUT_TAB, LayoutDlgProc, IDS_TAB_LAYOUT, true},
     {IDD_ABOUT_TAB, AboutDlgProc, IDS_TAB_ABOUT, true},
@@ -106,7 +107,7 @@ LONG OpenDocumentSheet(PROPSHEETUI_INFO& info, const DOCUMENTPROPERTYHEADER& hea
 // Whether the user may change the printer is seen by doing so.
 bool MayChangePrinter(HANDLE printer) {
   DWORD value = 1;
-  return SetPrinterDataW(printer, const_cast<WCHAR*>(kPermissionName), REG_DWORD, reinterpret_cast<BYTE*>(&value),
+  return SetPrinterDataW(printer, Writable(kPermissionName), REG_DWORD, reinterpret_cast<BYTE*>(&value),
                          sizeof value) == ERROR_SUCCESS;
 }
 

@@ -1,7 +1,6 @@
 #include "install/printer_event.h"
 
 #include <cstdlib>
-#include <cstring>
 
 #include "diag/owned.h"
 #include "diag/trace.h"
@@ -12,11 +11,6 @@ namespace {
 
 constexpr WCHAR kOptionName[] = L"bufferPrintJob";
 constexpr DWORD kDefaultOption = 1;
-
-// The spooler takes the value's name as writable but does not write it.
-WCHAR* OptionName() {
-  return const_cast<WCHAR*>(kOptionName);
-}
 
 // The thread under the spooler's own identity, which may write what its client may not.
 class SpoolerIdentity {
@@ -32,15 +26,6 @@ class SpoolerIdentity {
  private:
   HANDLE client_;
 };
-
-RuntimeBlock<WCHAR> CopyName(const WCHAR* name) {
-  std::size_t length = 0;
-  while (name[length]) ++length;
-  const std::size_t size = (length + 1) * sizeof(WCHAR);
-  RuntimeBlock<WCHAR> copy(static_cast<WCHAR*>(std::malloc(size)));
-  if (copy) std::memcpy(copy.get(), name, size);
-  return copy;
-}
 
 // A handle with full access, or none with the thread's last error saying why.
 OwnedPrinter OpenWithFullAccess(HANDLE printer) {
@@ -65,7 +50,7 @@ struct StoredOption {
 StoredOption ReadOption(HANDLE printer) {
   StoredOption option{ERROR_SUCCESS, REG_NONE, 0};
   DWORD size = 0;
-  option.code = GetPrinterDataW(printer, OptionName(), &option.type, reinterpret_cast<BYTE*>(&option.value),
+  option.code = GetPrinterDataW(printer, Writable(kOptionName), &option.type, reinterpret_cast<BYTE*>(&option.value),
                                 sizeof option.value, &size);
   return option;
 }
@@ -103,7 +88,7 @@ WCHAR* GetPrinterName(HANDLE printer) {
     LOG_ERROR("GetPrinterName: GetPrinter failed: 0x%x", static_cast<unsigned>(GetLastError()));
     return nullptr;
   }
-  return info->pPrinterName ? CopyName(info->pPrinterName).release() : nullptr;
+  return info->pPrinterName ? CopyOfText(info->pPrinterName).release() : nullptr;
 }
 
 DWORD ReadBufferPrintJob(HANDLE printer) {
@@ -127,7 +112,7 @@ BOOL SetBufferPrintJob(HANDLE printer, DWORD value) {
     return FALSE;
   }
   const DWORD code =
-      SetPrinterDataW(full_access.get(), OptionName(), REG_DWORD, reinterpret_cast<BYTE*>(&value), sizeof value);
+      SetPrinterDataW(full_access.get(), Writable(kOptionName), REG_DWORD, reinterpret_cast<BYTE*>(&value), sizeof value);
   if (code != ERROR_SUCCESS) LOG_ERROR("Could not set buffer print job value: 0x%x", static_cast<unsigned>(code));
   return code == ERROR_SUCCESS;
 }

@@ -1,5 +1,5 @@
 // The About tab: product information and help.
-#include "pages/help.h"
+#include "pages/help_topics.h"
 #include "pages/product_info.h"
 #include "pages/tab.h"
 #include "resources/resource_ids.h"
@@ -8,32 +8,17 @@ namespace r5lqz {
 namespace about_tab {
 namespace {
 
-constexpr WCHAR kHelpTopic[] = L"::/topics/concept-setting_up_the_printer_driver.html";
-
-void Notify(HWND dialog, UINT code, const PropertiesContext& context) {
-  if (code == static_cast<UINT>(PSN_HELP)) HelpClick(dialog, context.printer, kHelpTopic);
+void Initialize(HWND dialog, PropertiesContext& /*context*/) {
+  ShowProductInfo(dialog, IDC_ABOUT_VERSION, IDC_ABOUT_NOTICE);
 }
+
+constexpr TabOperations kOperations{.initialize = Initialize, .help_topic = kAboutTopic};
 
 }  // namespace
 }  // namespace about_tab
 
-INT_PTR CALLBACK AboutDlgProc(HWND dialog, UINT message, WPARAM /*w_param*/, LPARAM l_param) {
-  switch (message) {
-    case WM_INITDIALOG:
-      ShowProductInfo(dialog, IDC_ABOUT_VERSION, IDC_ABOUT_NOTICE);
-      KeepContext(dialog, l_param);
-      return TRUE;
-    case WM_NOTIFY:
-      if (const PropertiesContext* const context = ContextOf(dialog)) {
-        about_tab::Notify(dialog, reinterpret_cast<const NMHDR*>(l_param)->code, *context);
-      }
-      return TRUE;
-    case WM_DESTROY:
-      ReleasePictures(dialog);
-      return FALSE;
-    default:
-      return FALSE;
-  }
+INT_PTR CALLBACK AboutDlgProc(HWND dialog, UINT message, WPARAM w_param, LPARAM l_param) {
+  return RouteTab(about_tab::kOperations, dialog, message, w_param, l_param);
 }
 
 }  // namespace r5lqz

@@ -2,7 +2,6 @@
 // the application.
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <iterator>
 
 #include "diag/bounded_text.h"
@@ -11,15 +10,13 @@
 #include "entry/color_profile_list.h"
 #include "install/printer_event.h"
 #include "pages/dialog_helpers.h"
-#include "pages/help.h"
+#include "pages/help_topics.h"
 #include "pages/tab.h"
 #include "resources/resource_ids.h"
 
 namespace r5lqz {
 namespace color_tab {
 namespace {
-
-constexpr WCHAR kHelpTopic[] = L"::/topics/task-setting_up_appearance_options.html";
 
 // The resolutions by the names that they have for the user.
 constexpr std::array<ComboBoxEntry, kResolutions.size()> kQualities{{
@@ -42,16 +39,10 @@ int QualityIndex(SHORT resolution) {
   return found != kResolutions.end() ? static_cast<int>(found - kResolutions.begin()) : kNormalQuality;
 }
 
-// An entry's own copy of its profile's name; the combo box keeps it as item value until FreeColorProfileItemData.
-RuntimeBlock<WCHAR> CopyName(const WCHAR* name) {
-  const std::size_t size = (std::wcslen(name) + 1) * sizeof(WCHAR);
-  RuntimeBlock<WCHAR> copy(static_cast<WCHAR*>(std::malloc(size)));
-  if (copy) std::memcpy(copy.get(), name, size);
-  return copy;
-}
-
+// Each entry has a copy of its profile's name of its own; the combo box keeps it as item value until
+// FreeColorProfileItemData.
 void AddProfile(HWND box, const WCHAR* name) {
-  RuntimeBlock<WCHAR> copy = CopyName(name);
+  RuntimeBlock<WCHAR> copy = CopyOfText(name);
   if (!copy) return;
   const LRESULT entry = SendMessageW(box, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(copy.get()));
   if (entry < 0) return;
@@ -95,7 +86,7 @@ void SyncColorAdjustControls(HWND dialog, const PropertiesContext& context) {
   CheckDlgButton(dialog, IDC_COLOR_APPLICATION, automatic ? BST_UNCHECKED : BST_CHECKED);
 }
 
-void InitDialog(HWND dialog, const PropertiesContext& context) {
+void InitDialog(HWND dialog, PropertiesContext& context) {
   const TraceScope trace("InitDialog");
   const DriverDevMode& working = context.working;
   InitComboBox(dialog, IDC_COLOR_QUALITY, kQualities, QualityIndex(working.dm_public.dmPrintQuality));
@@ -113,7 +104,7 @@ void ColorAdjustClick(HWND dialog, bool automatic, PropertiesContext& context) {
   EnableColorLists(dialog, automatic);
 }
 
-void ReInitPage(HWND dialog, const PropertiesContext& context) {
+void ReInitPage(HWND dialog, PropertiesContext& context) {
   const TraceScope trace("ReInitPage");
   SyncColorAdjustControls(dialog, context);
   AnswerNotification(dialog, PSNRET_NOERROR);
@@ -147,25 +138,10 @@ void OkClick(HWND dialog, PropertiesContext& context) {
   FinishApply(dialog, context);
 }
 
-void CancelClick(HWND dialog, const PropertiesContext& context) {
+void CancelClick(HWND dialog, PropertiesContext& context) {
   const TraceScope trace("CancelClick");
   FreeColorProfileItemData(dialog);
   FinishReset(dialog, context);
-}
-
-void Notify(HWND dialog, UINT code, PropertiesContext& context) {
-  switch (code) {
-    case static_cast<UINT>(PSN_SETACTIVE):
-      return ReInitPage(dialog, context);
-    case static_cast<UINT>(PSN_APPLY):
-      return OkClick(dialog, context);
-    case static_cast<UINT>(PSN_RESET):
-      return CancelClick(dialog, context);
-    case static_cast<UINT>(PSN_HELP):
-      return HelpClick(dialog, context.printer, kHelpTopic);
-    default:
-      return;
-  }
 }
 
 void Command(HWND dialog, int control, PropertiesContext& context) {
@@ -179,28 +155,22 @@ void Command(HWND dialog, int control, PropertiesContext& context) {
   }
 }
 
+constexpr TabOperations kOperations{
+    .initialize = InitDialog,
+    .set_active = ReInitPage,
+    .apply = OkClick,
+    .reset = CancelClick,
+    .help_topic = kAppearanceTopic,
+    .takes_commands = true,
+    .command = Command,
+    .destroy = FreeColorProfileItemData,
+};
+
 }  // namespace
 }  // namespace color_tab
 
 INT_PTR CALLBACK ColorDlgProc(HWND dialog, UINT message, WPARAM w_param, LPARAM l_param) {
-  PropertiesContext* const context = ContextOf(dialog);
-  switch (message) {
-    case WM_INITDIALOG:
-      color_tab::InitDialog(dialog, KeepContext(dialog, l_param));
-      return TRUE;
-    case WM_NOTIFY:
-      if (context) color_tab::Notify(dialog, reinterpret_cast<const NMHDR*>(l_param)->code, *context);
-      return TRUE;
-    case WM_COMMAND:
-      if (context) color_tab::Command(dialog, LOWORD(w_param), *context);
-      return TRUE;
-    case WM_DESTROY:
-      color_tab::FreeColorProfileItemData(dialog);
-      ReleasePictures(dialog);
-      return FALSE;
-    default:
-      return FALSE;
-  }
+  return RouteTab(color_tab::kOperations, dialog, message, w_param, l_param);
 }
 
 }  // namespace r5lqz

@@ -9,7 +9,7 @@
 #include "diag/number_text.h"
 #include "diag/trace.h"
 #include "pages/dialog_helpers.h"
-#include "pages/help.h"
+#include "pages/help_topics.h"
 #include "pages/tab.h"
 #include "resources/resource_ids.h"
 
@@ -17,7 +17,6 @@ namespace r5lqz {
 namespace layout_tab {
 namespace {
 
-constexpr WCHAR kHelpTopic[] = L"::/topics/task-setting_up_layout_options.html";
 constexpr SHORT kFewestCopies = 1;
 constexpr SHORT kMostCopies = 1;
 
@@ -41,8 +40,9 @@ void DisplayNumberCopies(HWND dialog, const DriverDevMode& working) {
   SendDlgItemMessageW(dialog, IDC_LAYOUT_COPIES_SPIN, UDM_SETPOS, 0, MAKELPARAM(copies, 0));
 }
 
-void InitDialog(HWND dialog, const DriverDevMode& working) {
+void InitDialog(HWND dialog, PropertiesContext& context) {
   const TraceScope trace("InitDialog");
+  const DriverDevMode& working = context.working;
   const bool landscape = working.dm_public.dmOrientation == DMORIENT_LANDSCAPE;
   CheckDlgButton(dialog, IDC_LAYOUT_LANDSCAPE, landscape ? BST_CHECKED : BST_UNCHECKED);
   CheckDlgButton(dialog, IDC_LAYOUT_PORTRAIT, landscape ? BST_UNCHECKED : BST_CHECKED);
@@ -61,7 +61,7 @@ bool GetNumberCopies(HWND dialog, DriverDevMode& working) {
   return true;
 }
 
-void ReInitPage(HWND dialog) {
+void ReInitPage(HWND dialog, PropertiesContext& /*context*/) {
   const TraceScope trace("ReInitPage");
   AnswerNotification(dialog, PSNRET_NOERROR);
 }
@@ -86,49 +86,26 @@ void OkClick(HWND dialog, PropertiesContext& context) {
   }
 }
 
-void CancelClick(HWND dialog, const PropertiesContext& context) {
+void CancelClick(HWND dialog, PropertiesContext& context) {
   const TraceScope trace("CancelClick");
   FinishReset(dialog, context);
 }
 
-void Notify(HWND dialog, UINT code, PropertiesContext& context) {
-  switch (code) {
-    case static_cast<UINT>(PSN_SETACTIVE):
-      return ReInitPage(dialog);
-    case static_cast<UINT>(PSN_KILLACTIVE):
-      return ValidatePage(dialog, context);
-    case static_cast<UINT>(PSN_APPLY):
-      return OkClick(dialog, context);
-    case static_cast<UINT>(PSN_RESET):
-      return CancelClick(dialog, context);
-    case static_cast<UINT>(PSN_HELP):
-      return HelpClick(dialog, context.printer, kHelpTopic);
-    default:
-      return;
-  }
-}
+constexpr TabOperations kOperations{
+    .initialize = InitDialog,
+    .set_active = ReInitPage,
+    .kill_active = ValidatePage,
+    .apply = OkClick,
+    .reset = CancelClick,
+    .help_topic = kLayoutTopic,
+    .takes_commands = true,
+};
 
 }  // namespace
 }  // namespace layout_tab
 
-INT_PTR CALLBACK LayoutDlgProc(HWND dialog, UINT message, WPARAM /*w_param*/, LPARAM l_param) {
-  switch (message) {
-    case WM_INITDIALOG:
-      layout_tab::InitDialog(dialog, KeepContext(dialog, l_param).working);
-      return TRUE;
-    case WM_NOTIFY:
-      if (PropertiesContext* const context = ContextOf(dialog)) {
-        layout_tab::Notify(dialog, reinterpret_cast<const NMHDR*>(l_param)->code, *context);
-      }
-      return TRUE;
-    case WM_COMMAND:
-      return TRUE;
-    case WM_DESTROY:
-      ReleasePictures(dialog);
-      return FALSE;
-    default:
-      return FALSE;
-  }
+INT_PTR CALLBACK LayoutDlgProc(HWND dialog, UINT message, WPARAM w_param, LPARAM l_param) {
+  return RouteTab(layout_tab::kOperations, dialog, message, w_param, l_param);
 }
 
 }  // namespace r5lqz

@@ -1,7 +1,6 @@
 #include "pages/number_entry.h"
 
 #include <algorithm>
-#include <clocale>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -16,11 +15,6 @@ namespace r5lqz {
 namespace {
 
 constexpr double kThousandths = 1000;
-
-char LocaleDecimalPoint() {
-  const char point = *std::localeconv()->decimal_point;
-  return point ? point : '.';
-}
 
 // A bound in the units of its entry.
 double BoundIn(LONG tenths, DWORD units) {

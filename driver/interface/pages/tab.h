@@ -9,15 +9,24 @@
 
 namespace r5lqz {
 
-// Keeps the sheet's context, which the page was created with, in the dialog's user data, and gives it.
-PropertiesContext& KeepContext(HWND dialog, LPARAM page);
+// What a tab does at each message that reaches it; an operation that it does not have is none.
+struct TabOperations {
+  using Operation = void (*)(HWND dialog, PropertiesContext& context);
 
-// The context that the dialog keeps; none before WM_INITDIALOG.
-PropertiesContext* ContextOf(HWND dialog);
+  Operation initialize;                // WM_INITDIALOG
+  Operation set_active = nullptr;      // the tab becomes the current one
+  Operation kill_active = nullptr;     // the user leaves it
+  Operation apply = nullptr;           // OK or Apply
+  Operation reset = nullptr;           // Cancel
+  const WCHAR* help_topic = nullptr;   // what Help shows
+  bool takes_commands = false;         // WM_COMMAND is the tab's, ...
+  void (*command)(HWND dialog, int control, PropertiesContext& context) = nullptr;  // ... with this action
+  void (*destroy)(HWND dialog) = nullptr;
+};
 
-// Lets go of the bitmaps that the template's pictures have loaded, when the dialog is destroyed: not every platform's
-// pictures do that themselves, and hosts open sheets for as long as they live.
-void ReleasePictures(HWND dialog);
+// The dialog procedure of every tab. It keeps the sheet's context, which the page was created with, in the dialog's user
+// data; before WM_INITDIALOG there is none and nothing is done.
+INT_PTR RouteTab(const TabOperations& tab, HWND dialog, UINT message, WPARAM w_param, LPARAM l_param);
 
 // Answers a notification: PSNRET_NOERROR or one of its kin.
 void AnswerNotification(HWND dialog, LONG answer);
@@ -36,5 +45,6 @@ INT_PTR CALLBACK AboutDlgProc(HWND dialog, UINT message, WPARAM w_param, LPARAM 
 INT_PTR CALLBACK ColorDlgProc(HWND dialog, UINT message, WPARAM w_param, LPARAM l_param);
 INT_PTR CALLBACK DeviceDlgProc(HWND dialog, UINT message, WPARAM w_param, LPARAM l_param);
 INT_PTR CALLBACK LayoutDlgProc(HWND dialog, UINT message, WPARAM w_param, LPARAM l_param);
+INT_PTR CALLBACK PageDlgProc(HWND dialog, UINT message, WPARAM w_param, LPARAM l_param);
 
 }  // namespace r5lqz

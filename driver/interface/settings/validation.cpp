@@ -29,19 +29,19 @@ void TakeOffset(const char* text, LONG& offset) {
   if (StringToInt(text, &value) == ERROR_SUCCESS) offset = value;
 }
 
-// Sizes are forced into their limits here, before they are cut to 16 bits: a stored size far beyond them must not come
-// out as another one.
+// Forced before it is cut to 16 bits: a stored size far beyond its limits must not come out as another one.
+SHORT Forced(const Limits& limits, const char (&text)[kNumberTextSize], DWORD units) {
+  return static_cast<SHORT>(limits.Force(static_cast<double>(LabelTenths(text, units))));
+}
+
 void TakeLabel(DriverDevMode& record, const PrinterLabel& label) {
   DEVMODEW& settings = record.dm_public;
   PrivateDevMode& own = record.dm_private;
-  settings.dmPaperWidth =
-      static_cast<SHORT>(kWidthLimits.Force(static_cast<double>(LabelTenths(label.width, label.units))));
-  settings.dmPaperLength =
-      static_cast<SHORT>(kLengthLimits.Force(static_cast<double>(LabelTenths(label.length, label.units))));
+  settings.dmPaperWidth = PaperWidthOf(label);
+  settings.dmPaperLength = PaperLengthOf(label);
   CopyBounded(std::span(settings.dmFormName), std::span<const WCHAR>(WidenText<kLabelNameSize>(label.name)));
   CopyBounded(std::span(own.labelName), std::span<const char>(label.name));
-  TakeOffset(label.vertOffset, own.vertOffset);
-  TakeOffset(label.horzOffset, own.horzOffset);
+  TakeOffsets(own, label);
 }
 
 // A paper that names no label (deleted meanwhile, or a list that cannot be read) keeps the sizes that the record has.
@@ -79,6 +79,19 @@ void ForcePrivateFields(PrivateDevMode& own) {
 }
 
 }  // namespace
+
+SHORT PaperWidthOf(const PrinterLabel& label) {
+  return Forced(kWidthLimits, label.width, label.units);
+}
+
+SHORT PaperLengthOf(const PrinterLabel& label) {
+  return Forced(kLengthLimits, label.length, label.units);
+}
+
+void TakeOffsets(PrivateDevMode& own, const PrinterLabel& label) {
+  TakeOffset(label.vertOffset, own.vertOffset);
+  TakeOffset(label.horzOffset, own.horzOffset);
+}
 
 void ValidateDevmode(DriverDevMode& record, HANDLE printer) {
   const TraceScope trace("ValidateDevmode");

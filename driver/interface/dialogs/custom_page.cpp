@@ -1,0 +1,160 @@
+#include "dialogs/custom_page.h"
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+
+#include "diag/bounded_text.h"
+#include "diag/trace.h"
+#include "dialogs/size_fields.h"
+#include "entry/module.h"
+#include "resources/resource_ids.h"
+#include "settings/conversion.h"
+
+namespace r5lqz {
+namespace custom_page {
+namespace {
+
+constexpr INT_PTR kConfirmed = 1;
+constexpr INT_PTR kCancelled = 2;
+
+// The name by which the custom page goes among the labels.
+constexpr char kPageName[] = "Custom";
+
+constexpr SizeFields kFields{
+    .width = IDC_CUSTOM_WIDTH,
+    .width_range = IDC_CUSTOM_WIDTH_RANGE,
+    .length = IDC_CUSTOM_LENGTH,
+    .length_range = IDC_CUSTOM_LENGTH_RANGE,
+    .inches = IDC_CUSTOM_INCHES,
+    .millimetres = IDC_CUSTOM_MM,
+    .vertical = IDC_CUSTOM_VERT,
+    .vertical_spin = IDC_CUSTOM_VERT_SPIN,
+    .vertical_readout = IDC_CUSTOM_VERT_READOUT,
+    .horizontal = IDC_CUSTOM_HORZ,
+    .horizontal_spin = IDC_CUSTOM_HORZ_SPIN,
+    .horizontal_readout = IDC_CUSTOM_HORZ_READOUT,
+};
+
+// What the dialog is opened with. The printer is the record's; the dialog asks it nothing.
+struct Request {
+  HANDLE printer;
+  DriverDevMode* working;
+};
+
+// The state of one open dialog.
+struct CustomPageContext {
+  DWORD units;
+  DriverDevMode* record;
+};
+
+CustomPageContext* ContextOf(HWND dialog) {
+  return reinterpret_cast<CustomPageContext*>(GetWindowLongPtrW(dialog, GWLP_USERDATA));
+}
+
+using OffsetText = std::array<char, 16>;
+
+OffsetText TextOfOffset(LONG offset) {
+  OffsetText text{};
+  std::snprintf(text.data(), text.size(), "%d", static_cast<int>(offset));
+  return text;
+}
+
+void DisplayValues(HWND dialog, const DriverDevMode& record, DWORD& units) {
+  const TraceScope trace("DisplayValues");
+  const PrivateDevMode& own = record.dm_private;
+  const OffsetText vertical = TextOfOffset(own.vertOffset);
+  const OffsetText horizontal = TextOfOffset(own.horzOffset);
+  ShowSize(dialog, kFields, {own.width_string, own.length_string, vertical.data(), horizontal.data(), own.units}, units);
+}
+
+BOOL Initialize(HWND dialog, CustomPageContext& context) {
+  const TraceScope trace("Initialize");
+  context.units = context.record->dm_private.units;
+  InitSizeFields(dialog, kFields);
+  DisplayValues(dialog, *context.record, context.units);
+  return TRUE;
+}
+
+void OkClick(HWND dialog, DriverDevMode& record) {
+  const TraceScope trace("OkClick");
+  PrinterLabel page{};
+  if (!ReadSize(dialog, kFields, page)) return;
+  DEVMODEW& settings = record.dm_public;
+  PrivateDevMode& own = record.dm_private;
+  CopyBounded(std::span(own.labelName), kPageName);
+  settings.dmPaperSize = own.dmPaperSize = kCustomPage;
+  TakeOffsets(own, page);
+  settings.dmPaperWidth = PaperWidthOf(page);
+  settings.dmPaperLength = PaperLengthOf(page);
+  CopyBounded(std::span(own.width_string), std::span<const char>(page.width));
+  CopyBounded(std::span(own.length_string), std::span<const char>(page.length));
+  own.units = page.units;
+  EndDialog(dialog, kConfirmed);
+}
+
+void CancelClick(HWND dialog) {
+  const TraceScope trace("CancelClick");
+  EndDialog(dialog, kCancelled);
+}
+
+// Without memory for its state the dialog is not shown; the record stays as it is.
+void Open(HWND dialog, const Request& request) {
+  auto* const context = static_cast<CustomPageContext*>(std::calloc(1, sizeof(CustomPageContext)));
+  if (!context) {
+    EndDialog(dialog, kCancelled);
+    return;
+  }
+  *context = {kInches, request.working};
+  Initialize(dialog, *context);
+  SetWindowLongPtrW(dialog, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(context));
+}
+
+void Close(HWND dialog) {
+  std::free(ContextOf(dialog));
+  SetWindowLongPtrW(dialog, GWLP_USERDATA, 0);
+}
+
+INT_PTR Command(HWND dialog, int control, int notification, CustomPageContext& context) {
+  INT_PTR answer = TRUE;
+  if (RouteSizeFields(dialog, kFields, control, notification, context.units, answer)) return answer;
+  switch (control) {
+    case IDOK:
+      OkClick(dialog, *context.record);
+      return TRUE;
+    case IDCANCEL:
+      CancelClick(dialog);
+      return TRUE;
+    default:
+      return TRUE;
+  }
+}
+
+INT_PTR CALLBACK CustomPageDlgProc(HWND dialog, UINT message, WPARAM w_param, LPARAM l_param) {
+  switch (message) {
+    case WM_INITDIALOG:
+      Open(dialog, *reinterpret_cast<const Request*>(l_param));
+      return TRUE;
+    case WM_COMMAND:
+      if (CustomPageContext* const context = ContextOf(dialog)) {
+        return Command(dialog, LOWORD(w_param), HIWORD(w_param), *context);
+      }
+      return FALSE;
+    case WM_DESTROY:
+      Close(dialog);
+      return FALSE;
+    default:
+      return FALSE;
+  }
+}
+
+}  // namespace
+}  // namespace custom_page
+
+void EditCustomPage(HWND owner, HANDLE printer, DriverDevMode& working) {
+  const custom_page::Request request{printer, &working};
+  DialogBoxParamW(ModuleHandle(), MAKEINTRESOURCEW(IDD_CUSTOM_PAGE), owner, custom_page::CustomPageDlgProc,
+                  reinterpret_cast<LPARAM>(&request));
+}
+
+}  // namespace r5lqz

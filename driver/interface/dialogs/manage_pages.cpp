@@ -1,0 +1,416 @@
+#include "dialogs/manage_pages.h"
+
+#include <commdlg.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <memory>
+#include <span>
+
+#include "diag/bounded_format.h"
+#include "diag/bounded_text.h"
+#include "diag/number_text.h"
+#include "diag/owned.h"
+#include "diag/trace.h"
+#include "dialogs/label_file.h"
+#include "dialogs/page_names.h"
+#include "dialogs/size_fields.h"
+#include "entry/module.h"
+#include "labels/label_store.h"
+#include "pages/dialog_helpers.h"
+#include "resources/resource_ids.h"
+
+namespace r5lqz {
+namespace manage_pages {
+namespace {
+
+constexpr INT_PTR kClosed = 1;
+constexpr INT_PTR kUnreadable = 2;
+
+constexpr SizeFields kFields{
+    .width = IDC_MANAGE_WIDTH,
+    .width_range = IDC_MANAGE_WIDTH_RANGE,
+    .length = IDC_MANAGE_LENGTH,
+    .length_range = IDC_MANAGE_LENGTH_RANGE,
+    .inches = IDC_MANAGE_INCHES,
+    .millimetres = IDC_MANAGE_MM,
+    .vertical = IDC_MANAGE_VERT,
+    .vertical_spin = IDC_MANAGE_VERT_SPIN,
+    .vertical_readout = IDC_MANAGE_VERT_READOUT,
+    .horizontal = IDC_MANAGE_HORZ,
+    .horizontal_spin = IDC_MANAGE_HORZ_SPIN,
+    .horizontal_readout = IDC_MANAGE_HORZ_READOUT,
+};
+
+// What a printer without pages offers to begin with: 4.125 by 5.000 inches.
+constexpr SizeTexts kDefaultSize{"4.125", "5.000", "0", "0", kInches};
+
+constexpr DWORD kPathSize = 256;
+using PathText = std::array<WCHAR, kPathSize>;
+
+// The file dialogs' one filter: name, pattern and the empty text that ends the list.
+constexpr WCHAR kFileFilter[] = L"ZPK\0*.ZPK\0";
+constexpr WCHAR kFileExtension[] = L"zpk";
+
+// The one title that is the same in every language.
+constexpr WCHAR kTooManyTitle[] = L"Error";
+
+// Pixels behind the longest name of the list.
+constexpr int kExtentMargin = 3;
+
+// The state of one open dialog; the list control holds the names of the same pages in the same order.
+struct ManagePagesContext {
+  PrinterLabel labels[kMostLabels];
+  int count;
+  DWORD units;
+  HANDLE hPrinter;
+};
+
+ManagePagesContext* ContextOf(HWND dialog) {
+  return reinterpret_cast<ManagePagesContext*>(GetWindowLongPtrW(dialog, GWLP_USERDATA));
+}
+
+HWND ListOf(HWND dialog) {
+  return GetDlgItem(dialog, IDC_MANAGE_LABELS);
+}
+
+// The selected entry's index, or none.
+int SelectionOf(HWND dialog) {
+  return static_cast<int>(SendMessageW(ListOf(dialog), LB_GETCURSEL, 0, 0));
+}
+
+void Select(HWND dialog, int index) {
+  SendMessageW(ListOf(dialog), LB_SETCURSEL, static_cast<WPARAM>(index), 0);
+}
+
+void AppendName(HWND dialog, const PrinterLabel& label) {
+  SendMessageA(ListOf(dialog), LB_ADDSTRING, 0, reinterpret_cast<LPARAM>(label.name));
+}
+
+// --- Messages --------------------------------------------------------------------------------------------------------
+
+void ShowMessage(HWND dialog, UINT message_id) {
+  ShowError(dialog, LoadText(message_id).data());
+}
+
+void ShowStoreError(HWND dialog, UINT message_id, ResultCode code) {
+  const StringText message = LoadText(message_id);
+  StringText text;
+  FormatBounded(std::span(text), L"%s: 0x%x", message.data(), static_cast<unsigned>(code));
+  ShowError(dialog, text.data());
+}
+
+void ShowTooManyPages(HWND dialog) {
+  MessageBoxW(dialog, LoadText(IDS_TOO_MANY_PAGES).data(), kTooManyTitle, MB_ICONERROR);
+}
+
+void ShowNameTooLong(HWND dialog, const char* name) {
+  const StringText message = LoadText(IDS_NAME_TOO_LONG);
+  const auto wide_name = WidenText<std::tuple_size_v<CopyNameText>>(TextAt(name, std::tuple_size_v<CopyNameText>));
+  StringText text;
+  FormatBounded(std::span(text), L"%s:\n%s", message.data(), wide_name.data());
+  ShowError(dialog, text.data());
+}
+
+// --- The list's width ------------------------------------------------------------------------------------------------
+
+// A window's device context with its font selected, given back at the end.
+class FontContext {
+ public:
+  explicit FontContext(HWND window) : window_(window), device_(GetDC(window)) {
+    const auto font = reinterpret_cast<HGDIOBJ>(SendMessageW(window, WM_GETFONT, 0, 0));
+    if (device_ && font) previous_ = SelectObject(device_, font);
+  }
+  ~FontContext() {
+    if (previous_) SelectObject(device_, previous_);
+    if (device_) ReleaseDC(window_, device_);
+  }
+  FontContext(const FontContext&) = delete;
+  FontContext& operator=(const FontContext&) = delete;
+
+  int WidthOf(std::span<const char> text) const {
+    SIZE size{};
+    if (!device_ || !GetTextExtentPoint32A(device_, text.data(), static_cast<int>(text.size()), &size)) return 0;
+    POINT extent{size.cx, size.cy};
+    LPtoDP(device_, &extent, 1);
+    return extent.x;
+  }
+
+ private:
+  HWND window_;
+  HDC device_;
+  HGDIOBJ previous_ = nullptr;
+};
+
+void AdjustLabelListExtent(HWND dialog, const PrinterLabel* labels, int count) {
+  const TraceScope trace("AdjustLabelListExtent");
+  const FontContext font(ListOf(dialog));
+  int widest = 0;
+  for (int index = 0; index < count; ++index) {
+    widest = std::max(widest, font.WidthOf(TextIn(std::span<const char>(labels[index].name))));
+  }
+  SendMessageW(ListOf(dialog), LB_SETHORIZONTALEXTENT, static_cast<WPARAM>(widest + kExtentMargin), 0);
+}
+
+// --- Showing pages ---------------------------------------------------------------------------------------------------
+
+void DisplayValues(HWND dialog, const PrinterLabel& page, DWORD& units) {
+  const TraceScope trace("DisplayValues");
+  SetDlgItemTextA(dialog, IDC_MANAGE_NAME, page.name);
+  ShowSize(dialog, kFields, {page.width, page.length, page.vertOffset, page.horzOffset, page.units}, units);
+}
+
+void DisplayDefaultValues(HWND dialog, DWORD& units) {
+  const TraceScope trace("DisplayDefaultValues");
+  ShowSize(dialog, kFields, kDefaultSize, units);
+}
+
+void LabelListClick(HWND dialog, const PrinterLabel* labels, DWORD& units) {
+  const TraceScope trace("LabelListClick");
+  if (const int selected = SelectionOf(dialog); selected >= 0) DisplayValues(dialog, labels[selected], units);
+}
+
+BOOL Initialize(HWND dialog, ManagePagesContext& context) {
+  const TraceScope trace("Initialize");
+  SendDlgItemMessageW(dialog, IDC_MANAGE_NAME, EM_LIMITTEXT, kLabelNameSize - 1, 0);
+  LONG count = 0;
+  if (ReadPrinterLabelList(context.hPrinter, context.labels, kMostLabels, &count) != ERROR_SUCCESS) return FALSE;
+  context.count = count;
+  for (int index = 0; index < context.count; ++index) AppendName(dialog, context.labels[index]);
+  AdjustLabelListExtent(dialog, context.labels, context.count);
+  Select(dialog, 0);
+  InitSizeFields(dialog, kFields);
+  if (context.count > 0) {
+    DisplayValues(dialog, context.labels[0], context.units);
+  } else {
+    DisplayDefaultValues(dialog, context.units);
+  }
+  return TRUE;
+}
+
+// --- Reading the fields ----------------------------------------------------------------------------------------------
+
+bool ReadAndValidateName(HWND dialog, PrinterLabel& page) {
+  const TraceScope trace("ReadAndValidateName");
+  GetDlgItemTextA(dialog, IDC_MANAGE_NAME, page.name, sizeof page.name);
+  TrimWhitespace(page.name);
+  if (page.name[0]) return true;
+  ShowMessage(dialog, IDS_NAME_MISSING);
+  return false;
+}
+
+bool ReadAndValidate(HWND dialog, PrinterLabel& page) {
+  const TraceScope trace("ReadAndValidate");
+  page = {};
+  return ReadAndValidateName(dialog, page) && ReadSize(dialog, kFields, page);
+}
+
+// --- The buttons -----------------------------------------------------------------------------------------------------
+
+// Puts a page at the end of the printer's list, the dialog's copy and the list control, or nowhere. The caller has made sure
+// that there is room.
+bool Append(HWND dialog, ManagePagesContext& context, PrinterLabel page) {
+  if (const ResultCode code = AddPrinterLabel(context.hPrinter, &page)) {
+    ShowStoreError(dialog, IDS_ADD_FAILED, code);
+    return false;
+  }
+  context.labels[context.count++] = page;
+  AppendName(dialog, page);
+  return true;
+}
+
+void AddClick(HWND dialog, ManagePagesContext& context) {
+  const TraceScope trace("AddClick");
+  if (context.count >= kMostLabels) return ShowTooManyPages(dialog);
+  PrinterLabel page;
+  if (!ReadAndValidate(dialog, page)) return;
+  if (IsLabelNameUsed(context.labels, context.count, page.name)) return ShowMessage(dialog, IDS_NAME_USED);
+  if (!Append(dialog, context, page)) return;
+  Select(dialog, context.count - 1);
+  AdjustLabelListExtent(dialog, context.labels, context.count);
+}
+
+// Whether another page than the one at `index` has the name.
+bool IsNameUsedElsewhere(const ManagePagesContext& context, int index, const char* name) {
+  const PrinterLabel* const behind = context.labels + index + 1;
+  return IsLabelNameUsed(context.labels, index, name) || IsLabelNameUsed(behind, context.count - index - 1, name);
+}
+
+void ReplaceName(HWND dialog, int index, const char* name) {
+  const HWND list = ListOf(dialog);
+  SendMessageA(list, LB_INSERTSTRING, static_cast<WPARAM>(index), reinterpret_cast<LPARAM>(name));
+  SendMessageW(list, LB_DELETESTRING, static_cast<WPARAM>(index + 1), 0);
+}
+
+void ModifyClick(HWND dialog, ManagePagesContext& context) {
+  const TraceScope trace("ModifyClick");
+  PrinterLabel page;
+  if (!ReadAndValidate(dialog, page)) return;
+  const int selected = SelectionOf(dialog);
+  if (selected < 0) return;
+  if (IsNameUsedElsewhere(context, selected, page.name)) return ShowMessage(dialog, IDS_NAME_USED);
+  page.id = context.labels[selected].id;
+  if (const ResultCode code = ModifyPrinterLabel(context.hPrinter, &page)) {
+    return ShowStoreError(dialog, IDS_MODIFY_FAILED, code);
+  }
+  context.labels[selected] = page;
+  ReplaceName(dialog, selected, page.name);
+  Select(dialog, selected);
+  AdjustLabelListExtent(dialog, context.labels, context.count);
+}
+
+void DeleteClick(HWND dialog, ManagePagesContext& context) {
+  const TraceScope trace("DeleteClick");
+  const int selected = SelectionOf(dialog);
+  if (selected < 0) return;
+  if (const ResultCode code = DeletePrinterLabel(context.hPrinter, &context.labels[selected])) {
+    return ShowStoreError(dialog, IDS_DELETE_FAILED, code);
+  }
+  PrinterLabel* const deleted = context.labels + selected;
+  std::copy(deleted + 1, context.labels + context.count, deleted);
+  --context.count;
+  SendMessageW(ListOf(dialog), LB_DELETESTRING, static_cast<WPARAM>(selected), 0);
+  AdjustLabelListExtent(dialog, context.labels, context.count);
+  if (context.count == 0) return;
+  const int next = std::min(selected, context.count - 1);
+  Select(dialog, next);
+  DisplayValues(dialog, context.labels[next], context.units);
+}
+
+OPENFILENAMEW InitFileDlg(HWND dialog, PathText& path, DWORD flags) {
+  const TraceScope trace("InitFileDlg");
+  OPENFILENAMEW request{};
+  request.lStructSize = sizeof request;
+  request.hwndOwner = dialog;
+  request.lpstrFilter = kFileFilter;
+  request.nFilterIndex = 1;
+  request.lpstrFile = path.data();
+  request.nMaxFile = kPathSize;
+  request.lpstrDefExt = kFileExtension;
+  // The host's current directory stays its own.
+  request.Flags = flags | OFN_HIDEREADONLY | OFN_NOCHANGEDIR;
+  return request;
+}
+
+// Gives an imported page a name that is free; false, with the user told, when there is none of a label's length.
+bool GiveFreeName(HWND dialog, const ManagePagesContext& context, PrinterLabel& page) {
+  if (!IsLabelNameUsed(context.labels, context.count, page.name)) return true;
+  const CopyNameText name = FindCopyName(context.labels, context.count, page.name);
+  if (TextAt(name.data(), name.size()).size() >= sizeof page.name) {
+    ShowNameTooLong(dialog, name.data());
+    return false;
+  }
+  CopyBounded(std::span(page.name), name.data());
+  return true;
+}
+
+// A page that the printer's data refuses is reported as Add reports it, and left out.
+void AppendImported(HWND dialog, ManagePagesContext& context, std::span<PrinterLabel> pages) {
+  for (PrinterLabel& page : pages) {
+    if (GiveFreeName(dialog, context, page)) Append(dialog, context, page);
+  }
+}
+
+void ImportClick(HWND dialog, ManagePagesContext& context) {
+  const TraceScope trace("ImportClick");
+  PathText path{};
+  OPENFILENAMEW request = InitFileDlg(dialog, path, OFN_FILEMUSTEXIST);
+  if (!GetOpenFileNameW(&request)) return;
+  PrinterLabel pages[kMostLabels]{};
+  const int read = ImportPrinterLabels(pages, kMostLabels, path.data());
+  if (read + context.count > kMostLabels) return ShowTooManyPages(dialog);
+  AppendImported(dialog, context, std::span(pages).first(static_cast<std::size_t>(read)));
+  AdjustLabelListExtent(dialog, context.labels, context.count);
+  Select(dialog, 0);
+  if (context.count > 0) DisplayValues(dialog, context.labels[0], context.units);
+}
+
+void ExportClick(HWND dialog, const ManagePagesContext& context) {
+  const TraceScope trace("ExportClick");
+  PathText path{};
+  OPENFILENAMEW request = InitFileDlg(dialog, path, OFN_OVERWRITEPROMPT);
+  if (GetSaveFileNameW(&request)) ExportPrinterLabels(context.labels, context.count, path.data());
+}
+
+void CloseClick(HWND dialog) {
+  const TraceScope trace("CloseClick");
+  EndDialog(dialog, kClosed);
+}
+
+// --- The dialog ------------------------------------------------------------------------------------------------------
+
+void Open(HWND dialog, HANDLE printer) {
+  auto* const context = static_cast<ManagePagesContext*>(std::calloc(1, sizeof(ManagePagesContext)));
+  if (context) {
+    context->units = kInches;
+    context->hPrinter = printer;
+  }
+  const bool ready = context && Initialize(dialog, *context);
+  SetWindowLongPtrW(dialog, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(context));
+  if (!ready) EndDialog(dialog, kUnreadable);
+}
+
+void Close(HWND dialog) {
+  std::free(ContextOf(dialog));
+  SetWindowLongPtrW(dialog, GWLP_USERDATA, 0);
+}
+
+INT_PTR Command(HWND dialog, int control, int notification, ManagePagesContext& context) {
+  INT_PTR answer = TRUE;
+  if (RouteSizeFields(dialog, kFields, control, notification, context.units, answer)) return answer;
+  switch (control) {
+    case IDOK:
+    case IDCANCEL:
+      CloseClick(dialog);
+      return TRUE;
+    case IDC_MANAGE_LABELS:
+      LabelListClick(dialog, context.labels, context.units);
+      return TRUE;
+    case IDC_MANAGE_ADD:
+      AddClick(dialog, context);
+      return TRUE;
+    case IDC_MANAGE_MODIFY:
+      ModifyClick(dialog, context);
+      return TRUE;
+    case IDC_MANAGE_DELETE:
+      DeleteClick(dialog, context);
+      return TRUE;
+    case IDC_MANAGE_IMPORT:
+      ImportClick(dialog, context);
+      return TRUE;
+    case IDC_MANAGE_EXPORT:
+      ExportClick(dialog, context);
+      return TRUE;
+    default:
+      return TRUE;
+  }
+}
+
+INT_PTR CALLBACK ManagePagesDlgProc(HWND dialog, UINT message, WPARAM w_param, LPARAM l_param) {
+  switch (message) {
+    case WM_INITDIALOG:
+      Open(dialog, reinterpret_cast<HANDLE>(l_param));
+      return TRUE;
+    case WM_COMMAND:
+      if (ManagePagesContext* const context = ContextOf(dialog)) {
+        return Command(dialog, LOWORD(w_param), HIWORD(w_param), *context);
+      }
+      return FALSE;
+    case WM_DESTROY:
+      Close(dialog);
+      return FALSE;
+    default:
+      return FALSE;
+  }
+}
+
+}  // namespace
+}  // namespace manage_pages
+
+void ManagePages(HWND owner, HANDLE printer) {
+  DialogBoxParamW(ModuleHandle(), MAKEINTRESOURCEW(IDD_MANAGE_PAGES), owner, manage_pages::ManagePagesDlgProc,
+                  reinterpret_cast<LPARAM>(printer));
+}
+
+}  // namespace r5lqz

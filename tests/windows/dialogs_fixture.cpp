@@ -1,0 +1,198 @@
+#include "dialogs_fixture.h"
+
+#include <commdlg.h>
+
+#include <fstream>
+#include <sstream>
+
+namespace tests {
+namespace {
+
+constexpr char kFile[] = "pages.zpk";
+Watch* watched = nullptr;
+
+template <class Condition>
+void AwaitThat(Condition condition, const char* what) {
+  for (int tries = 0; !condition() && tries < 2000; ++tries) Sleep(5);
+  EXPECT_TRUE(condition()) << what;
+}
+
+template <StoreCall which, class... Arguments>
+DWORD WINAPI Count(Arguments... arguments) {
+  StoreCalls& call = store[which];
+  ++call.count;
+  if (call.answer && call.let_through-- <= 0) return call.answer;
+  return reinterpret_cast<DWORD(WINAPI*)(Arguments...)>(call.real)(arguments...);
+}
+template <StoreCall which, class... Arguments>
+void CountCalls(const char* name, DWORD(WINAPI* real)(Arguments...)) {
+  store[which] = {0, 0, 0, reinterpret_cast<void*>(real)};
+  watched->Replace("winspool.drv", name, &Count<which, Arguments...>);
+}
+
+BOOL WINAPI ChooseFile(LPOPENFILENAMEW request) {
+  asked_for.clear();
+  for (const WCHAR* part = request->lpstrFilter; *part; part += wcslen(part) + 1) asked_for += Narrow(part, 64) + "|";
+  asked_for += Narrow(request->lpstrDefExt, 8) + " " + std::to_string(request->Flags);
+  EXPECT_TRUE(IsWindow(request->hwndOwner) && request->lStructSize == sizeof *request && !*request->lpstrFile);
+  EXPECT_LT(chosen_file.size(), request->nMaxFile);
+  wcscpy(request->lpstrFile, chosen_file.c_str());
+  return !chosen_file.empty();
+}
+
+// The title of messages as it reads in another language.
+int WINAPI LoadForeign(HINSTANCE module, UINT id, LPWSTR text, int size) {
+  return id == IDS_ERROR ? swprintf(text, static_cast<std::size_t>(size), L"Fehler") : LoadStringW(module, id, text, size);
+}
+
+void* __cdecl Reallocate(void* block, std::size_t size) {
+  const std::lock_guard lock(watched->guard);
+  watched->blocks.erase(block);
+  return *watched->blocks.insert(realloc(block, size)).first;
+}
+
+std::string ValueOf(HANDLE printer, const std::string& key, const char* name) {
+  char bytes[256] = "";
+  DWORD type = REG_NONE, size = 0, number = 0;
+  if (GetPrinterDataExA(printer, key.c_str(), name, &type, reinterpret_cast<BYTE*>(bytes), sizeof bytes, &size)) return "-";
+  memcpy(&number, bytes, sizeof number);
+  return type == REG_DWORD ? std::to_string(number) : bytes;
+}
+
+BOOL CALLBACK FindDialog(HWND window, LPARAM found) {
+  const bool is_dialog = GetDlgItem(window, IDC_MANAGE_ADD) || GetDlgItem(window, IDC_CUSTOM_WIDTH);
+  if (is_dialog && IsWindowVisible(window)) *reinterpret_cast<HWND*>(found) = window;
+  return TRUE;
+}
+
+HWND OpenDialog(HWND button) {
+  HWND dialog = nullptr;
+  PostMessageW(button, BM_CLICK, 0, 0);
+  AwaitThat([&] {
+    EnumThreadWindows(GetWindowThreadProcessId(button, nullptr), FindDialog, reinterpret_cast<LPARAM>(&dialog));
+    return dialog != nullptr;
+  }, "a dialog opens");
+  return dialog;
+}
+
+}  // namespace
+
+DialogUser::DialogUser(const SheetUser& sheet, const DialogKind& its_kind)
+    : SheetUser(OpenDialog(GetDlgItem(sheet.Tab(), its_kind.opener))), kind(its_kind) {}
+
+void DialogUser::Type(int id, const char* text) const {
+  Send(id, EM_SETSEL, 0, -1);
+  Send(id, WM_CLEAR);
+  for (; *text; ++text) SendMessageA(GetDlgItem(Tab(), id), WM_CHAR, static_cast<BYTE>(*text), 1);
+}
+
+void DialogUser::EndBy(int id, WPARAM key) const {
+  const HWND dialog = Tab(), owner = GetWindow(dialog, GW_OWNER);
+  PostMessageW(GetDlgItem(dialog, id), WM_KEYDOWN, key, 0);
+  AwaitThat([&] { return !IsWindow(dialog); }, "the key closes the dialog");
+  SendMessageW(owner, WM_NULL, 0, 0);
+}
+
+std::string DialogUser::Fields() const {
+  std::string text;
+  for (const int id : kind.edits) text += id ? Text(id) + " " : "";
+  text += Checked(kind.inches) ? "| in" : "|";
+  text += Checked(kind.mm) ? " mm" : "";
+  for (const int id : kind.shown) text += (id == kind.shown[0] ? " " : ", ") + Text(id);
+  return text;
+}
+
+std::string DialogUser::Pages() const {
+  std::string pages;
+  for (WPARAM index = 0, count = static_cast<WPARAM>(Send(IDC_MANAGE_LABELS, LB_GETCOUNT)); index < count; ++index) {
+    char name[256] = "";
+    SendMessageA(GetDlgItem(Tab(), IDC_MANAGE_LABELS), LB_GETTEXT, index, reinterpret_cast<LPARAM>(name));
+    pages += name + std::string(";");
+  }
+  return pages;
+}
+
+void DialogTest::SetUp() {
+  SheetTest::SetUp();
+  if (!watch) return;
+  watched = watch.get();
+  CountCalls<kEnumerate>("EnumPrinterKeyW", &platform::RegistryEnumPrinterKey);
+  CountCalls<kDelete>("DeletePrinterKeyW", &platform::RegistryDeletePrinterKey);
+  CountCalls<kRead>("GetPrinterDataExA", &GetPrinterDataExA);
+  CountCalls<kWrite>("SetPrinterDataExA", &SetPrinterDataExA);
+  CountCalls<kProbe>("SetPrinterDataExW", &SetPrinterDataExW);
+  watch->Replace("comdlg32.dll", "GetOpenFileNameW", &ChooseFile);
+  watch->Replace("comdlg32.dll", "GetSaveFileNameW", +[](LPOPENFILENAMEW request) { return ChooseFile(request); });
+  watch->Replace("user32.dll", "LoadStringW", &LoadForeign);
+  watch->Replace("msvcrt.dll", "realloc", &Reallocate);
+}
+
+DriverDevMode DialogTest::Work(const DialogKind& kind, const std::vector<Step>& steps, WPARAM key) {
+  return Work(kind, steps, Defaults(), key);
+}
+
+DriverDevMode DialogTest::Work(const DialogKind& kind, const std::vector<Step>& steps, const DriverDevMode& in, WPARAM key) {
+  return Edit(in, [&](SheetUser& sheet) {
+    ASSERT_TRUE(sheet.Open("Page"));
+    DialogUser dialog(sheet, kind);
+    std::string stored = Stored();
+    for (const Step& step : steps) {
+      SCOPED_TRACE("step " + std::to_string(&step - steps.data()));
+      for (int at = 0; at < 5; ++at) {
+        if (step.typed[at]) dialog.Type(kind.edits[at], step.typed[at]);
+      }
+      if (step.act) step.act(dialog);
+      EXPECT_EQ(Said(), step.said);
+      if (step.stored) stored = step.stored;
+      EXPECT_EQ(Stored(), stored);
+      const bool lists = kind.opener == kManage.opener;
+      if (step.fields) { EXPECT_EQ(dialog.Fields(), step.fields); }
+      if (lists && !step.apart) { EXPECT_EQ(dialog.Pages(), Stored({"name"})); }
+      EXPECT_TRUE(step.selected == -2 || dialog.Send(IDC_MANAGE_LABELS, LB_GETCURSEL) == step.selected);
+    }
+    dialog.EndBy(kind.edits[1], key);
+  });
+}
+
+std::string DialogTest::Said() {
+  std::string said;
+  for (const auto& box : std::exchange(watch->boxes, {})) {
+    EXPECT_TRUE(box.type == MB_ICONERROR && IsWindow(box.owner));
+    said += (said.empty() ? "" : "; ") + (box.text.starts_with("Fehler: ") ? box.text.substr(8) : box.text);
+  }
+  return said;
+}
+
+std::string DialogTest::Stored(const std::vector<const char*>& values) {
+  WCHAR names[4096] = L"";
+  DWORD size = 0;
+  platform::RegistryEnumPrinterKey(Printer(), L"Label Sizes", names, sizeof names, &size);
+  std::string list;
+  for (const WCHAR* name = names; *name; name += wcslen(name) + 1) {
+    const std::string number = Narrow(name, 64);
+    for (const char* value : values) {
+      list += (value == values[0] ? "" : " ") + (*value ? ValueOf(Printer(), "Label Sizes\\" + number, value) : number);
+    }
+    list += ";";
+  }
+  return list;
+}
+
+void DialogTest::StoreSome(int count) {
+  for (int at = 0; at < count; ++at) {
+    Store({258 + at, ("Stock " + std::to_string(at)).c_str(), "4.125", "5.000", "0", "0", 1});
+  }
+}
+
+void PutFile(const std::string& text) {
+  chosen_file = L"pages.zpk";
+  std::ofstream(kFile, std::ios::binary) << text;
+}
+
+std::string FileText() {
+  std::ostringstream text;
+  text << std::ifstream(kFile, std::ios::binary).rdbuf();
+  return text.str();
+}
+
+}  // namespace tests

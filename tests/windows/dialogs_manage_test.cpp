@@ -1,0 +1,285 @@
+// The Manage Pages dialog: every button, key and message, and the printer's data behind them.
+#include <windows.h>
+
+#include <commdlg.h>
+
+#include <clocale>
+
+#include "dialogs_fixture.h"
+
+namespace tests {
+namespace {
+
+struct ManagePages : DialogTest {};
+
+const auto Add = Click(IDC_MANAGE_ADD), Modify = Click(IDC_MANAGE_MODIFY), Delete = Click(IDC_MANAGE_DELETE),
+           Import = Click(IDC_MANAGE_IMPORT), Export = Click(IDC_MANAGE_EXPORT), Inches = Click(IDC_MANAGE_INCHES),
+           Mm = Click(IDC_MANAGE_MM);
+
+constexpr char kWidthInches[] = "Invalid Width\nValid range: 0.040 - 11.692";
+constexpr char kWidthMm[] = "Invalid Width\nValid range: 1.000 - 297.000";
+constexpr char kOffset[] = "Offset is invalid.\nValid range: -2400 - 2400";
+
+auto ImportOf(const std::string& text) {
+  return [text](DialogUser& dialog) { PutFile(text), Import(dialog); };
+}
+
+// A list file of `count` pages.
+std::string ListOf(int count) {
+  std::string text = R"({"version":0,"list":[)";
+  for (int at = 0; at < count; ++at) text += (at ? ",{\"name\":\"F" : "{\"name\":\"F") + std::to_string(at) + "\"}";
+  return text + "]}";
+}
+
+TEST_F(ManagePages, EmptyListsAndOtherUnits) {
+  Work(kManage, {{{}, Delete, "", " 4.125 5.000 0 0 | in 0.000 in, 0.000 in, 0.040 - 11.692", nullptr, -1},
+                 {{}, Modify, "You must enter a name."},
+                 {{"Free", ""}, Modify, kWidthInches},
+                 {{nullptr, "4"}, Modify, ""}});
+  Store({259, "Metric", "104.8", "127", "1200", "-2400", 0});
+  Store({260, "Tenths", "1048", "1270", "", "x", 2});
+  Work(kManage, {{{}, {}, "", "Metric 104.8 127 1200 -2400 | mm 25.400 mm, -50.800 mm, 1.000 - 297.000", nullptr, 0},
+                 {{}, Choose(1), "", "Tenths 1048 1270  x | mm 0.000 mm, -.--- mm, 10.000 - 2970.000"},
+                 {{nullptr, nullptr, nullptr, nullptr, "7"}, Modify, kWidthMm},  // as they stand they are millimetres
+                 {{}, Mm, "", "Tenths 104.800 127.000  7 | mm 0.000 mm, 0.148 mm, 1.000 - 297.000"},
+                 {{}, Modify, "", nullptr, "259 Metric 104.8 127 1200 -2400 0;260 Tenths 104.800 127.000  7 0;"}});
+  EXPECT_EQ(watch->shown[IDD_PAGE_TAB], 2);
+  store[kEnumerate].answer = ERROR_ACCESS_DENIED;
+  Edit(Defaults(), [&](SheetUser& sheet) {
+    ASSERT_TRUE(sheet.Open("Page"));
+    sheet.Click(IDC_PAGE_MANAGE);  // comes back because no dialog stays open
+    EXPECT_EQ(Said() + std::to_string(sheet.Send(IDC_PAGE_LABELS, CB_GETCOUNT)), "1");
+  });
+}
+
+TEST_F(ManagePages, AddsModifiesAndDeletes) {
+  const std::string longest(63, 'n'), too_long = longest + "nn", long_stored = "258 " + longest + " 10 30 0 0 0;";
+  Work(kManage,
+       {{{" \t "}, Add, "You must enter a name."},
+        {{"  A "}, Add, "", nullptr, "258 A 4.125 5.000 0 0 1;", 0},
+        {{"a"}, Add, "Name already used."},
+        {{"B b", " 0.04 ", "35.5", "-2400", "2400"}, Add, "", nullptr, "258 A 4.125 5.000 0 0 1;259 B b 0.04 35.5 -2400 2400 1;", 1},
+        {{"C", "0.039"}, Add, kWidthInches},
+        {{"C", "11.692", "35.501"}, Add, "Invalid Length\nValid range: 1.000 - 35.500"},
+        {{"C", nullptr, "1", "2401"}, Add, kOffset},
+        {{"C", nullptr, nullptr, "12.5"}, Modify, kOffset},
+        {{"C", nullptr, nullptr, "1", "1e3"}, Modify, kOffset},
+        {{"A", nullptr, nullptr, nullptr, ""}, Modify, "Name already used."},
+        {{"b B"}, Modify, "", nullptr, "258 A 4.125 5.000 0 0 1;259 b B 11.692 1 1  1;", 1},
+        {{}, Mm, "", "b B 296.977 25.400 1  | mm 0.021 mm, 0.000 mm, 1.000 - 297.000"},
+        {{"M", "298"}, Modify, kWidthMm},
+        {{"M", "297", "901.7", nullptr, "+3"}, Modify, "", nullptr, "258 A 4.125 5.000 0 0 1;259 M 297 901.7 1 +3 0;"},
+        {{}, Choose(0)},
+        {{"C"}, Add, "", nullptr, "258 A 4.125 5.000 0 0 1;259 M 297 901.7 1 +3 0;260 C 4.125 5.000 0 0 1;", 2},
+        // The last goes, then the first two: a neighbour takes the place of each, its fields with it.
+        {{}, Delete, "", "M 297 901.7 1 +3 | mm 0.021 mm, 0.064 mm, 1.000 - 297.000", "258 A 4.125 5.000 0 0 1;259 M 297 901.7 1 +3 0;", 1},
+        {{}, Choose(0)},
+        {{}, Delete, "", "M 297 901.7 1 +3 | mm 0.021 mm, 0.064 mm, 1.000 - 297.000", "259 M 297 901.7 1 +3 0;", 0},
+        {{}, Delete, "", "M 297 901.7 1 +3 | mm 0.021 mm, 0.064 mm, 1.000 - 297.000", "", -1},
+        // The fields take no more than can be stored; names are of the system's code page.
+        {{too_long.c_str(), "10", "30", "0", "0"}, Add, "", nullptr, long_stored.c_str()},
+        {{nullptr, "123.45678"}, {}, "", (longest + " 123.456 30 0 0 | mm 0.000 mm, 0.000 mm, 1.000 - 297.000").c_str()},
+        {{"\xC4tikett \xDF"}, Add, "", nullptr, (long_stored + "259 \xC4tikett \xDF 123.456 30 0 0 0;").c_str()}});
+}
+
+TEST_F(ManagePages, KeysClicksAndUnits) {
+  Store({258, "A", "4.125", "5.000", "2399", "0", 1});
+  for (const WPARAM key : {VK_RETURN, VK_ESCAPE}) Work(kManage, {{{"Changed", "1", ""}, {}, ""}}, key);
+  const char* const as_stored = "A 4.125 5.000 2399 0 | in 1.999 in, 0.000 in, 0.040 - 11.692";
+  Work(kManage,
+       {{{"Changed", "1", "", "5", "6"}, Choose(0), "", as_stored},
+        // The arrows stop at the limits; typing does not.
+        {{}, Press(IDC_MANAGE_VERT, VK_UP, 3), "", "A 4.125 5.000 2400 0 | in 2.000 in, 0.000 in, 0.040 - 11.692"},
+        {{nullptr, nullptr, nullptr, "3000", "-2399"}, Press(IDC_MANAGE_HORZ, VK_DOWN, 3), "",
+         "A 4.125 5.000 3000 -2400 | in 2.500 in, -2.000 in, 0.040 - 11.692"},
+        {{nullptr, "x", nullptr, "1", "0"}, Inches, "", "A x 5.000 1 0 | in 0.001 in, 0.000 in, 0.040 - 11.692"},
+        {{}, Mm, kWidthInches, "A x 5.000 1 0 | in 0.001 in, 0.000 in, 0.040 - 11.692"},
+        {{nullptr, "4.125"}, Mm, "", "A 104.775 127.000 1 0 | mm 0.021 mm, 0.000 mm, 1.000 - 297.000"},
+        {{nullptr, nullptr, "x"}, Inches, "Invalid Length\nValid range: 25.400 - 901.700",
+         "A 104.775 x 1 0 | mm 0.021 mm, 0.000 mm, 1.000 - 297.000"},
+        {{nullptr, nullptr, "127"}, Inches, "", "A 4.125 5.000 1 0 | in 0.001 in, 0.000 in, 0.040 - 11.692"},
+        {{nullptr, "5"}, [](DialogUser& dialog) {  // the list passes the focus on to the button
+           SendMessageW(dialog.Tab(), WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(GetDlgItem(dialog.Tab(), IDC_MANAGE_LABELS)), 1);
+         }, "", as_stored}});
+}
+
+TEST_F(ManagePages, ADecimalCommaIsShownAndTypedButNotStored) {
+  Store({258, "A", "4.125", "5.000", "0", "0", 1});
+  ASSERT_TRUE(setlocale(LC_ALL, "German_Germany.1252"));
+  chosen_file = L"pages.zpk";
+  Work(kManage, {{{}, {}, "", "A 4,125 5,000 0 0 | in 0,000 in, 0,000 in, 0.040 - 11.692"},
+                 {{}, Mm, "", "A 104,775 127,000 0 0 | mm 0,000 mm, 0,000 mm, 1.000 - 297.000"},
+                 {{"B", "60.5"}, Add, kWidthMm},
+                 {{"B", "60,5"}, Add, "", nullptr, "258 A 4.125 5.000 0 0 1;259 B 60.5 127.000 0 0 0;"},
+                 {{}, Export},
+                 {{}, Delete, "", nullptr, "258 A 4.125 5.000 0 0 1;"},
+                 {{}, Delete, "", nullptr, ""},
+                 {{}, Import, "", nullptr, "258 A 4.125 5.000 0 0 1;259 B 60.5 127.000 0 0 0;"}});
+  setlocale(LC_ALL, "C");
+}
+
+// A refusal is reported with its code; what is listed is what can be read, whatever was written before it came.
+TEST_F(ManagePages, ARefusingStoreIsReported) {
+  const struct {
+    std::function<void(DialogUser&)> act;
+    StoreCall refused;
+    DWORD code;
+    int let_through;
+    const char* said;
+    const char* kept = "Stock 0;Stock 1;";
+  } kRows[] = {{Add, kWrite, ERROR_ACCESS_DENIED, 0, "Could not add page: 0x5"},
+               {Add, kWrite, ERROR_PRINTER_DELETED, 3, "Could not add page: 0x771"},
+               {Add, kEnumerate, ERROR_PRINTER_DELETED, 1, "Could not add page: 0x771"},
+               {Modify, kWrite, ERROR_ACCESS_DENIED, 0, "Could not modify page: 0x5"},
+               {Delete, kDelete, ERROR_ACCESS_DENIED, 0, "Could not delete page: 0x5"},
+               {Import, kWrite, ERROR_ACCESS_DENIED, 7, "Could not add page: 0x5", "Stock 0;Stock 1;F0;"}};
+  for (const auto& row : kRows) {
+    ASSERT_EQ(0u, platform::RemoveLabelStocks(Printer()));
+    StoreSome(2);
+    PutFile(ListOf(2));
+    Edit(Defaults(), [&](SheetUser& sheet) {
+      ASSERT_TRUE(sheet.Open("Page"));
+      DialogUser dialog(sheet, kManage);
+      dialog.Type(IDC_MANAGE_NAME, "New");
+      store[row.refused].answer = row.code;
+      store[row.refused].let_through = row.let_through;
+      row.act(dialog);
+      store[row.refused].answer = 0;
+      EXPECT_EQ(Said(), row.said);
+      EXPECT_EQ(dialog.Pages(), row.kept);
+      dialog.EndBy(IDC_MANAGE_NAME, VK_ESCAPE);
+      DialogUser again(sheet, kManage);
+      EXPECT_EQ(again.Pages(), row.kept);
+      again.EndBy(IDC_MANAGE_NAME, VK_ESCAPE);
+    });
+  }
+}
+
+TEST_F(ManagePages, WorksOnWhileOthersChangeTheStore) {
+  StoreSome(2);
+  const auto others = [this](DialogUser&) {
+    EXPECT_EQ(platform::RegistryDeletePrinterKey(Printer(), L"Label Sizes\\258"), 0u);
+    Store({300, "Theirs", "4", "5", "0", "0", 1});
+  };
+  const std::string second = "259 Stock 1 4.125 5.000 0 0 1;", others_and_mine = "300 Theirs 4 5 0 0 1;301 Mine 4.125 5.000 0 0 1;";
+  Work(kManage, {{{}, others, "", nullptr, (second + others_and_mine.substr(0, 21)).c_str(), 0, true},
+                 {{}, Delete, "Could not delete page: 0x2", nullptr, nullptr, 0, true},
+                 {{"Mine"}, Add, "", nullptr, (second + others_and_mine).c_str(), 2, true},
+                 // A change of the page that is gone brings it back.
+                 {{}, Choose(0), "", nullptr, nullptr, 0, true},
+                 {{}, Modify, "", nullptr, ("258 Stock 0 4.125 5.000 0 0 1;" + second + others_and_mine).c_str(), 0, true}});
+}
+
+// At the limits, and at what cost: reading n pages takes two listings and seven values each, and so does adding them.
+TEST_F(ManagePages, HoldsUpTo128Pages) {
+  for (const int count : {1, 16, 64, 128}) {
+    ASSERT_EQ(0u, platform::RemoveLabelStocks(Printer()));
+    PutFile(ListOf(count));
+    Edit(Defaults(), [&](SheetUser& sheet) {
+      ASSERT_TRUE(sheet.Open("Page"));
+      const auto measured = [&](const char* what, auto act) {
+        for (auto& call : store) call.count = 0;
+        const ULONGLONG start = GetTickCount64();
+        act();
+        RecordProperty(what + std::to_string(count), std::to_string(GetTickCount64() - start) + " ms");
+      };
+      {
+        DialogUser dialog(sheet, kManage);
+        measured("import_", [&] { Import(dialog); });
+        EXPECT_EQ(store[kEnumerate].count, 2 * count - 1) << "the first page finds no list to read";
+        EXPECT_EQ(store[kWrite].count, 7 * count);
+        EXPECT_EQ(store[kRead].count + store[kDelete].count + store[kProbe].count, 0);
+        EXPECT_EQ(dialog.Pages(), Stored({"name"}));
+        dialog.EndBy(IDC_MANAGE_NAME, VK_ESCAPE);
+      }
+      measured("open_", [&] { DialogUser(sheet, kManage).EndBy(IDC_MANAGE_NAME, VK_ESCAPE); });
+      EXPECT_EQ(store[kEnumerate].count, 4) << "the dialog, and the tab afterwards";
+      EXPECT_EQ(store[kRead].count, 14 * count);
+      EXPECT_EQ(store[kWrite].count + store[kDelete].count + store[kProbe].count, 0);
+    });
+  }
+  const auto import3 = ImportOf(ListOf(3));
+  Edit(Defaults(), [&](SheetUser& sheet) {
+    ASSERT_TRUE(sheet.Open("Page"));
+    DialogUser dialog(sheet, kManage);
+    for (const char* const width : {"4", "x"}) {
+      dialog.Type(IDC_MANAGE_NAME, "One more"), dialog.Type(IDC_MANAGE_WIDTH, width);
+      Add(dialog);
+      EXPECT_EQ(Said(), "Error: Too many pages") << "the one title that stays English";
+    }
+    for (const auto& act : std::vector<std::function<void(DialogUser&)>>{Delete, Delete, import3, Delete, import3}) act(dialog);
+    EXPECT_EQ(Said(), "Error: Too many pages");
+    EXPECT_EQ(dialog.Send(IDC_MANAGE_LABELS, LB_GETCOUNT), 128);
+    EXPECT_EQ(dialog.Pages(), Stored({"name"}));
+    dialog.EndBy(IDC_MANAGE_NAME, VK_ESCAPE);
+  });
+}
+
+TEST_F(ManagePages, ImportedNamesAreMadeUnique) {
+  const std::string fits(54, 'f'), too_long(55, 't');
+  int id = 258;
+  for (const std::string& name : {fits, too_long, std::string("A"), std::string("a (copy 1)")}) {
+    Store({id++, name.c_str(), "4.125", "5.000", "0", "0", 1});
+  }
+  std::string pages;
+  for (const std::string& name : {std::string("A"), std::string("B"), too_long, std::string("B"), fits}) {
+    pages += (pages.empty() ? "{\"name\":\"" : ",{\"name\":\"") + name + "\",\"id\":300}";
+  }
+  Edit(Defaults(), [&](SheetUser& sheet) {
+    ASSERT_TRUE(sheet.Open("Page"));
+    DialogUser dialog(sheet, kManage);
+    Choose(2)(dialog);
+    const std::string before = dialog.Pages();
+    ImportOf("{\"VERSION\":0,\"List\":[" + pages + "]}")(dialog);
+    EXPECT_EQ(Said(), "Page name too long:\n" + too_long + " (Copy 1)");
+    EXPECT_EQ(dialog.Pages(), before + "A (Copy 2);B;B (Copy 1);" + fits + " (Copy 1);");
+    EXPECT_EQ(dialog.Pages(), Stored({"name"}));
+    EXPECT_EQ(dialog.Text(IDC_MANAGE_NAME), fits) << "the first page is chosen";
+    dialog.EndBy(IDC_MANAGE_NAME, VK_ESCAPE);
+  });
+}
+
+long reported_size;
+
+// What a file that is none, or another one than it seemed, does: nothing is said or stored, the first page is shown again.
+TEST_F(ManagePages, ListsGoToFilesAndBack) {
+  const std::string list = ListOf(2);
+  PutFile(std::string(5000, '#'));
+  Work(kManage, {{{}, Export}, {{}, [](DialogUser& dialog) { chosen_file.clear(), Export(dialog), Import(dialog); }}});
+  EXPECT_EQ(FileText(), "{\n\t\"version\":\t0,\n\t\"list\":\t[]\n}") << "over a longer file; what is cancelled does nothing";
+  EXPECT_EQ(asked_for, "ZPK|*.ZPK|zpk " + std::to_string(OFN_FILEMUSTEXIST | OFN_HIDEREADONLY | OFN_NOCHANGEDIR));
+  Store({258, "Q\"\\ \xE4", "4.125", "5.000", "-2400", "2400", 1});
+  Store({259, "M", "104.8", "127", "0", "", 0});
+  Store({260, "T", "1048", "1270", "1", "2", 2});
+  const std::string all = Stored(), last_two = all.substr(all.find("259")), last = all.substr(all.find("260"));
+  chosen_file = L"pages.zpk";
+  std::vector<Step> steps{{{}, Export},
+                          {{}, Delete, "", nullptr, last_two.c_str()},
+                          {{}, Delete, "", nullptr, last.c_str()},
+                          {{}, Delete, "", nullptr, ""},
+                          {{}, Import, "", nullptr, all.c_str(), 0}};
+  const char* const first_page = "Q\"\\ \xE4 4.125 5.000 -2400 2400 | in -2.000 in, 2.000 in, 0.040 - 11.692";
+  const auto refuse = [&](std::function<void(DialogUser&)> import) {
+    steps.push_back({{}, Choose(1)});
+    steps.push_back({{"Edited", "7", "8"}, import, "", first_page, nullptr, 0});
+  };
+  for (const wchar_t* path : {L"NUL", L"\\\\.\\NUL", L"CON", L"C:\\windows", L".", L"missing.zpk"}) {
+    refuse([path](DialogUser& dialog) { chosen_file = path, Import(dialog); });
+  }
+  for (const std::string& text : {std::string(), list.substr(0, list.size() - 1), "\xEF\xBB\xBF" + list, std::string(99999, '[')}) {
+    refuse(ImportOf(text));
+  }
+  // As if the file had grown since it was measured, were none, or were huge.
+  watch->Replace("msvcrt.dll", "ftell", +[](FILE* file) { return reported_size ? reported_size : ftell(file); });
+  for (const long size : {static_cast<long>(list.size()) - 5, -1L, 0x7FFFFFFFL}) {
+    refuse([=](DialogUser& dialog) { reported_size = size, ImportOf(list)(dialog), reported_size = 0; });
+  }
+  const std::string grown = all + "261 F0 4.13 5.00 0 0 1;262 F1 4.13 5.00 0 0 1;";
+  steps.push_back({{}, [&](DialogUser& dialog) { reported_size = 10000, ImportOf(list)(dialog); }, "", nullptr, grown.c_str()});
+  steps.push_back({{}, [](DialogUser& dialog) { chosen_file = L"no such folder\\pages.zpk", Export(dialog); }});
+  Work(kManage, steps);
+  EXPECT_EQ(asked_for, "ZPK|*.ZPK|zpk " + std::to_string(OFN_OVERWRITEPROMPT | OFN_HIDEREADONLY | OFN_NOCHANGEDIR));
+}
+
+}  // namespace
+}  // namespace tests

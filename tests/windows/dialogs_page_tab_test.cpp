@@ -1,0 +1,179 @@
+// The Page tab: which label it shows as chosen, what it says of it, and what it makes of the choice.
+#include <clocale>
+#include <latch>
+#include <thread>
+
+#include "dialogs_fixture.h"
+
+namespace tests {
+namespace {
+
+struct PageTab : DialogTest {};
+
+constexpr platform::LabelStock kInch{259, "Inch", "4.125", "5.000", "-12", "34", 1};
+constexpr platform::LabelStock kMetric{258, "Metric", "60", "80", "1", "2", 0};
+
+// Settings that the label kInch has made.
+DriverDevMode Chosen(DriverDevMode record) {
+  auto& own = record.dm_private;
+  record.dm_public.dmPaperSize = own.dmPaperSize = kInch.number;
+  strcpy(own.labelName, kInch.name);
+  own.vertOffset = -12;
+  own.horzOffset = 34;
+  return record;
+}
+
+std::string Details(const platform::LabelStock& label, const char* unit) {
+  return std::string("Width: ") + label.width + unit + "\r\nLength: " + label.length + unit + "\r\nVertical Offset: " +
+         label.vertical_offset + "\r\nHorizontal Offset: " + label.horizontal_offset + "\r\n";
+}
+
+LRESULT Selected(const SheetUser& sheet) {
+  return sheet.Send(IDC_PAGE_LABELS, CB_GETCURSEL);
+}
+
+TEST_F(PageTab, SelectsTheLabelThatMatchesInEverything) {
+  Store({258, "Inch", "4.125", "5.000", "-12", "34", 1});
+  Store(kInch);
+  void (*const kChanges[])(r5lqz::PrivateDevMode&) = {
+      [](auto&) {},
+      [](auto& own) { strcpy(own.labelName, "inch"); }, [](auto& own) { strcpy(own.width_string, "4.12"); },
+      [](auto& own) { strcpy(own.length_string, "5"); }, [](auto& own) { own.vertOffset = 12; },
+      [](auto& own) { own.horzOffset = 35; }, [](auto& own) { own.units = 0; }};
+  for (const auto& change : kChanges) {
+    DriverDevMode in = Chosen(Defaults());
+    change(in.dm_private);
+    Edit(in, [&](SheetUser& sheet) {
+      ASSERT_TRUE(sheet.Open("Page"));
+      EXPECT_EQ(sheet.Send(IDC_PAGE_LABELS, CB_GETCOUNT), 3);
+      EXPECT_EQ(Selected(sheet), &change == kChanges ? 2 : 0) << &change - kChanges;
+      sheet.Choose(IDC_PAGE_LABELS, "Custom");
+      if (&change == kChanges) { EXPECT_EQ(sheet.Text(IDC_PAGE_DETAILS), Details(kInch, " in")); }
+    });
+  }
+}
+
+TEST_F(PageTab, ShowsAndAppliesEachLabel) {
+  const struct {
+    platform::LabelStock stock;
+    const char* unit;
+    short width, length;
+    LONG vertical, horizontal;
+  } kRows[] = {{{258, "Inches", "4.125", "1", "-2400", "2400", 1}, " in", 1048, 254, -2400, 2400},
+               {{259, "Metric \xE4", "104.75", "901.7", "", "7", 0}, " mm", 1048, 9017, 0, 7},
+               {{260, "Tenths", "1047.4", "1270.6", "1", "2", 2}, " mm", 1047, 1271, 1, 2},
+               {{261, "No number", "abc", "1e3", "x", "1e0", 0}, " mm", 1048, 1270, 6, 5},
+               {{262, "Too large", "9999999", "9999999", "0", "0", 1}, " in", 1048, 1270, 0, 0}};
+  for (const auto& row : kRows) Store(row.stock);
+  DriverDevMode in = Defaults();
+  in.dm_private.vertOffset = 6;
+  in.dm_private.horzOffset = 5;
+  for (const char* const locale : {"C", "German_Germany.1252"}) {
+    ASSERT_TRUE(setlocale(LC_ALL, locale));
+    for (const auto& row : kRows) {
+      std::string details = Details(row.stock, row.unit);
+      if (*locale != 'C') std::replace(details.begin(), details.end(), '.', ',');
+      const DriverDevMode out = Edit(in, [&](SheetUser& sheet) {
+        ASSERT_TRUE(sheet.Open("Page"));
+        EXPECT_EQ(Selected(sheet), 0);
+        sheet.Choose(IDC_PAGE_LABELS, row.stock.name);
+        EXPECT_EQ(sheet.Text(IDC_PAGE_DETAILS), details);
+      });
+      const auto& own = out.dm_private;
+      EXPECT_STREQ(own.labelName, row.stock.name);
+      EXPECT_TRUE(out.dm_public.dmPaperSize == row.stock.number && own.dmPaperSize == row.stock.number) << own.labelName;
+      EXPECT_EQ(out.dm_public.dmPaperWidth, row.width) << own.labelName;
+      EXPECT_EQ(out.dm_public.dmPaperLength, row.length) << own.labelName;
+      EXPECT_TRUE(own.vertOffset == row.vertical && own.horzOffset == row.horizontal) << own.labelName;
+      EXPECT_STREQ(own.width_string, row.stock.width);
+      EXPECT_STREQ(own.length_string, row.stock.length);
+      EXPECT_EQ(own.units, row.stock.units);
+      EXPECT_EQ(out.dm_public.dmFields, settled.dm_public.dmFields);
+      EXPECT_EQ(Narrow(out.dm_public.dmFormName, 32), "Custom");
+    }
+  }
+  setlocale(LC_ALL, "C");
+}
+
+TEST_F(PageTab, ManagingNeedsTheRightToWrite) {
+  Store(kMetric);
+  for (const DWORD answer : {ERROR_SUCCESS, ERROR_ACCESS_DENIED}) {
+    store[kProbe].answer = answer;
+    store[kDelete].count = 0;
+    const DriverDevMode out = Edit(Defaults(), [&](SheetUser& sheet) {
+      ASSERT_TRUE(sheet.Open("Page"));
+      EXPECT_EQ(sheet.Enabled(IDC_PAGE_MANAGE), answer == ERROR_SUCCESS);
+      EXPECT_TRUE(sheet.Enabled(IDC_PAGE_EDIT_CUSTOM));
+      sheet.Choose(IDC_PAGE_LABELS, "Metric");
+    });
+    EXPECT_EQ(out.dm_public.dmPaperSize, 258);
+    EXPECT_EQ(store[kDelete].count, answer == ERROR_SUCCESS ? 1 : 0);
+  }
+  DWORD needed = 0;
+  EXPECT_EQ(platform::RegistryEnumPrinterKey(Printer(), L"test", nullptr, 0, &needed), DWORD{ERROR_FILE_NOT_FOUND});
+}
+
+TEST_F(PageTab, AChoiceOutlivesEditCustomButNotManagePages) {
+  Store(kMetric);
+  Store(kInch);
+  const DriverDevMode out = Edit(Chosen(Defaults()), [&](SheetUser& sheet) {
+    ASSERT_TRUE(sheet.Open("Page"));
+    sheet.Choose(IDC_PAGE_LABELS, "Metric");
+    DialogUser custom(sheet, kCustom);
+    custom.Type(IDC_CUSTOM_WIDTH, "3");
+    custom.EndBy(IDC_CUSTOM_WIDTH, VK_RETURN);
+    EXPECT_EQ(sheet.Text(IDC_PAGE_LABELS) + sheet.Text(IDC_PAGE_DETAILS), "Metric" + Details(kMetric, " mm"));
+  });
+  EXPECT_STREQ(out.dm_private.labelName, "Metric");
+  EXPECT_EQ(out.dm_public.dmPaperWidth, 600);
+  // Cancel, on the other hand, hands nothing over.
+  DriverDevMode in = Chosen(Defaults()), untouched{};
+  auto header = Header(&in, &untouched);
+  ShowSheet(document_entry, &header, [](SheetUser& sheet) {
+    ASSERT_TRUE(sheet.Open("Page"));
+    sheet.Choose(IDC_PAGE_LABELS, "Metric");
+    DialogUser dialog(sheet, kManage);
+    dialog.Click(IDC_MANAGE_DELETE);
+    dialog.EndBy(IDC_MANAGE_NAME, VK_RETURN);
+    EXPECT_EQ(Selected(sheet), 1);
+    EXPECT_EQ(sheet.Text(IDC_PAGE_LABELS) + sheet.Text(IDC_PAGE_DETAILS), "Inch" + Details(kInch, " in"));
+  }, PSBTN_CANCEL);
+  EXPECT_EQ(untouched.dm_public.dmPaperSize, 0);
+}
+
+// Two sheets, each on its own thread: while one changes the printer's list and reads it again, the other applies what its
+// own list shows.
+TEST_F(PageTab, AppliesWhatItsOwnListShows) {
+  Store(kMetric);
+  Store(kInch);
+  std::latch chosen(1), changed(1);
+  DriverDevMode theirs{};
+  std::thread other([&] {
+    theirs = Edit(Defaults(), [&](SheetUser& sheet) {
+      chosen.wait();
+      EXPECT_TRUE(sheet.Open("Page"));
+      DialogUser dialog(sheet, kManage);
+      dialog.Click(IDC_MANAGE_DELETE);
+      dialog.Type(IDC_MANAGE_NAME, "C"), dialog.Type(IDC_MANAGE_WIDTH, "7");
+      dialog.Click(IDC_MANAGE_ADD);
+      dialog.EndBy(IDC_MANAGE_NAME, VK_ESCAPE);
+      sheet.Choose(IDC_PAGE_LABELS, "C");
+      changed.count_down();
+    });
+  });
+  const DriverDevMode ours = Edit(Defaults(), [&](SheetUser& sheet) {
+    EXPECT_TRUE(sheet.Open("Page"));
+    sheet.Choose(IDC_PAGE_LABELS, "Inch");
+    chosen.count_down();
+    changed.wait();
+    EXPECT_EQ(sheet.Text(IDC_PAGE_LABELS), "Inch");
+  });
+  other.join();
+  EXPECT_STREQ(ours.dm_private.labelName, "Inch");
+  EXPECT_EQ(ours.dm_public.dmPaperWidth, 1048);
+  EXPECT_STREQ(theirs.dm_private.labelName, "C");
+  EXPECT_EQ(theirs.dm_public.dmPaperWidth, 1778);
+}
+
+}  // namespace
+}  // namespace tests

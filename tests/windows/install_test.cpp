@@ -1,0 +1,344 @@
+// The driver's installation and removal, as the module that ships does them on this machine's own folders.
+#include "install_machine.h"
+
+#include <shlobj.h>
+#include <winspool.h>
+
+#include <algorithm>
+#include <fstream>
+
+#include "../spooler/watchdog.h"
+#include "driver_entries.h"
+#include "import_patch.h"
+#include "resources/resource_ids.h"
+
+namespace tests {
+namespace {
+
+constexpr char kShortcut[] = "[InternetShortcut]\r\nURL=https://support.brindlewick.example/r5-lqz/user-guide";
+const Lines kProfiles{"R5-LQZ_Premium_Matte_Best_Mode_v02.icc",   "R5-LQZ_Premium_Matte_Fast_Mode_v01.icc",
+                      "R5-LQZ_Premium_Matte_Normal_Mode_v02.icc", "R5-LQZ_Standard_Matte_Best_Mode_v02.icc",
+                      "R5-LQZ_Standard_Matte_Fast_Mode_v01.icc",  "R5-LQZ_Standard_Matte_Normal_Mode_v01.icc"};
+wchar_t driver_name[] = L"Brindlewick R5-LQZ";
+
+// What the module asked of the platform.
+Lines scheduled;    // for the next restart, by the last component; nothing of it is done
+Lines uninstalled;  // profiles
+DWORD profile_error;
+
+BOOL WINAPI WatchedMove(LPCWSTR from, LPCWSTR to, DWORD flags) {
+  EXPECT_TRUE(!to && flags == MOVEFILE_DELAY_UNTIL_REBOOT) << from;
+  scheduled.push_back(fs::path(from).filename().string());
+  return TRUE;
+}
+
+BOOL WINAPI WatchedUninstall(PCWSTR machine, PCWSTR profile, BOOL with_file) {
+  EXPECT_TRUE(!machine && with_file);
+  uninstalled.push_back(fs::path(profile).string());
+  SetLastError(profile_error);
+  return !profile_error;
+}
+
+// In place of any function that answers 0 when it fails; with an error that nothing gives here by itself.
+LONG_PTR WINAPI Fail() {
+  SetLastError(ERROR_NOT_READY);
+  return 0;
+}
+
+// Beneath these folders hardly anything fits.
+template <int deep>
+BOOL WINAPI DeepFolder(HWND owner, LPWSTR path, int folder, BOOL create) {
+  if (folder != deep) return SHGetSpecialFolderPathW(owner, path, folder, create);
+  return wcscpy(path, (L"C:\\" + std::wstring(245, 'd')).c_str()) != nullptr;
+}
+BOOL WINAPI DeepDirectory(LPWSTR, LPWSTR, DWORD, LPBYTE path, DWORD, LPDWORD) {
+  return DeepFolder<0>(nullptr, reinterpret_cast<WCHAR*>(path), 0, FALSE);
+}
+
+const wchar_t* language_text;  // in place of the string that names the language of the module's resources
+int WINAPI GivenLanguage(HINSTANCE module, UINT id, LPWSTR text, int capacity) {
+  return id == IDS_LANGUAGE ? lstrlenW(lstrcpynW(text, language_text, capacity))
+                            : LoadStringW(module, id, text, capacity);
+}
+
+class InstallTest : public InstallMachine {
+ protected:
+  InstallTest() : module_(LoadLibraryW(ModulePath().c_str())) {
+    EXPECT_EQ(platform::FindDriverEntries(module_, entries_), nullptr);
+    entries_.DocumentEvent(nullptr, nullptr, DOCUMENTEVENT_STARTDOCPRE, 0, nullptr, 0, nullptr);
+    TakeRecords();
+    scheduled = uninstalled = {};
+    profile_error = 0;
+    patches_.push_back(Patch("kernel32.dll", "MoveFileExW", &WatchedMove));
+    patches_.push_back(Patch("mscms.dll", "UninstallColorProfileW", &WatchedUninstall));
+  }
+  ~InstallTest() override {
+    patches_.clear();
+    FreeLibrary(module_);
+  }
+
+  template <class Function>
+  platform::ImportPatch Patch(const char* dll, const char* function, Function* replacement) {
+    auto patch = platform::ReplaceImport(module_, dll, function, reinterpret_cast<const void*>(replacement));
+    EXPECT_TRUE(patch) << function;
+    return patch;
+  }
+
+  // The records between the event's own.
+  Lines Deliver(DWORD event, DWORD level, void* info, BOOL expected) {
+    EXPECT_EQ(entries_.DriverEvent(event, level, static_cast<BYTE*>(info), 0), expected);
+    Lines records = TakeRecords();
+    const bool framed = records.size() > 1 && records.front() == "[Trace] <DrvDriverEvent>" &&
+                        records.back() == "[Trace] </DrvDriverEvent>";
+    EXPECT_TRUE(framed);
+    return framed ? Lines(records.begin() + 1, records.end() - 1) : records;
+  }
+  Lines Deliver(DWORD event) {
+    DRIVER_INFO_3W info{3, driver_name};
+    return Deliver(event, 3, &info, TRUE);
+  }
+  Lines Install() { return Deliver(DRIVER_EVENT_INITIALIZE); }
+  // Without the records of the profiles, which are the last.
+  Lines Remove() {
+    Lines records = Deliver(DRIVER_EVENT_DELETE);
+    EXPECT_EQ(std::exchange(uninstalled, {}), kProfiles);
+    const auto of_profile = [](const std::string& text) { return text.find("color profile") != text.npos; };
+    records.erase(std::find_if(records.begin(), records.end(), of_profile), records.end());
+    return records;
+  }
+
+ private:
+  HMODULE module_;
+  platform::DriverEntries entries_;
+  std::vector<platform::ImportPatch> patches_;
+};
+
+TEST_F(InstallTest, ShortcutIsNamedInTheUsersLanguage) {
+  const auto patch = Patch("user32.dll", "LoadStringW", &GivenLanguage);
+  constexpr char8_t kEnglish[] = u8"R5-LQZ User Guide.url";
+  const std::pair<const wchar_t*, const char8_t*> rows[] = {
+      {L"de", u8"R5-LQZ Bedienungsanleitung.url"}, {L"fr", u8"Guide d\u2019utilisation de la R5-LQZ.url"},
+      {L"zh", u8"R5-LQZ \u7528\u6237\u6307\u5357.url"}, {L"es", u8"Gu\u00EDa de usuario de R5-LQZ.url"},
+      {L"en", kEnglish}, {L"it", kEnglish}, {L"", kEnglish}};
+  for (const auto& [language, name] : rows) {
+    SCOPED_TRACE(fs::path(language));
+    Clear();
+    language_text = language;
+    // Where there is one already, the second time.
+    for (int times = 0; times < 2; ++times) {
+      EXPECT_EQ(Install().empty(), times == 0);
+      ASSERT_EQ(Listing(StartMenuFolder()), Lines{reinterpret_cast<const char*>(name)});
+      const fs::path shortcut = fs::directory_iterator(StartMenuFolder())->path();
+      std::ifstream file(shortcut, std::ios::binary);
+      EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), kShortcut);
+      std::ofstream(shortcut) << std::string(500, 'x');
+    }
+  }
+}
+
+// The build runs this once more in another locale, which only a program's start can choose.
+TEST_F(InstallTest, LanguageIsThatOfTheResources) {
+  const char* const locale = getenv("R5LQZ_LOCALE");
+  const bool german = locale && std::string_view(locale).starts_with("de");
+  EXPECT_EQ(Install(), Lines{});
+  EXPECT_EQ(Listing(StartMenuFolder()), Lines{german ? "R5-LQZ Bedienungsanleitung.url" : "R5-LQZ User Guide.url"});
+}
+
+TEST_F(InstallTest, RasterSdkFilesAreCopiedOnce) {
+  const struct {
+    int there;    // number of a target
+    int missing;  // number of a source
+    int copied;   // how many are in place then, "there" included
+    const char* code;
+  } rows[] = {{-1, -1, 4, ""}, {0, -1, 1, "0x20010005"}, {2, -1, 3, "0x20010005"}, {-1, 0, 0, "0x20010004"},
+              {-1, 3, 3, "0x20010004"}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(&row - rows);
+    Clear();
+    if (row.there >= 0) {
+      fs::create_directories(SdkFolder());
+      WriteBytes((SdkFolder() / kSdkFiles[row.there]).string(), "older");
+    }
+    if (row.missing >= 0) fs::remove(SourceOf(kSdkFiles[row.missing]));
+    const std::string record = std::string("[Error] Could not copy Raster SDK files: ") + row.code;
+    EXPECT_EQ(Install(), *row.code ? Lines{record} : Lines{});
+    EXPECT_EQ(Listing(SdkFolder()), Lines(kSdkFiles.begin(), kSdkFiles.begin() + row.copied));
+    EXPECT_EQ(fs::exists(SdkFolder().parent_path()), row.copied > 0) << "made for nothing";
+    for (int i = 0; i < row.copied; ++i) {
+      EXPECT_EQ(ReadBytes((SdkFolder() / kSdkFiles[i]).string()), i == row.there ? "older" : "r5-lqz-" + kSdkFiles[i]);
+    }
+  }
+}
+
+void MakeFile(const fs::path& path) {
+  fs::create_directories(path.parent_path());
+  WriteBytes(path.string(), "x");
+}
+
+TEST_F(InstallTest, RemovalTakesTheStartMenuFolderAndNothingBesideIt) {
+  const fs::path folder = StartMenuFolder();
+  // To the platform's path functions a name with two dots leads beside the folder that it is in.
+  const fs::path beside = folder.parent_path().wstring() + L"kept by the tests";
+  for (const char* name : {"f", "a/b/c/f", "a/d/f", "..kept by the tests/f", "...txt"}) MakeFile(folder / name);
+  fs::create_directory(folder / "empty");
+  MakeFile(beside / "f");
+  for (const char* when : {"filled", "not there"}) {
+    EXPECT_EQ(Remove(), Lines{}) << when;
+    EXPECT_FALSE(fs::exists(folder));
+  }
+  EXPECT_EQ(Listing(beside), Lines{"f"});
+  EXPECT_EQ(scheduled, Lines{});
+  fs::remove_all(beside);
+}
+
+std::string HostPath(const fs::path& path) {
+  const auto convert = reinterpret_cast<char*(CDECL*)(LPCWSTR)>(
+      reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "wine_get_unix_file_name")));
+  return std::string(" \"") + (convert ? convert(path.c_str()) : "") + '"';
+}
+
+// On this platform only the host makes and removes links to folders, in its own time.
+void RunOnHost(const std::string& program, std::string arguments, const fs::path& link, bool exists) {
+  STARTUPINFOA startup{sizeof startup};
+  PROCESS_INFORMATION created{};
+  const std::string path = "Z:\\bin\\" + program;
+  arguments.insert(0, program);
+  CreateProcessA(path.c_str(), arguments.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &created);
+  for (int wait = 0; wait < 200 && fs::exists(link) != exists; ++wait) Sleep(20);
+  ASSERT_EQ(fs::exists(link), exists);
+}
+
+TEST_F(InstallTest, RemovalFollowsNoLink) {
+  const fs::path others = StartMenuFolder().parent_path() / "others of the tests";
+  MakeFile(others / "f");
+  for (const fs::path& link : {StartMenuFolder() / "link", StartMenuFolder()}) {
+    Clear();
+    scheduled.clear();
+    if (link != StartMenuFolder()) MakeFile(StartMenuFolder() / "f");
+    RunOnHost("ln", " -s" + HostPath(others) + HostPath(link), link, true);
+    EXPECT_EQ(Remove(), Lines{});
+    EXPECT_EQ(Listing(others), Lines{"f"});
+    // This platform does not remove it either.
+    ASSERT_FALSE(scheduled.empty());
+    EXPECT_EQ(scheduled.front(), link.filename());
+    RunOnHost("rm", HostPath(link), link, false);
+  }
+  fs::remove_all(others);
+}
+
+TEST_F(InstallTest, WhatIsInUseOrTooDeepIsLeftForTheNextRestart) {
+  EXPECT_EQ(Install(), Lines{});
+  for (const auto& file : {StartMenuFolder() / "sub/busy", StartMenuFolder() / "sub/free", SdkFolder() / "others"}) {
+    MakeFile(file);
+  }
+  const std::string deep = std::string(120, 'd') + '/' + std::string(100, 'f');
+  MakeFile(StartMenuFolder() / deep);
+  std::vector<HANDLE> busy;
+  for (const auto& path : {StartMenuFolder() / "sub/busy", SdkFolder() / kSdkFiles[1]}) {
+    busy.push_back(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
+    EXPECT_NE(busy.back(), INVALID_HANDLE_VALUE);
+  }
+  EXPECT_EQ(Remove(), Lines{});
+  for (const HANDLE handle : busy) CloseHandle(handle);
+  EXPECT_EQ(scheduled, (Lines{"busy", "sub", "Brindlewick R5-LQZ", "hpldrlgl.dat", "Brindlewick R5-LQZ Driver",
+                              "Brindlewick"}));
+  EXPECT_EQ(Listing(StartMenuFolder()), (Lines{deep.substr(0, 120), deep, "sub", "sub/busy"}));
+  EXPECT_EQ(Listing(SdkFolder()), (Lines{"hpldrlgl.dat", "others"}));
+}
+
+TEST_F(InstallTest, ProfilesAreUninstalledInOrderWhateverEachAnswers) {
+  for (const DWORD error : {DWORD{0}, DWORD{2011}}) {
+    profile_error = error;
+    Lines expected;
+    for (const std::string& profile : kProfiles) {
+      expected.push_back("[Info]  Attempting to uninstall color profile = " + profile);
+      if (error) expected.push_back("[Error] UninstallColorProfile failed.  Error = 2011");
+    }
+    EXPECT_EQ(Deliver(DRIVER_EVENT_DELETE), expected);
+    EXPECT_EQ(std::exchange(uninstalled, {}), kProfiles);
+  }
+}
+
+TEST_F(InstallTest, TasksFailOnTheirOwn) {
+  const auto with = [](auto* function) { return reinterpret_cast<const void*>(function); };
+  constexpr char kShell[] = "shell32.dll", kFolder[] = "SHGetSpecialFolderPathW";
+  constexpr char kSpooler[] = "winspool.drv", kDirectory[] = "GetPrinterDriverDirectoryW";
+  constexpr int kPrograms = CSIDL_COMMON_PROGRAMS, kData = CSIDL_COMMON_APPDATA;
+  const struct {
+    const char* dll;
+    const char* name;
+    const void* replacement;
+    const char* shortcut;  // the code of each task's record, or none when it does its work
+    const char* copy;
+    const char* menu;
+    const char* deletion;
+  } rows[] = {{kShell, kFolder, with(&Fail), "0x15", "0x15", "0x15", "0x15"},
+              {kShell, kFolder, with(&DeepFolder<kPrograms>), "0x20010009", "", "0x20010009", ""},
+              {kShell, kFolder, with(&DeepFolder<kData>), "", "0x20010009", "", "0x20010009"},
+              {kSpooler, kDirectory, with(&Fail), "", "0x2001000d", "", ""},
+              {kSpooler, kDirectory, with(&DeepDirectory), "", "0x20010009", "", ""},
+              {"msvcrt.dll", "calloc", with(&Fail), "0x20010001", "0x20010001", "0x20010001", "0x20010001"},
+              {"msvcrt.dll", "_wfopen", with(&Fail), "0x15", "", "", ""},
+              {"kernel32.dll", "CopyFileW", with(&Fail), "", "0x15", "", ""},
+              {"kernel32.dll", "CreateDirectoryW", with(&Fail), "0x15", "0x3", "", ""}};
+  const auto add = [](Lines& records, const char* text, const char* code) {
+    if (*code) records.push_back(std::string("[Error] ") + text + code);
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(testing::Message() << row.name << ' ' << &row - rows);
+    Lines installing, removing;
+    add(installing, "Could create userguide shortcut: ", row.shortcut);
+    if (!strcmp(row.copy, "0x2001000d")) add(installing, "Cannot get driver path. ", "VDRV_CopyRasterSdkFiles");
+    add(installing, "Could not copy Raster SDK files: ", row.copy);
+    add(removing, "Could not delete Start Menu shortcuts: ", row.menu);
+    add(removing, "Could not delete Raster SDK files: ", row.deletion);
+    const auto under_fault = [&](DWORD event) {
+      const auto patch = Patch(row.dll, row.name, static_cast<const BYTE*>(row.replacement));
+      return event == DRIVER_EVENT_DELETE ? Remove() : Install();
+    };
+    Clear();
+    EXPECT_EQ(under_fault(DRIVER_EVENT_INITIALIZE), installing);
+    EXPECT_EQ(Listing(StartMenuFolder()).empty(), *row.shortcut != 0);
+    EXPECT_EQ(Listing(SdkFolder()).empty(), *row.copy != 0);
+    Clear();
+    EXPECT_EQ(Install(), Lines{});
+    EXPECT_EQ(under_fault(DRIVER_EVENT_DELETE), removing);
+    EXPECT_EQ(fs::exists(StartMenuFolder()), *row.menu != 0);
+    EXPECT_EQ(Listing(SdkFolder()).size(), *row.deletion ? 4u : 0u);
+  }
+}
+
+TEST_F(InstallTest, DriversWithoutANameAndOtherEventsAreRefused) {
+  DRIVER_INFO_1W first{driver_name}, nameless{nullptr};
+  DRIVER_INFO_2W second{3, driver_name};
+  DRIVER_INFO_3W third{3, driver_name};
+  const Lines none, no_name{"[Error] Could not get the driver name."};
+  const struct {
+    DWORD event;
+    DWORD level;
+    void* info;
+    BOOL result;
+    const Lines& records;
+  } rows[] = {{1, 1, &first, TRUE, none},        {1, 2, &second, TRUE, none},     {1, 3, &third, TRUE, none},
+              {1, 4, &third, FALSE, no_name},    {1, 0, &first, FALSE, no_name},  {2, 4, &third, FALSE, no_name},
+              {1, 1, &nameless, FALSE, no_name}, {1, 2, nullptr, FALSE, no_name}, {0, 3, &third, FALSE, none},
+              {3, 3, &third, FALSE, none}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(&row - rows);
+    Clear();
+    EXPECT_EQ(Deliver(row.event, row.level, row.info, row.result), row.records);
+    EXPECT_EQ(Listing(StartMenuFolder()).size() + Listing(SdkFolder()).size(), row.result ? 5u : 0u);
+  }
+  const auto patch = Patch("msvcrt.dll", "_wcsdup", &Fail);
+  EXPECT_EQ(Deliver(2, 1, &first, FALSE), no_name) << "no memory";
+  EXPECT_EQ(uninstalled, none);
+}
+
+}  // namespace
+}  // namespace tests
+
+int main(int argc, char** argv) {
+  testing::InitGoogleTest(&argc, argv);
+  tests::StartWatchdog(45);
+  return RUN_ALL_TESTS();
+}
