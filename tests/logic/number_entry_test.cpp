@@ -1,4 +1,4 @@
-// Entries and ranges as texts. A locale with a decimal comma is there on Windows always, elsewhere when it is installed.
+// Entries and ranges as texts. A locale with a decimal comma is always there on Windows, elsewhere if it is installed.
 #include "pages/number_entry.h"
 
 #include <gtest/gtest.h>
@@ -70,7 +70,8 @@ TEST(NumberEntry, TakesDecimalsWithinTheirBounds) {
 TEST(NumberEntry, TakesWholeNumbersWithinTheirBounds) {
   const char* const kRows[][2] = {{"-2400", "-2400"}, {"2400", "2400"}, {"2401", "refused"}, {"-2401", "refused"},
                                   {" +7\t", "+7"},    {"", ""},         {"1.0", "refused"},  {"1 0", "refused"},
-                                  {"0x1", "refused"}, {"-", "-"},       {"--1", "refused"},  {"000000000000000007", "000000000000000007"}};
+                                  {"0x1", "refused"}, {"-", "-"},       {"--1", "refused"},
+                                  {"000000000000000007", "000000000000000007"}};
   for (const auto& [entry, stored] : kRows) EXPECT_EQ(AcceptInt(entry, kOffsets), stored) << entry;
   EXPECT_EQ(AcceptInt("", {1, 1}), "refused");
 }
@@ -97,7 +98,9 @@ TEST(NumberEntry, SpeaksTheLocaleAndStoresPoints) {
   EXPECT_EQ(Accept("12,5", kWidths, kMillimetres), "12.5");
   EXPECT_EQ(Accept(" ,5 ", {0, 10}, kMillimetres), ".5");
   EXPECT_EQ(Accept("297,01", kWidths, kMillimetres), "refused") << "the fraction counts";
-  for (const char* const entry : {"12.5", "1,2,3", "1,2.3", "1.2,3"}) EXPECT_EQ(Accept(entry, kWidths, 0), "refused") << entry;
+  for (const char* const entry : {"12.5", "1,2,3", "1,2.3", "1.2,3"}) {
+    EXPECT_EQ(Accept(entry, kWidths, 0), "refused") << entry;
+  }
   EXPECT_EQ(Range(10, 2970, kInches), "0.040 - 11.692");
   EXPECT_EQ(Shown("4.125"), "4,125");
   EXPECT_EQ(Shown("1.2.3"), "1,2.3");

@@ -10,7 +10,7 @@ namespace tests {
 namespace {
 
 // Wine waits two seconds for a window manager to say that a window is gone, and a bare display has none: this program's
-// windows are not to be managed. Read before this runs, so that it holds from the next run on: listing the tests is one.
+// windows are not to be managed. Read before this runs, so it holds from the next run on: listing the tests is one.
 const bool unmanaged = [] {
   wchar_t path[MAX_PATH];
   GetModuleFileNameW(nullptr, path, MAX_PATH);
