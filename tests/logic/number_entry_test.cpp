@@ -1,5 +1,4 @@
-// Entries and ranges as texts. A locale with a decimal comma is there on Windows always, elsewhere when it is
-// installed.
+// Entries and ranges as texts. A locale with a decimal comma is always there on Windows, elsewhere if it is installed.
 #include "pages/number_entry.h"
 
 #include <gtest/gtest.h>
@@ -102,8 +101,9 @@ TEST(NumberEntry, SpeaksTheLocaleAndStoresPoints) {
   EXPECT_EQ(Accept("12,5", kWidths, kMillimetres), "12.5");
   EXPECT_EQ(Accept(" ,5 ", {0, 10}, kMillimetres), ".5");
   EXPECT_EQ(Accept("297,01", kWidths, kMillimetres), "refused") << "the fraction counts";
-  for (const char* const entry : {"12.5", "1,2,3", "1,2.3", "1.2,3"})
+  for (const char* const entry : {"12.5", "1,2,3", "1,2.3", "1.2,3"}) {
     EXPECT_EQ(Accept(entry, kWidths, 0), "refused") << entry;
+  }
   EXPECT_EQ(Range(10, 2970, kInches), "0.040 - 11.692");
   EXPECT_EQ(Shown("4.125"), "4,125");
   EXPECT_EQ(Shown("1.2.3"), "1,2.3");

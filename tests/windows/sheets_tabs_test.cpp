@@ -149,6 +149,7 @@ TEST_F(Layout, KeepsTheUserUntilTheHiddenCountIsRight) {
       [&](SheetUser& user) {
         ASSERT_TRUE(user.Open("Layout"));
         const HWND tab = user.Tab();
+        const NMHDR apply{nullptr, 0, static_cast<UINT>(PSN_APPLY)};
         for (const char* const entry : {"2", "0", "-1", "1,0", "1.0", "1 1", "", "11111111111111111111111"}) {
           watch->boxes.clear();
           user.Type(IDC_LAYOUT_COPIES, entry);
@@ -157,6 +158,9 @@ TEST_F(Layout, KeepsTheUserUntilTheHiddenCountIsRight) {
           user.Press(PSBTN_APPLYNOW);
           EXPECT_GT(watch->boxes.size(), 1u) << entry;
           EXPECT_EQ(user.Tab(), tab);
+          // The sheet asks a current tab whether it can be left before it lets it apply; another one it does not ask.
+          SendMessageW(tab, WM_NOTIFY, 0, reinterpret_cast<LPARAM>(&apply));
+          EXPECT_EQ(GetWindowLongPtrW(tab, DWLP_MSGRESULT), PSNRET_INVALID_NOCHANGEPAGE) << entry;
           for (const auto& box : watch->boxes) {
             EXPECT_EQ(box.text, "Error: Invalid Number of Copies\nValid range: 1 - 1");
             EXPECT_TRUE(box.owner == tab && box.type == MB_ICONERROR);
