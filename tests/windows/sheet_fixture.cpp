@@ -146,8 +146,9 @@ Watch::Watch(HMODULE watched) : module(watched) {
   Replace("user32.dll", "MessageBoxW", &TakeBox);
   Replace("mscms.dll", "EnumColorProfilesW", &GiveProfiles);
   Replace("winspool.drv", "SetPrinterDataW", &Write);
+  // New blocks hold no zeros by chance.
   Replace(
-      "msvcrt.dll", "malloc", +[](std::size_t size) { return Allocate(1, size); });
+      "msvcrt.dll", "malloc", +[](std::size_t size) { return memset(Allocate(1, size), 0xCD, size); });
   Replace("msvcrt.dll", "calloc", &Allocate);
   Replace("msvcrt.dll", "free", &Release);
 }
