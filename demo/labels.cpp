@@ -4,13 +4,13 @@ namespace demo {
 
 std::span<const DemoLabel> DemoLabels() {
   // One of each unit, one with print offsets.
-  static constexpr DemoLabel labels[] = {
+  static constexpr DemoLabel kLabels[] = {
       {{258, "Address 4 x 2 in", "4.000", "2.000", "0", "0", 1}, 1016, 508},
       {{259, "Shipping 100 x 150 mm", "100.0", "150.0", "0", "0", 0}, 1000, 1500},
       {{260, "Shelf tag 62 x 29 mm", "620", "290", "0", "0", 2}, 620, 290},
       {{261, "Bottle 3.5 x 4.75 in", "3.500", "4.750", "24", "-60", 1}, 889, 1207},
   };
-  return labels;
+  return kLabels;
 }
 
 void StoreLabels(Session& session) {

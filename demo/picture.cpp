@@ -5,10 +5,12 @@
 #include <type_traits>
 
 // Some versions of the header below call min and max without a namespace.
+// NOLINTBEGIN(readability-identifier-naming)
 namespace Gdiplus {
 using std::max;
 using std::min;
 }  // namespace Gdiplus
+// NOLINTEND(readability-identifier-naming)
 #include <objidl.h>
 
 #include <gdiplus.h>
@@ -38,7 +40,7 @@ OwnedBitmap CopyContents(HWND window) {
 }
 
 bool SaveBitmap(HBITMAP bitmap, const std::wstring& path) {
-  Gdiplus::GdiplusStartupInput input;
+  const Gdiplus::GdiplusStartupInput input;
   ULONG_PTR token = 0;
   if (Gdiplus::GdiplusStartup(&token, &input, nullptr) != Gdiplus::Ok) return false;
   const bool saved = Gdiplus::Bitmap(bitmap, nullptr).Save(path.c_str(), &kPngEncoder, nullptr) == Gdiplus::Ok;

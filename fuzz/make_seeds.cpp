@@ -154,7 +154,8 @@ void WriteLabelFiles() {
   const auto list = [](const string& pages) { return "\x80{\"version\":0,\"list\":[" + pages + "]}"; };
   const std::pair<const char*, string> kSeeds[] = {
       {"empty", list("")},
-      {"whole", list(R"({"name":"A","width":"4.1","length":"5","vertOffset":"-1","horzOffset":"3","units":1,"id":300})")},
+      {"whole",
+       list(R"({"name":"A","width":"4.1","length":"5","vertOffset":"-1","horzOffset":"3","units":1,"id":300})")},
       {"defaults", list(R"({},{"name":null,"width":4.125,"units":"0","id":"x"},7,[],"text")")},
       {"tenths", list(R"({"name":"T","units":2,"width":"2970,0","length":"9017.00"})")},
       {"letter-case", "\x02 \t{\"Version\":1e2,\"LIST\":[{\"Name\":\"a\",\"name\":\"b\",\"UNITS\":0.9}]}behind"},

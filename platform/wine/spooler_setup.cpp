@@ -151,6 +151,44 @@ StepResult SendDriverRemoval(InstalledPrinter& installed) {
   return Failed("DrvDriverEvent");
 }
 
+// Of the failures of a removal, which goes on after each, the first is told.
+void Note(StepResult& first, const StepResult& result) {
+  if (first.Held()) first = result;
+}
+
+void DeleteAddedPrinter(InstalledPrinter& installed, StepResult& first) {
+  if (installed.printer_added && installed.printer) {
+    Note(first, SendPrinterEvent(installed, PRINTER_EVENT_DELETE));
+    if (!DeletePrinter(installed.printer)) Note(first, Failed("DeletePrinter"));
+  }
+  installed.printer_added = false;
+  if (installed.printer && !ClosePrinter(installed.printer)) Note(first, Failed("ClosePrinter"));
+  installed.printer = nullptr;
+}
+
+void UnloadDriver(InstalledPrinter& installed, StepResult& first) {
+  if (installed.entries.DriverEvent) Note(first, SendDriverRemoval(installed));
+  while (!installed.patches.empty()) installed.patches.pop_back();
+  installed.entries = {};
+  if (installed.module) FreeLibrary(installed.module);
+  installed.module = nullptr;
+}
+
+void UnregisterDriver(InstalledPrinter& installed, StepResult& first) {
+  if (installed.driver_registered) {
+    auto* environment = const_cast<wchar_t*>(kEnvironment);
+    if (!DeletePrinterDriverExW(nullptr, environment, Writable(installed.driver_name), 0, 0)) {
+      Note(first, Failed("DeletePrinterDriverExW"));
+    }
+    installed.driver_registered = false;
+  }
+  if (!installed.staged_path.empty() && !DeleteFileW(installed.staged_path.c_str()) &&
+      GetLastError() != ERROR_FILE_NOT_FOUND) {
+    Note(first, Failed("DeleteFileW"));
+  }
+  installed.staged_path.clear();
+}
+
 }  // namespace
 
 InstalledPrinter::~InstalledPrinter() {
@@ -182,38 +220,9 @@ StepResult InstallPrinter(const PrinterRequest& request, InstalledPrinter& insta
 
 StepResult RemovePrinter(InstalledPrinter& installed) {
   StepResult first;
-  const auto note = [&](StepResult result) {
-    if (first.Held()) first = result;
-  };
-
-  if (installed.printer_added) {
-    if (installed.printer) {
-      note(SendPrinterEvent(installed, PRINTER_EVENT_DELETE));
-      if (!DeletePrinter(installed.printer)) note(Failed("DeletePrinter"));
-    }
-    installed.printer_added = false;
-  }
-  if (installed.printer && !ClosePrinter(installed.printer)) note(Failed("ClosePrinter"));
-  installed.printer = nullptr;
-
-  if (installed.entries.DriverEvent) note(SendDriverRemoval(installed));
-  while (!installed.patches.empty()) installed.patches.pop_back();
-  installed.entries = {};
-  if (installed.module) FreeLibrary(installed.module);
-  installed.module = nullptr;
-
-  if (installed.driver_registered) {
-    auto* environment = const_cast<wchar_t*>(kEnvironment);
-    if (!DeletePrinterDriverExW(nullptr, environment, Writable(installed.driver_name), 0, 0)) {
-      note(Failed("DeletePrinterDriverExW"));
-    }
-    installed.driver_registered = false;
-  }
-  if (!installed.staged_path.empty() && !DeleteFileW(installed.staged_path.c_str())) {
-    if (GetLastError() != ERROR_FILE_NOT_FOUND) note(Failed("DeleteFileW"));
-  }
-  installed.staged_path.clear();
-
+  DeleteAddedPrinter(installed, first);
+  UnloadDriver(installed, first);
+  UnregisterDriver(installed, first);
   if (installed.turn) {
     ReleaseMutex(installed.turn);
     CloseHandle(installed.turn);

@@ -169,7 +169,7 @@ TEST_F(ManagePages, ARefusingStoreIsReported) {
 
 TEST_F(ManagePages, WorksOnWhileOthersChangeTheStore) {
   StoreSome(2);
-  const auto others = [this](DialogUser&) {
+  const auto others = [](DialogUser&) {
     EXPECT_EQ(platform::RegistryDeletePrinterKey(Printer(), L"Label Sizes\\258"), 0u);
     Store({300, "Theirs", "4", "5", "0", "0", 1});
   };

@@ -29,7 +29,7 @@ std::set<HMODULE> Modules() {
   HMODULE found[512];
   DWORD size = 0;
   EnumProcessModules(GetCurrentProcess(), found, sizeof found, &size);
-  return {found, found + size / sizeof *found};
+  return {found, found + size / sizeof(HMODULE)};
 }
 
 TEST_F(LoadedModule, ComesAndGoesWithoutATrace) {

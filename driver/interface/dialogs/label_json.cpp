@@ -54,7 +54,7 @@ constexpr int kHighestFileId = 32767;
 // Adds a new item to its owner, or releases it: an item that could not be made (no memory) is not added.
 bool AddMember(cJSON* object, const char* name, Tree item) {
   if (!item || !cJSON_AddItemToObject(object, name, item.get())) return false;
-  item.release();
+  static_cast<void>(item.release());  // the owner's now
   return true;
 }
 
@@ -86,7 +86,7 @@ Tree WritePages(std::span<const PrinterLabel> labels) {
   for (const PrinterLabel& label : labels) {
     Tree page = WritePage(label);
     if (!page || !cJSON_AddItemToArray(list.get(), page.get())) return nullptr;
-    page.release();
+    static_cast<void>(page.release());
   }
   return list;
 }

@@ -14,6 +14,9 @@
 #include <ddk/winsplp.h>
 #endif
 
+// As the platform's headers would have it: their names, in their form, some of them declared there as well.
+// NOLINTBEGIN(readability-identifier-naming, readability-redundant-declaration)
+
 // What a document-properties call, or the document sheet, is given.
 #ifndef DM_NOPERMISSION
 typedef struct _DOCUMENTPROPERTYHEADER {
@@ -102,6 +105,8 @@ BOOL WINAPI DevQueryPrintEx(PDEVQUERYPRINT_INFO info);
 DWORD WINAPI DrvDeviceCapabilities(HANDLE printer, LPWSTR device_name, WORD capability, PVOID output, PDEVMODEW record);
 BOOL WINAPI DrvQueryColorProfile(HANDLE printer, PDEVMODEW record, ULONG mode, PVOID name, ULONG* size, ULONG* flags);
 }
+
+// NOLINTEND(readability-identifier-naming, readability-redundant-declaration)
 
 namespace r5lqz {
 

@@ -135,7 +135,7 @@ LONG CloseSheet(PROPSHEETUI_INFO& info) {
 
 LONG TakeResult(PROPSHEETUI_INFO& info, const SETRESULT_INFO* result) {
   if (!result) return kFailed;
-  info.Result = result->Result;
+  info.Result = static_cast<ULONG_PTR>(result->Result);
   return kHandled;
 }
 

