@@ -243,6 +243,14 @@ void ReplaceName(HWND dialog, int index, const char* name) {
   SendMessageW(list, LB_DELETESTRING, static_cast<WPARAM>(index + 1), 0);
 }
 
+// Stores `page` in the place of `old`. The printer's data are written value by value: after a refusal in the midst of
+// them the old values are put back, so that the printer holds the page that the list shows, not a mixture of both.
+ResultCode Replace(HANDLE printer, const PrinterLabel& old, const PrinterLabel& page) {
+  const ResultCode code = ModifyPrinterLabel(printer, &page);
+  if (code) ModifyPrinterLabel(printer, &old);
+  return code;
+}
+
 void ModifyClick(HWND dialog, ManagePagesContext& context) {
   const TraceScope trace("ModifyClick");
   PrinterLabel page;
@@ -250,11 +258,12 @@ void ModifyClick(HWND dialog, ManagePagesContext& context) {
   const int selected = SelectionOf(dialog);
   if (selected < 0) return;
   if (IsNameUsedElsewhere(context, selected, page.name)) return ShowMessage(dialog, IDS_NAME_USED);
-  page.id = context.labels[selected].id;
-  if (const ResultCode code = ModifyPrinterLabel(context.hPrinter, &page)) {
+  PrinterLabel& current = context.labels[selected];
+  page.id = current.id;
+  if (const ResultCode code = Replace(context.hPrinter, current, page)) {
     return ShowStoreError(dialog, IDS_MODIFY_FAILED, code);
   }
-  context.labels[selected] = page;
+  current = page;
   ReplaceName(dialog, selected, page.name);
   Select(dialog, selected);
   AdjustLabelListExtent(dialog, context.labels, context.count);
