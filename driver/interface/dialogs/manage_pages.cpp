@@ -4,8 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
-#include <memory>
 #include <span>
 
 #include "diag/bounded_format.h"
@@ -13,6 +11,7 @@
 #include "diag/number_text.h"
 #include "diag/owned.h"
 #include "diag/trace.h"
+#include "dialogs/dialog_frame.h"
 #include "dialogs/label_file.h"
 #include "dialogs/page_names.h"
 #include "dialogs/size_fields.h"
@@ -66,10 +65,6 @@ struct ManagePagesContext {
   DWORD units;
   HANDLE hPrinter;
 };
-
-ManagePagesContext* ContextOf(HWND dialog) {
-  return reinterpret_cast<ManagePagesContext*>(GetWindowLongPtrW(dialog, GWLP_USERDATA));
-}
 
 HWND ListOf(HWND dialog) {
   return GetDlgItem(dialog, IDC_MANAGE_LABELS);
@@ -349,20 +344,10 @@ void CloseClick(HWND dialog) {
 
 // --- The dialog ------------------------------------------------------------------------------------------------------
 
-void Open(HWND dialog, HANDLE printer) {
-  auto* const context = static_cast<ManagePagesContext*>(std::calloc(1, sizeof(ManagePagesContext)));
-  if (context) {
-    context->units = kInches;
-    context->hPrinter = printer;
-  }
-  const bool ready = context && Initialize(dialog, *context);
-  SetWindowLongPtrW(dialog, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(context));
-  if (!ready) EndDialog(dialog, kUnreadable);
-}
-
-void Close(HWND dialog) {
-  std::free(ContextOf(dialog));
-  SetWindowLongPtrW(dialog, GWLP_USERDATA, 0);
+bool Open(HWND dialog, ManagePagesContext& context, LPARAM parameter) {
+  context.units = kInches;
+  context.hPrinter = reinterpret_cast<HANDLE>(parameter);
+  return Initialize(dialog, context);
 }
 
 INT_PTR Command(HWND dialog, int control, int notification, ManagePagesContext& context) {
@@ -396,22 +381,10 @@ INT_PTR Command(HWND dialog, int control, int notification, ManagePagesContext& 
   }
 }
 
+constexpr DialogOperations<ManagePagesContext> kOperations{.open = Open, .command = Command, .not_shown = kUnreadable};
+
 INT_PTR CALLBACK ManagePagesDlgProc(HWND dialog, UINT message, WPARAM w_param, LPARAM l_param) {
-  switch (message) {
-    case WM_INITDIALOG:
-      Open(dialog, reinterpret_cast<HANDLE>(l_param));
-      return TRUE;
-    case WM_COMMAND:
-      if (ManagePagesContext* const context = ContextOf(dialog)) {
-        return Command(dialog, LOWORD(w_param), HIWORD(w_param), *context);
-      }
-      return FALSE;
-    case WM_DESTROY:
-      Close(dialog);
-      return FALSE;
-    default:
-      return FALSE;
-  }
+  return RouteDialog(kOperations, dialog, message, w_param, l_param);
 }
 
 }  // namespace
