@@ -57,7 +57,7 @@ void Remove(demo::Session& session) {
 void ShowAll(demo::Session& session, const std::wstring& module_path, bool interactive) {
   printf("An application meets the driver of the Brindlewick R5-LQZ label printer\n");
   if (InstallAndShow(session, module_path)) {
-    demo::StoreLabels(session);
+    demo::ShowLabelStorage(session);
     demo::ShowPapers(session);
     demo::ShowCapabilities(session);
     demo::ShowDefaults(session);
@@ -69,6 +69,7 @@ void ShowAll(demo::Session& session, const std::wstring& module_path, bool inter
       demo::OfferSheets(session);
     } else {
       demo::WorkSheets(session);
+      demo::ManageLabels(session);
     }
   }
   session.report.Section("Removal of printer and driver");

@@ -77,8 +77,9 @@ void SavePictures(Session& session, const std::wstring& folder, const std::strin
   auto before = AskPlatform(session, "the defaults", nullptr);
   if (!before) return;
   Record after{};
-  const auto preferences = ShowPreferences(session, *before, after, [&](HWND sheet) { SaveTabs(album, sheet); });
-  const auto properties = ShowProperties(session, [&](HWND sheet) { SaveTabs(album, sheet); });
+  const auto preferences =
+      ShowPreferences(session.installed, *before, after, [&](HWND sheet) { SaveTabs(album, sheet); });
+  const auto properties = ShowProperties(session.installed, [&](HWND sheet) { SaveTabs(album, sheet); });
   report.Expect(album.rows.size() == preferences.pages + properties.pages, "a picture of every tab");
   report.Table({"picture", "tab", "sheet"}, album.rows);
 }

@@ -9,26 +9,7 @@
 namespace demo {
 namespace {
 
-constexpr DWORD kPatience = 10000;  // milliseconds
-constexpr DWORD kPause = 5;
 constexpr std::size_t kTextSize = 256;
-
-template <class Condition>
-bool WaitUntil(Condition holds) {
-  const ULONGLONG end = GetTickCount64() + kPatience;
-  while (!holds()) {
-    if (GetTickCount64() > end) return false;
-    Sleep(kPause);
-  }
-  return true;
-}
-
-// 0 also from a thread that does not answer.
-LRESULT Send(HWND window, UINT message, WPARAM first = 0, LPARAM second = 0) {
-  DWORD_PTR result = 0;
-  SendMessageTimeoutW(window, message, first, second, SMTO_NORMAL, kPatience, &result);
-  return static_cast<LRESULT>(result);
-}
 
 HWND Tabs(HWND sheet) {
   return reinterpret_cast<HWND>(Send(sheet, PSM_GETTABCONTROL));
@@ -55,6 +36,12 @@ bool HasToPaint(HWND sheet) {
 }
 
 }  // namespace
+
+LRESULT Send(HWND window, UINT message, WPARAM first, LPARAM second) {
+  DWORD_PTR result = 0;
+  SendMessageTimeoutW(window, message, first, second, SMTO_NORMAL, kPatience, &result);
+  return static_cast<LRESULT>(result);
+}
 
 HWND FindSheet(DWORD thread) {
   HWND sheet = nullptr;
@@ -84,6 +71,14 @@ HWND SelectTab(HWND sheet, int tab) {
   Send(sheet, PSM_SETCURSEL, static_cast<WPARAM>(tab));
   if (Send(Tabs(sheet), TCM_GETCURSEL) != tab) return nullptr;
   return reinterpret_cast<HWND>(Send(sheet, PSM_GETCURRENTPAGEHWND));
+}
+
+HWND SelectTabWith(HWND sheet, int control) {
+  for (int tab = 0; tab < TabCount(sheet); ++tab) {
+    const HWND page = SelectTab(sheet, tab);
+    if (page && GetDlgItem(page, control)) return page;
+  }
+  return nullptr;
 }
 
 void ChooseEntry(HWND page, int control, int entry) {
