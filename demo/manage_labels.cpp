@@ -242,15 +242,6 @@ bool OpenAndWork(const Work& work, HWND page, int opener) {
   return true;
 }
 
-// The list of the Page tab; its first entry is the custom page.
-bool ChooseOnTab(HWND page, const wchar_t* label) {
-  const LRESULT entry = Send(GetDlgItem(page, IDC_PAGE_LABELS), CB_FINDSTRINGEXACT, static_cast<WPARAM>(-1),
-                             reinterpret_cast<LPARAM>(label));
-  if (entry < 0) return false;
-  ChooseEntry(page, IDC_PAGE_LABELS, static_cast<int>(entry));
-  return true;
-}
-
 void ShowDetails(HWND page) {
   printf("   on the tab then: \"%s\": %s\n\n", ControlText(page, IDC_PAGE_LABELS).c_str(),
          OneLine(ControlText(page, IDC_PAGE_DETAILS)).c_str());
@@ -289,7 +280,7 @@ void ChooseStock(Session& session, DialogAnswers& answers, Record& before, Recor
   auto& report = session.report;
   const bool shown = WorkPageTab(session, before, after, [&](HWND page) {
     OpenAndWork({session, answers, kManageFields, kManageSteps}, page, IDC_PAGE_MANAGE);
-    report.Expect(ChooseOnTab(page, L"Freezer 80 x 60 mm"), "the new page among those of the tab");
+    report.Expect(ChooseEntry(page, IDC_PAGE_LABELS, L"Freezer 80 x 60 mm"), "the new page among those of the tab");
     ShowDetails(page);
   });
   if (!shown) return;
@@ -304,7 +295,7 @@ void ChooseStock(Session& session, DialogAnswers& answers, Record& before, Recor
 void SetCustomPage(Session& session, DialogAnswers& answers, Record& before, Record& after) {
   auto& report = session.report;
   const bool shown = WorkPageTab(session, before, after, [&](HWND page) {
-    report.Expect(ChooseOnTab(page, L"Custom"), "the custom page among those of the tab");
+    report.Expect(ChooseEntry(page, IDC_PAGE_LABELS, L"Custom"), "the custom page among those of the tab");
     OpenAndWork({session, answers, kCustomFields, kCustomSteps}, page, IDC_PAGE_EDIT_CUSTOM);
     ShowDetails(page);
   });

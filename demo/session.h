@@ -42,8 +42,9 @@ void WorkSheets(Session& session);
 void ManageLabels(Session& session);
 /// Opens both property sheets for a user, shows what became of the settings.
 void OfferSheets(Session& session);
-/// Saves a PNG of every tab of both property sheets as LANGUAGE-TAB.png in the folder, which exists. The driver's texts
-/// must be in that language here (two letters).
+/// Saves a PNG of every tab of both property sheets as LANGUAGE-TAB.png in the folder, which exists, and of the Page
+/// tab's dialogs as LANGUAGE-manage-pages.png and LANGUAGE-custom-page.png. The driver's texts must be in that language
+/// here (two letters).
 void SavePictures(Session& session, const std::wstring& folder, const std::string& language);
 
 }  // namespace demo

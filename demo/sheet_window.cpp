@@ -88,6 +88,14 @@ void ChooseEntry(HWND page, int control, int entry) {
   Send(page, WM_COMMAND, MAKEWPARAM(control, CBN_SELCHANGE), reinterpret_cast<LPARAM>(list));
 }
 
+bool ChooseEntry(HWND page, int control, const std::wstring& entry) {
+  const LRESULT found = Send(GetDlgItem(page, control), CB_FINDSTRINGEXACT, static_cast<WPARAM>(-1),
+                             reinterpret_cast<LPARAM>(entry.c_str()));
+  if (found < 0) return false;
+  ChooseEntry(page, control, static_cast<int>(found));
+  return true;
+}
+
 void Click(HWND page, int control) {
   Send(GetDlgItem(page, control), BM_CLICK);
 }

@@ -39,8 +39,10 @@ HWND SelectTab(HWND sheet, int tab);
 /// The same for the first tab that has the control; none when none has.
 HWND SelectTabWith(HWND sheet, int control);
 
-/// Chooses an entry of a drop-down list, clicks a button.
+/// Chooses an entry of a drop-down list; false: it has none of this text.
 void ChooseEntry(HWND page, int control, int entry);
+bool ChooseEntry(HWND page, int control, const std::wstring& entry);
+
 void Click(HWND page, int control);
 
 /// What a window reads: its title, a list's chosen entry, any other control's text.
