@@ -47,4 +47,7 @@ void OfferSheets(Session& session);
 /// here (two letters).
 void SavePictures(Session& session, const std::wstring& folder, const std::string& language);
 
+/// The driver from its installation to its removal, in a process that has not loaded it before, and what is left.
+void ShowOneLife(Report& report, const std::wstring& module_path);
+
 }  // namespace demo
