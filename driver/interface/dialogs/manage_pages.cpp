@@ -324,7 +324,11 @@ void ImportClick(HWND dialog, ManagePagesContext& context) {
   PrinterLabel pages[kMostLabels]{};
   const int read = ImportPrinterLabels(pages, kMostLabels, path.data());
   if (read + context.count > kMostLabels) return ShowTooManyPages(dialog);
+  // Drawn once, not at each page.
+  SendMessageW(ListOf(dialog), WM_SETREDRAW, FALSE, 0);
   AppendImported(dialog, context, std::span(pages).first(static_cast<std::size_t>(read)));
+  SendMessageW(ListOf(dialog), WM_SETREDRAW, TRUE, 0);
+  InvalidateRect(ListOf(dialog), nullptr, TRUE);
   AdjustLabelListExtent(dialog, context.labels, context.count);
   Select(dialog, 0);
   if (context.count > 0) DisplayValues(dialog, context.labels[0], context.units);
