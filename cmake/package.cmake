@@ -7,6 +7,12 @@ install(FILES ${CMAKE_BINARY_DIR}/package/INSTALL.txt DESTINATION . COMPONENT dr
 if(EXISTS ${R5LQZ_CJSON}/cjson/LICENSE)
   install(FILES ${R5LQZ_CJSON}/cjson/LICENSE DESTINATION licenses RENAME cJSON.txt COMPONENT driver)
 endif()
+# So does that of the tool chain's C runtime, whose start-up code and functions are part of every DLL that it makes.
+find_file(R5LQZ_RUNTIME_LICENCE copyright PATHS /usr/share/doc/mingw-w64-x86-64-dev NO_DEFAULT_PATH
+  NO_CMAKE_FIND_ROOT_PATH DOC "The licences of the C runtime, to go with the package")
+if(R5LQZ_RUNTIME_LICENCE)
+  install(FILES ${R5LQZ_RUNTIME_LICENCE} DESTINATION licenses RENAME MinGW-w64-runtime.txt COMPONENT driver)
+endif()
 install(FILES $<TARGET_FILE:r5lqz_ui>.debug DESTINATION symbols COMPONENT symbols OPTIONAL)
 
 find_program(R5LQZ_ZIP zip DOC "Makes the package (Debian: zip)")

@@ -13,20 +13,28 @@ std::span<const DemoLabel> DemoLabels() {
   return kLabels;
 }
 
-void StoreLabels(Session& session) {
-  session.report.Section("Label stocks stored as printer data");
-  session.report.Road("platform, SetPrinterDataExA");
+void ShowStoredLabels(Session& session) {
   static constexpr const char* kUnits[] = {"mm", "in", "1/10 mm"};
   std::vector<Row> rows;
-  for (const auto& [stock, width, length] : DemoLabels()) {
-    if (const DWORD code = platform::StoreLabelStock(session.installed.printer, stock)) {
-      session.report.Failed(Format("SetPrinterDataExA for label %d", stock.number), code);
-      continue;
-    }
-    rows.push_back({Format("Label Sizes\\%d", stock.number), stock.name, stock.width, stock.length, kUnits[stock.units],
+  for (const auto& stock : platform::ReadLabelStocks(session.installed.printer)) {
+    rows.push_back({stock.key, stock.name, stock.width, stock.length, stock.units < 3 ? kUnits[stock.units] : "?",
                     stock.vertical_offset, stock.horizontal_offset});
   }
   session.report.Table({"key", "name", "width", "length", "units", "vert. 1/1200 in", "horz. 1/1200 in"}, rows);
+}
+
+void StoreLabels(Session& session) {
+  for (const auto& [stock, width, length] : DemoLabels()) {
+    const DWORD code = platform::StoreLabelStock(session.installed.printer, stock);
+    if (code) session.report.Failed(Format("SetPrinterDataExA for label %d", stock.number), code);
+  }
+}
+
+void ShowLabelStorage(Session& session) {
+  session.report.Section("Label stocks stored as printer data");
+  session.report.Road("platform, SetPrinterDataExA, and read again");
+  StoreLabels(session);
+  ShowStoredLabels(session);
 }
 
 }  // namespace demo

@@ -57,7 +57,7 @@ void Remove(demo::Session& session) {
 void ShowAll(demo::Session& session, const std::wstring& module_path, bool interactive) {
   printf("An application meets the driver of the Brindlewick R5-LQZ label printer\n");
   if (InstallAndShow(session, module_path)) {
-    demo::StoreLabels(session);
+    demo::ShowLabelStorage(session);
     demo::ShowPapers(session);
     demo::ShowCapabilities(session);
     demo::ShowDefaults(session);
@@ -69,6 +69,7 @@ void ShowAll(demo::Session& session, const std::wstring& module_path, bool inter
       demo::OfferSheets(session);
     } else {
       demo::WorkSheets(session);
+      demo::ManageLabels(session);
     }
   }
   session.report.Section("Removal of printer and driver");
@@ -97,8 +98,9 @@ int wmain(int count, wchar_t** arguments) {
   const std::span<wchar_t*> options(arguments + 1, static_cast<std::size_t>(std::max(count, 1) - 1));
   const bool interactive = options.size() == 2 && !wcscmp(options[1], L"--interactive");
   const bool pictures = options.size() == 4 && !wcscmp(options[1], L"--pictures");
-  if (options.size() != 1 && !interactive && !pictures) {
-    fprintf(stderr, "usage: r5lqz-demo DRIVER-MODULE [--interactive | --pictures FOLDER LANGUAGE]\n");
+  const bool life = options.size() == 2 && !wcscmp(options[1], L"--life");
+  if (options.size() != 1 && !interactive && !pictures && !life) {
+    fprintf(stderr, "usage: r5lqz-demo DRIVER-MODULE [--interactive | --life | --pictures FOLDER LANGUAGE]\n");
     return 2;
   }
   const std::wstring module_path = FullPath(options[0]);
@@ -108,6 +110,8 @@ int wmain(int count, wchar_t** arguments) {
   demo::Session session;
   if (pictures) {
     OnlyPictures(session, module_path, folder, options[3]);
+  } else if (life) {
+    demo::ShowOneLife(session.report, module_path);
   } else {
     ShowAll(session, module_path, interactive);
   }

@@ -1,3 +1,4 @@
+#include "printer_calls.h"
 #include "settings.h"
 
 namespace demo {
@@ -21,12 +22,7 @@ void ShowPrintQueries(Session& session) {
   std::vector<Row> rows;
   for (const auto& job : kJobs) {
     record->dm_public.dmPaperSize = job.paper;
-    DEVQUERYPRINT_INFO query{};
-    query.cbSize = sizeof query;
-    query.Level = 1;
-    query.hPrinter = session.installed.printer;
-    query.pDevMode = &record->dm_public;
-    const bool accepted = session.installed.entries.QueryPrintEx(&query);
+    const bool accepted = AcceptsPaper(session.installed, record->dm_public);
     rows.push_back({Format("%d", job.paper), job.what, accepted ? "accepted" : "refused"});
     session.report.Expect(accepted == job.accepted, Format("another answer for paper %d", job.paper));
   }

@@ -23,7 +23,11 @@ struct Session {
   platform::InstalledPrinter installed;
 };
 
+/// Stores the stocks with the printer; a table of those that it has.
 void StoreLabels(Session& session);
+void ShowStoredLabels(Session& session);
+
+void ShowLabelStorage(Session& session);
 void ShowPapers(Session& session);
 void ShowCapabilities(Session& session);
 void ShowDefaults(Session& session);
@@ -34,10 +38,16 @@ void ShowTraceLog(Session& session);
 
 /// Opens both property sheets, works them by messages, shows what became of the settings.
 void WorkSheets(Session& session);
+/// Works the dialogs for label stocks and for the custom page, shows what became of stocks and settings.
+void ManageLabels(Session& session);
 /// Opens both property sheets for a user, shows what became of the settings.
 void OfferSheets(Session& session);
-/// Saves a PNG of every tab of both property sheets as LANGUAGE-TAB.png in the folder, which exists. The driver's texts
-/// must be in that language here (two letters).
+/// Saves a PNG of every tab of both property sheets as LANGUAGE-TAB.png in the folder, which exists, and of the Page
+/// tab's dialogs as LANGUAGE-manage-pages.png and LANGUAGE-custom-page.png. The driver's texts must be in that language
+/// here (two letters).
 void SavePictures(Session& session, const std::wstring& folder, const std::string& language);
+
+/// The driver from its installation to its removal, in a process that has not loaded it before, and what is left.
+void ShowOneLife(Report& report, const std::wstring& module_path);
 
 }  // namespace demo

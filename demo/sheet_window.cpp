@@ -9,26 +9,7 @@
 namespace demo {
 namespace {
 
-constexpr DWORD kPatience = 10000;  // milliseconds
-constexpr DWORD kPause = 5;
 constexpr std::size_t kTextSize = 256;
-
-template <class Condition>
-bool WaitUntil(Condition holds) {
-  const ULONGLONG end = GetTickCount64() + kPatience;
-  while (!holds()) {
-    if (GetTickCount64() > end) return false;
-    Sleep(kPause);
-  }
-  return true;
-}
-
-// 0 also from a thread that does not answer.
-LRESULT Send(HWND window, UINT message, WPARAM first = 0, LPARAM second = 0) {
-  DWORD_PTR result = 0;
-  SendMessageTimeoutW(window, message, first, second, SMTO_NORMAL, kPatience, &result);
-  return static_cast<LRESULT>(result);
-}
 
 HWND Tabs(HWND sheet) {
   return reinterpret_cast<HWND>(Send(sheet, PSM_GETTABCONTROL));
@@ -55,6 +36,12 @@ bool HasToPaint(HWND sheet) {
 }
 
 }  // namespace
+
+LRESULT Send(HWND window, UINT message, WPARAM first, LPARAM second) {
+  DWORD_PTR result = 0;
+  SendMessageTimeoutW(window, message, first, second, SMTO_NORMAL, kPatience, &result);
+  return static_cast<LRESULT>(result);
+}
 
 HWND FindSheet(DWORD thread) {
   HWND sheet = nullptr;
@@ -86,11 +73,27 @@ HWND SelectTab(HWND sheet, int tab) {
   return reinterpret_cast<HWND>(Send(sheet, PSM_GETCURRENTPAGEHWND));
 }
 
+HWND SelectTabWith(HWND sheet, int control) {
+  for (int tab = 0; tab < TabCount(sheet); ++tab) {
+    const HWND page = SelectTab(sheet, tab);
+    if (page && GetDlgItem(page, control)) return page;
+  }
+  return nullptr;
+}
+
 void ChooseEntry(HWND page, int control, int entry) {
   const HWND list = GetDlgItem(page, control);
   Send(list, CB_SETCURSEL, static_cast<WPARAM>(entry));
   // A list tells its owner only of a user's choice.
   Send(page, WM_COMMAND, MAKEWPARAM(control, CBN_SELCHANGE), reinterpret_cast<LPARAM>(list));
+}
+
+bool ChooseEntry(HWND page, int control, const std::wstring& entry) {
+  const LRESULT found = Send(GetDlgItem(page, control), CB_FINDSTRINGEXACT, static_cast<WPARAM>(-1),
+                             reinterpret_cast<LPARAM>(entry.c_str()));
+  if (found < 0) return false;
+  ChooseEntry(page, control, static_cast<int>(found));
+  return true;
 }
 
 void Click(HWND page, int control) {

@@ -102,8 +102,8 @@ class SheetWatch {
   std::thread watcher_;
 };
 
-// The road of every application. This platform's common property sheet answers alike to OK and Cancel, so `after`
-// starts as `before`: an application then sees by it what became of the settings.
+}  // namespace
+
 bool AskPlatformWithPrompt(Session& session, Record& before, Record& after, const SheetWork& work) {
   auto& installed = session.installed;
   after = before;
@@ -115,6 +115,8 @@ bool AskPlatformWithPrompt(Session& session, Record& before, Record& after, cons
   if (result < 0) session.report.Failed(Format("DocumentPropertiesW with a prompt answered %ld", result), code);
   return session.report.Expect(seen, "a window of the sheet, which takes a display") && result >= 0;
 }
+
+namespace {
 
 // Opens, works and closes the preferences by one road.
 using Road = std::function<bool(Record& before, Record& after, const SheetWork& work)>;
@@ -141,62 +143,24 @@ void ChooseAndClose(Session& session, const Road& road) {
 }
 
 bool RunWholeProtocol(Session& session, Record& before, Record& after, const SheetWork& work) {
-  const auto outcome = ShowPreferences(session, before, after, work);
+  const auto outcome = ShowPreferences(session.installed, before, after, work);
   printf("   tabs handed over: %zu; results that they reported: %zu; the sheet's result: %lu\n", outcome.pages,
          outcome.results.size(), static_cast<unsigned long>(outcome.result));
   return session.report.Expect(outcome.opened == 1 && outcome.shown, "a window of the sheet, which takes a display");
 }
 
-DWORD ReadBufferOption(Session& session) {
-  DWORD value = 0;
-  DWORD type = 0;
-  DWORD needed = 0;
-  const DWORD code = GetPrinterDataW(session.installed.printer, const_cast<wchar_t*>(L"bufferPrintJob"), &type,
-                                     reinterpret_cast<BYTE*>(&value), sizeof value, &needed);
-  if (code) session.report.Failed("GetPrinterDataW for bufferPrintJob", code);
-  return value;
-}
-
 void ToggleBufferOption(Session& session, int button, bool changes) {
-  const DWORD before = ReadBufferOption(session);
+  const int before = ReadBufferOption(session.installed.printer);
   const auto outcome =
-      ShowProperties(session, [&](HWND sheet) { WorkSheet(session.report, sheet, kPropertySteps, button); });
+      ShowProperties(session.installed, [&](HWND sheet) { WorkSheet(session.report, sheet, kPropertySteps, button); });
   session.report.Expect(outcome.opened == 1 && outcome.shown, "a window of the sheet, which takes a display");
-  const DWORD after = ReadBufferOption(session);
+  const int after = ReadBufferOption(session.installed.printer);
   session.report.Table({"printer data", "before", "after"},
-                       {{"bufferPrintJob", Format("%lu", before), Format("%lu", after)}});
-  session.report.Expect((before != after) == changes, "the option stored by OK, and by nothing else");
+                       {{"bufferPrintJob", std::to_string(before), std::to_string(after)}});
+  session.report.Expect(before >= 0 && (before != after) == changes, "the option stored by OK, and by nothing else");
 }
 
 }  // namespace
-
-platform::SheetOutcome ShowPreferences(Session& session, Record& before, Record& after, const SheetWork& work) {
-  after = before;
-  DOCUMENTPROPERTYHEADER header{};
-  header.cbSize = sizeof header;
-  header.hPrinter = session.installed.printer;
-  header.pszPrinterName = session.installed.printer_name.data();
-  header.pdmIn = &before.dm_public;
-  header.pdmOut = &after.dm_public;
-  header.fMode = DM_IN_BUFFER | DM_IN_PROMPT | DM_OUT_BUFFER;
-  platform::SheetRequest request;
-  request.entry = session.installed.entries.DocumentPropertySheets;
-  request.header = &header;
-  request.work = work;
-  return platform::ShowSheet(request);
-}
-
-platform::SheetOutcome ShowProperties(Session& session, const SheetWork& work) {
-  DEVICEPROPERTYHEADER header{};
-  header.cbSize = sizeof header;
-  header.hPrinter = session.installed.printer;
-  header.pszPrinterName = session.installed.printer_name.data();
-  platform::SheetRequest request;
-  request.entry = session.installed.entries.DevicePropertySheets;
-  request.header = &header;
-  request.work = work;
-  return platform::ShowSheet(request);
-}
 
 void WorkSheets(Session& session) {
   session.report.Section("The printing-preferences sheet as an application opens it");
@@ -222,15 +186,18 @@ void OfferSheets(Session& session) {
   printf("   a window opens; close it with OK or Cancel ...\n");
   Record after{};
   if (AskPlatformWithPrompt(session, *before, after, {})) ShowChanges(session.report, *before, after);
+  printf("   the printer's label stocks, which the Page tab can change:\n");
+  ShowStoredLabels(session);
 
   session.report.Section("The printer-properties sheet, for you to play with");
   session.report.Road("the loaded driver's DrvDevicePropertySheets; no call of this platform leads there");
   printf("   a window opens; close it with OK or Cancel ...\n");
-  const DWORD old_option = ReadBufferOption(session);
-  const auto outcome = ShowProperties(session, {});
+  const int old_option = ReadBufferOption(session.installed.printer);
+  const auto outcome = ShowProperties(session.installed, {});
   session.report.Expect(outcome.opened == 1 && outcome.shown, "a window of the sheet, which takes a display");
-  session.report.Table({"printer data", "before", "after"},
-                       {{"bufferPrintJob", Format("%lu", old_option), Format("%lu", ReadBufferOption(session))}});
+  session.report.Table(
+      {"printer data", "before", "after"},
+      {{"bufferPrintJob", std::to_string(old_option), std::to_string(ReadBufferOption(session.installed.printer))}});
 }
 
 }  // namespace demo

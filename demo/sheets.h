@@ -1,18 +1,14 @@
 // The driver's two property sheets, each shown as one modal window by a common property sheet.
 #pragma once
 
-#include "common_sheet.h"
+#include "printer_calls.h"
 #include "settings.h"
 
 namespace demo {
 
-/// Works a shown sheet from a thread of its own and gets it closed; none: a user does.
-using SheetWork = std::function<void(HWND sheet)>;
-
-/// The printing-preferences sheet with the settings `before`; `after` is what the sheet makes of them, if anything.
-platform::SheetOutcome ShowPreferences(Session& session, Record& before, Record& after, const SheetWork& work);
-
-/// The printer-properties sheet.
-platform::SheetOutcome ShowProperties(Session& session, const SheetWork& work);
+/// The printing preferences by the road of every application, DocumentPropertiesW with a prompt. This platform's common
+/// property sheet answers alike to OK and Cancel, so `after` starts as `before`: an application then sees by it what
+/// became of the settings. False, and reported, when no sheet came.
+bool AskPlatformWithPrompt(Session& session, Record& before, Record& after, const SheetWork& work);
 
 }  // namespace demo

@@ -3,62 +3,15 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <fstream>
-#include <iterator>
 
+#include "printer_calls.h"
 #include "session.h"
-#include "settings/driver_devmode.h"
+#include "trace_files.h"
 
 namespace demo {
 namespace {
 
-constexpr wchar_t kFolder[] = L"c:\\temp";
 constexpr std::size_t kTailLines = 12;
-
-std::string ReadAll(const std::wstring& path) {
-  std::ifstream file(path.c_str(), std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(file), {});
-}
-
-bool WriteAll(const std::wstring& path, const std::string& content) {
-  std::ofstream file(path.c_str(), std::ios::binary | std::ios::trunc);
-  file << content;
-  return static_cast<bool>(file.flush());
-}
-
-// The trace files of the module as they were found; its end leaves the folder so.
-struct TraceFiles {
-  explicit TraceFiles(const std::wstring& module_path) {
-    const auto slash = module_path.find_last_of(L'\\');
-    const std::wstring base = kFolder + module_path.substr(slash, module_path.size() - slash - 3);
-    log = base + L"txt";
-    mask = base + L"dat";
-    made_folder = CreateDirectoryW(kFolder, nullptr);
-    had_log = Exists(log);
-    had_mask = Exists(mask);
-    if (had_mask) old_mask = ReadAll(mask);
-  }
-  TraceFiles(const TraceFiles&) = delete;
-  TraceFiles& operator=(const TraceFiles&) = delete;
-  ~TraceFiles() {
-    if (had_mask) {
-      WriteAll(mask, old_mask);
-    } else {
-      DeleteFileW(mask.c_str());
-    }
-    if (!had_log) DeleteFileW(log.c_str());
-    if (made_folder) RemoveDirectoryW(kFolder);
-  }
-
-  static bool Exists(const std::wstring& path) { return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
-
-  std::wstring log;
-  std::wstring mask;
-  std::string old_mask;
-  bool made_folder;
-  bool had_log;
-  bool had_mask;
-};
 
 // What an application does with a printer: settings for a label, then a print query.
 void UsePrinter(Session& session) {
@@ -68,18 +21,7 @@ void UsePrinter(Session& session) {
                                           nullptr, DM_OUT_BUFFER);
   if (result != 1) session.report.Failed("DocumentPropertiesW", GetLastError());
   record.dm_public.dmPaperSize = static_cast<short>(DemoLabels()[0].stock.number);
-  DEVQUERYPRINT_INFO query{};
-  query.cbSize = sizeof query;
-  query.Level = 1;
-  query.hPrinter = installed.printer;
-  query.pDevMode = &record.dm_public;
-  if (!installed.entries.QueryPrintEx(&query)) session.report.Failed("DevQueryPrintEx", GetLastError());
-}
-
-void StartDocument(Session& session) {
-  const int answer = session.installed.entries.DocumentEvent(session.installed.printer, nullptr,
-                                                             DOCUMENTEVENT_STARTDOCPRE, 0, nullptr, 0, nullptr);
-  session.report.Expect(answer == DOCUMENTEVENT_SUCCESS, "DrvDocumentEvent to take the start of a document");
+  session.report.Expect(AcceptsPaper(installed, record.dm_public), "the driver to know the label");
 }
 
 void ShowFilter(Session& session) {
@@ -98,18 +40,6 @@ void ShowFilter(Session& session) {
                         "the start of a document among the events asked for");
 }
 
-std::vector<std::string> LinesFrom(const std::string& text, std::size_t start) {
-  std::vector<std::string> lines;
-  while (start < text.size()) {
-    const auto end = std::min(text.find('\n', start), text.size());
-    std::string line = text.substr(start, end - start);
-    if (!line.empty() && line.back() == '\r') line.pop_back();
-    lines.push_back(std::move(line));
-    start = end + 1;
-  }
-  return lines;
-}
-
 bool Mentions(const std::vector<std::string>& lines, const char* text) {
   return std::any_of(lines.begin(), lines.end(), [&](const auto& line) { return line.find(text) != line.npos; });
 }
@@ -119,18 +49,20 @@ bool Mentions(const std::vector<std::string>& lines, const char* text) {
 void ShowTraceLog(Session& session) {
   session.report.Section("The trace log");
   session.report.Road("platform, DocumentPropertiesW; the loaded driver's DrvDocumentEvent and DevQueryPrintEx");
-  const TraceFiles files(session.installed.loaded_path);
-  const std::size_t start = ReadAll(files.log).size();
-  if (!WriteAll(files.mask, "3\n")) return session.report.Failed("writing " + Narrow(files.mask), GetLastError());
+  TraceFiles files(session.installed.loaded_path);
+  const auto start_document = [&] {
+    session.report.Expect(StartDocument(session.installed), "DrvDocumentEvent to take the start of a document");
+  };
+  if (!files.SwitchOn(3)) return session.report.Failed("writing the mask file", GetLastError());
   ShowFilter(session);
 
   UsePrinter(session);
-  session.report.Expect(ReadAll(files.log).size() == start, "no record before a document was started");
+  session.report.Expect(files.NewLines().empty(), "no record before a document was started");
 
-  StartDocument(session);
+  start_document();
   UsePrinter(session);
-  const auto lines = LinesFrom(ReadAll(files.log), start);
-  printf("   %s (mask 3): %zu lines; the last of them:\n", Narrow(files.log).c_str(), lines.size());
+  const auto lines = files.NewLines();
+  printf("   %s (mask 3): %zu lines; the last of them:\n", Narrow(files.Log()).c_str(), lines.size());
   for (auto i = lines.size() - std::min(lines.size(), kTailLines); i < lines.size(); ++i) {
     printf("     %s\n", lines[i].c_str());
   }
@@ -139,11 +71,11 @@ void ShowTraceLog(Session& session) {
   session.report.Expect(std::all_of(lines.begin(), lines.end(), [](const auto& line) { return line.starts_with("["); }),
                         "every line to begin with its time");
 
-  DeleteFileW(files.mask.c_str());
-  StartDocument(session);
-  const std::size_t end = ReadAll(files.log).size();
+  files.SwitchOff();
+  start_document();
+  files.NewLines();
   UsePrinter(session);
-  session.report.Expect(ReadAll(files.log).size() == end, "no record once a document was started without a mask file");
+  session.report.Expect(files.NewLines().empty(), "no record once a document was started without a mask file");
 }
 
 }  // namespace demo

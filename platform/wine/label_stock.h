@@ -1,7 +1,10 @@
-// Storing label stocks as an administrator's tool would: as printer data, value by value.
+// Storing label stocks, and looking at them, as an administrator's tool would: as printer data, value by value.
 #pragma once
 
 #include <windows.h>
+
+#include <string>
+#include <vector>
 
 namespace platform {
 
@@ -20,6 +23,20 @@ struct LabelStock {
 
 /// Writes the stock under its number; the answer is that of the first failing SetPrinterDataExA, or 0.
 DWORD StoreLabelStock(HANDLE printer, const LabelStock& stock);
+
+/// A stock as it lies in the printer's data; a value that is not there, or of another type, is empty or 0.
+struct StoredStock {
+  std::string key;
+  std::string name;
+  std::string width;
+  std::string length;
+  std::string vertical_offset;
+  std::string horizontal_offset;
+  DWORD units;
+};
+
+/// Every stock of the printer, in the order of its keys.
+std::vector<StoredStock> ReadLabelStocks(HANDLE printer);
 
 /// Removes every stock of the printer; a printer without any answers 0 too.
 DWORD RemoveLabelStocks(HANDLE printer);

@@ -60,17 +60,6 @@ bool SameContent(const std::wstring& one, const std::wstring& other) {
   return !content.empty() && content == read(other);
 }
 
-// A printer of the same name is what a program left that ended before it could remove it.
-void RemoveRemains(const PrinterRequest& request) {
-  PRINTER_DEFAULTSW full{nullptr, nullptr, PRINTER_ALL_ACCESS};
-  HANDLE printer = nullptr;
-  if (OpenPrinterW(Writable(request.printer_name), &printer, &full)) {
-    DeletePrinter(printer);
-    ClosePrinter(printer);
-  }
-  DeletePrinterDriverExW(nullptr, const_cast<wchar_t*>(kEnvironment), Writable(request.driver_name), 0, 0);
-}
-
 StepResult RegisterDriver(const PrinterRequest& request, InstalledPrinter& installed) {
   std::wstring directory;
   if (const auto found = FindDriverDirectory(directory); !found.Held()) return found;
@@ -190,6 +179,16 @@ void UnregisterDriver(InstalledPrinter& installed, StepResult& first) {
 }
 
 }  // namespace
+
+void RemoveRemains(const PrinterRequest& request) {
+  PRINTER_DEFAULTSW full{nullptr, nullptr, PRINTER_ALL_ACCESS};
+  HANDLE printer = nullptr;
+  if (OpenPrinterW(Writable(request.printer_name), &printer, &full)) {
+    DeletePrinter(printer);
+    ClosePrinter(printer);
+  }
+  DeletePrinterDriverExW(nullptr, const_cast<wchar_t*>(kEnvironment), Writable(request.driver_name), 0, 0);
+}
 
 InstalledPrinter::~InstalledPrinter() {
   RemovePrinter(*this);

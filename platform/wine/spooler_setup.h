@@ -30,6 +30,9 @@ struct PrinterRequest {
   std::function<void(const char*)> progress;
 };
 
+/// Removes a printer and a driver of these names: what a program left that ended before it could remove them.
+void RemoveRemains(const PrinterRequest& request);
+
 /// Owner of an installed printer: what exists of it is removed when it ends. Not to be moved between threads.
 struct InstalledPrinter {
   InstalledPrinter() = default;

@@ -4,6 +4,7 @@
 
 #include <fstream>
 #include <sstream>
+#include <utility>
 
 namespace tests {
 namespace {
@@ -21,12 +22,12 @@ template <StoreCall which, class... Arguments>
 DWORD WINAPI Count(Arguments... arguments) {
   StoreCalls& call = store[which];
   ++call.count;
-  if (call.answer && call.let_through-- <= 0) return call.answer;
+  if (call.answer && call.let_through-- <= 0) return call.once ? std::exchange(call.answer, 0) : call.answer;
   return reinterpret_cast<DWORD(WINAPI*)(Arguments...)>(call.real)(arguments...);
 }
 template <StoreCall which, class... Arguments>
 void CountCalls(const char* name, DWORD(WINAPI* real)(Arguments...)) {
-  store[which] = {0, 0, 0, reinterpret_cast<void*>(real)};
+  store[which] = {0, 0, 0, false, reinterpret_cast<void*>(real)};
   watched->Replace("winspool.drv", name, &Count<which, Arguments...>);
 }
 
@@ -187,9 +188,9 @@ std::string DialogTest::Stored(const std::vector<const char*>& values) {
   return list;
 }
 
-void DialogTest::StoreSome(int count) {
+void DialogTest::StoreSome(int count, const std::string& name) {
   for (int at = 0; at < count; ++at) {
-    Store({258 + at, ("Stock " + std::to_string(at)).c_str(), "4.125", "5.000", "0", "0", 1});
+    Store({258 + at, (name + " " + std::to_string(at)).c_str(), "4.125", "5.000", "0", "0", 1});
   }
 }
 

@@ -69,12 +69,14 @@ inline auto Choose(int page) {
   };
 }
 
-// The module's calls of the printer's data: how often, and how each is answered instead of done once some are through.
+// The module's calls of the printer's data: how often, and how each, or only the first, is answered instead of done
+// once some are through.
 enum StoreCall { kEnumerate, kRead, kWrite, kDelete, kProbe, kStoreCalls };
 struct StoreCalls {
   int count;
   DWORD answer;
   int let_through;
+  bool once;
   void* real;
 };
 inline StoreCalls store[kStoreCalls];
@@ -90,7 +92,7 @@ class DialogTest : public SheetTest {
   // The values of each label that the printer holds, "" its number.
   static std::string Stored(const std::vector<const char*>& values = {"", "name", "width", "length", "vertOffset",
                                                                       "horzOffset", "units"});
-  void StoreSome(int count);
+  void StoreSome(int count, const std::string& name = "Stock");
 };
 
 // What the user chooses in the next file dialog (empty cancels it), and what the last one was asked for.

@@ -172,6 +172,26 @@ platform::SheetOutcome ShowSheet(platform::SheetEntry entry, void* header, const
   return outcome;
 }
 
+// Where the platform does not count GDI objects they are looked up in the table that it shares with every process; its
+// address stands in the process environment block.
+std::size_t GdiObjects() {
+  if (const DWORD counted = GetGuiResources(GetCurrentProcess(), GR_GDIOBJECTS)) return counted;
+  constexpr std::size_t kEntries = 0x10000, kEntrySize = 24, kTypeOffset = 14;
+  const HMODULE base = GetModuleHandleW(L"ntdll.dll");
+  const auto find_block =
+      reinterpret_cast<const BYTE*(WINAPI*)()>(reinterpret_cast<void*>(GetProcAddress(base, "RtlGetCurrentPeb")));
+  const BYTE* const table = *reinterpret_cast<const BYTE* const*>(find_block() + 0xF8);
+  std::size_t count = 0;
+  for (std::size_t i = 0; i < kEntries; ++i) count += table[i * kEntrySize + kTypeOffset] != 0;
+  return count;
+}
+
+void StockDrawingContexts() {
+  HDC contexts[64];
+  for (HDC& context : contexts) context = GetDC(nullptr);
+  for (const HDC context : contexts) ReleaseDC(nullptr, context);
+}
+
 void SheetTest::SetUp() {
   SpoolerTest::SetUp();
   if (HasFatalFailure()) return;

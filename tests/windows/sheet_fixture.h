@@ -79,6 +79,11 @@ using Steps = std::function<void(SheetUser&)>;
 // Opens `entry`'s sheet with an Apply button, lets `steps` work it, and closes it by `button`.
 platform::SheetOutcome ShowSheet(platform::SheetEntry entry, void* header, const Steps& steps, int button);
 
+// How many GDI objects this process has; and as a test's first step, what else would come between two counts: the
+// platform keeps drawing contexts in stock, and more of them whenever more were in use at once.
+std::size_t GdiObjects();
+void StockDrawingContexts();
+
 class SheetTest : public SpoolerTest {
  protected:
   void SetUp() override;

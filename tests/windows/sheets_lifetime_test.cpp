@@ -9,20 +9,6 @@ namespace {
 
 struct Lifetime : SheetTest {};
 
-// Where the platform does not count GDI objects they are looked up in the table that it shares with every process; its
-// address stands in the process environment block.
-std::size_t GdiObjects() {
-  if (const DWORD counted = GetGuiResources(GetCurrentProcess(), GR_GDIOBJECTS)) return counted;
-  constexpr std::size_t kEntries = 0x10000, kEntrySize = 24, kTypeOffset = 14;
-  const HMODULE base = GetModuleHandleW(L"ntdll.dll");
-  const auto find_block =
-      reinterpret_cast<const BYTE*(WINAPI*)()>(reinterpret_cast<void*>(GetProcAddress(base, "RtlGetCurrentPeb")));
-  const BYTE* const table = *reinterpret_cast<const BYTE* const*>(find_block() + 0xF8);
-  std::size_t count = 0;
-  for (std::size_t i = 0; i < kEntries; ++i) count += table[i * kEntrySize + kTypeOffset] != 0;
-  return count;
-}
-
 std::size_t Windows() {
   std::size_t count = 0;
   EnumThreadWindows(
@@ -38,10 +24,7 @@ TEST_F(Lifetime, AHundredSheetsLeaveNothing) {
   DeleteObject(brush);
   ASSERT_EQ(GdiObjects() + 1, with_brush) << "the count counts";
 
-  // The platform keeps drawing contexts in stock, and more of them whenever more were in use at once.
-  HDC contexts[64];
-  for (HDC& context : contexts) context = GetDC(nullptr);
-  for (const HDC context : contexts) ReleaseDC(nullptr, context);
+  StockDrawingContexts();
   std::size_t settled_gdi = 0;
   const std::size_t windows = Windows();
   DriverDevMode out{};

@@ -2,14 +2,14 @@
 
 #include <array>
 #include <cstdio>
-#include <cstdlib>
 
 #include "diag/bounded_text.h"
 #include "diag/trace.h"
+#include "dialogs/dialog_frame.h"
 #include "dialogs/size_fields.h"
 #include "entry/module.h"
 #include "resources/resource_ids.h"
-#include "settings/conversion.h"
+#include "settings/paper.h"
 
 namespace r5lqz {
 namespace custom_page {
@@ -48,10 +48,6 @@ struct CustomPageContext {
   DriverDevMode* record;
 };
 
-CustomPageContext* ContextOf(HWND dialog) {
-  return reinterpret_cast<CustomPageContext*>(GetWindowLongPtrW(dialog, GWLP_USERDATA));
-}
-
 using OffsetText = std::array<char, 16>;
 
 OffsetText TextOfOffset(LONG offset) {
@@ -81,16 +77,9 @@ void OkClick(HWND dialog, DriverDevMode& record) {
   const TraceScope trace("OkClick");
   PrinterLabel page{};
   if (!ReadSize(dialog, kFields, page)) return;
-  DEVMODEW& settings = record.dm_public;
-  PrivateDevMode& own = record.dm_private;
-  CopyBounded(std::span(own.labelName), kPageName);
-  settings.dmPaperSize = own.dmPaperSize = kCustomPage;
-  TakeOffsets(own, page);
-  settings.dmPaperWidth = PaperWidthOf(page);
-  settings.dmPaperLength = PaperLengthOf(page);
-  CopyBounded(std::span(own.width_string), std::span<const char>(page.width));
-  CopyBounded(std::span(own.length_string), std::span<const char>(page.length));
-  own.units = page.units;
+  CopyBounded(std::span(page.name), kPageName);
+  page.id = kCustomPage;
+  TakePage(record, page);
   EndDialog(dialog, kConfirmed);
 }
 
@@ -99,21 +88,9 @@ void CancelClick(HWND dialog) {
   EndDialog(dialog, kCancelled);
 }
 
-// Without memory for its state the dialog is not shown; the record stays as it is.
-void Open(HWND dialog, const Request& request) {
-  auto* const context = static_cast<CustomPageContext*>(std::calloc(1, sizeof(CustomPageContext)));
-  if (!context) {
-    EndDialog(dialog, kCancelled);
-    return;
-  }
-  *context = {kInches, request.working};
-  Initialize(dialog, *context);
-  SetWindowLongPtrW(dialog, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(context));
-}
-
-void Close(HWND dialog) {
-  std::free(ContextOf(dialog));
-  SetWindowLongPtrW(dialog, GWLP_USERDATA, 0);
+bool Open(HWND dialog, CustomPageContext& context, LPARAM parameter) {
+  context = {kInches, reinterpret_cast<const Request*>(parameter)->working};
+  return Initialize(dialog, context);
 }
 
 INT_PTR Command(HWND dialog, int control, int notification, CustomPageContext& context) {
@@ -131,22 +108,10 @@ INT_PTR Command(HWND dialog, int control, int notification, CustomPageContext& c
   }
 }
 
+constexpr DialogOperations<CustomPageContext> kOperations{.open = Open, .command = Command, .not_shown = kCancelled};
+
 INT_PTR CALLBACK CustomPageDlgProc(HWND dialog, UINT message, WPARAM w_param, LPARAM l_param) {
-  switch (message) {
-    case WM_INITDIALOG:
-      Open(dialog, *reinterpret_cast<const Request*>(l_param));
-      return TRUE;
-    case WM_COMMAND:
-      if (CustomPageContext* const context = ContextOf(dialog)) {
-        return Command(dialog, LOWORD(w_param), HIWORD(w_param), *context);
-      }
-      return FALSE;
-    case WM_DESTROY:
-      Close(dialog);
-      return FALSE;
-    default:
-      return FALSE;
-  }
+  return RouteDialog(kOperations, dialog, message, w_param, l_param);
 }
 
 }  // namespace

@@ -4,8 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
-#include <memory>
 #include <span>
 
 #include "diag/bounded_format.h"
@@ -13,6 +11,7 @@
 #include "diag/number_text.h"
 #include "diag/owned.h"
 #include "diag/trace.h"
+#include "dialogs/dialog_frame.h"
 #include "dialogs/label_file.h"
 #include "dialogs/page_names.h"
 #include "dialogs/size_fields.h"
@@ -66,10 +65,6 @@ struct ManagePagesContext {
   DWORD units;
   HANDLE hPrinter;
 };
-
-ManagePagesContext* ContextOf(HWND dialog) {
-  return reinterpret_cast<ManagePagesContext*>(GetWindowLongPtrW(dialog, GWLP_USERDATA));
-}
 
 HWND ListOf(HWND dialog) {
   return GetDlgItem(dialog, IDC_MANAGE_LABELS);
@@ -243,6 +238,14 @@ void ReplaceName(HWND dialog, int index, const char* name) {
   SendMessageW(list, LB_DELETESTRING, static_cast<WPARAM>(index + 1), 0);
 }
 
+// Stores `page` in the place of `old`. The printer's data are written value by value: after a refusal in the midst of
+// them the old values are put back, so that the printer holds the page that the list shows, not a mixture of both.
+ResultCode Replace(HANDLE printer, const PrinterLabel& old, const PrinterLabel& page) {
+  const ResultCode code = ModifyPrinterLabel(printer, &page);
+  if (code) ModifyPrinterLabel(printer, &old);
+  return code;
+}
+
 void ModifyClick(HWND dialog, ManagePagesContext& context) {
   const TraceScope trace("ModifyClick");
   PrinterLabel page;
@@ -250,11 +253,12 @@ void ModifyClick(HWND dialog, ManagePagesContext& context) {
   const int selected = SelectionOf(dialog);
   if (selected < 0) return;
   if (IsNameUsedElsewhere(context, selected, page.name)) return ShowMessage(dialog, IDS_NAME_USED);
-  page.id = context.labels[selected].id;
-  if (const ResultCode code = ModifyPrinterLabel(context.hPrinter, &page)) {
+  PrinterLabel& current = context.labels[selected];
+  page.id = current.id;
+  if (const ResultCode code = Replace(context.hPrinter, current, page)) {
     return ShowStoreError(dialog, IDS_MODIFY_FAILED, code);
   }
-  context.labels[selected] = page;
+  current = page;
   ReplaceName(dialog, selected, page.name);
   Select(dialog, selected);
   AdjustLabelListExtent(dialog, context.labels, context.count);
@@ -320,7 +324,11 @@ void ImportClick(HWND dialog, ManagePagesContext& context) {
   PrinterLabel pages[kMostLabels]{};
   const int read = ImportPrinterLabels(pages, kMostLabels, path.data());
   if (read + context.count > kMostLabels) return ShowTooManyPages(dialog);
+  // Drawn once, not at each page.
+  SendMessageW(ListOf(dialog), WM_SETREDRAW, FALSE, 0);
   AppendImported(dialog, context, std::span(pages).first(static_cast<std::size_t>(read)));
+  SendMessageW(ListOf(dialog), WM_SETREDRAW, TRUE, 0);
+  InvalidateRect(ListOf(dialog), nullptr, TRUE);
   AdjustLabelListExtent(dialog, context.labels, context.count);
   Select(dialog, 0);
   if (context.count > 0) DisplayValues(dialog, context.labels[0], context.units);
@@ -340,20 +348,10 @@ void CloseClick(HWND dialog) {
 
 // --- The dialog ------------------------------------------------------------------------------------------------------
 
-void Open(HWND dialog, HANDLE printer) {
-  auto* const context = static_cast<ManagePagesContext*>(std::calloc(1, sizeof(ManagePagesContext)));
-  if (context) {
-    context->units = kInches;
-    context->hPrinter = printer;
-  }
-  const bool ready = context && Initialize(dialog, *context);
-  SetWindowLongPtrW(dialog, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(context));
-  if (!ready) EndDialog(dialog, kUnreadable);
-}
-
-void Close(HWND dialog) {
-  std::free(ContextOf(dialog));
-  SetWindowLongPtrW(dialog, GWLP_USERDATA, 0);
+bool Open(HWND dialog, ManagePagesContext& context, LPARAM parameter) {
+  context.units = kInches;
+  context.hPrinter = reinterpret_cast<HANDLE>(parameter);
+  return Initialize(dialog, context);
 }
 
 INT_PTR Command(HWND dialog, int control, int notification, ManagePagesContext& context) {
@@ -387,22 +385,10 @@ INT_PTR Command(HWND dialog, int control, int notification, ManagePagesContext& 
   }
 }
 
+constexpr DialogOperations<ManagePagesContext> kOperations{.open = Open, .command = Command, .not_shown = kUnreadable};
+
 INT_PTR CALLBACK ManagePagesDlgProc(HWND dialog, UINT message, WPARAM w_param, LPARAM l_param) {
-  switch (message) {
-    case WM_INITDIALOG:
-      Open(dialog, reinterpret_cast<HANDLE>(l_param));
-      return TRUE;
-    case WM_COMMAND:
-      if (ManagePagesContext* const context = ContextOf(dialog)) {
-        return Command(dialog, LOWORD(w_param), HIWORD(w_param), *context);
-      }
-      return FALSE;
-    case WM_DESTROY:
-      Close(dialog);
-      return FALSE;
-    default:
-      return FALSE;
-  }
+  return RouteDialog(kOperations, dialog, message, w_param, l_param);
 }
 
 }  // namespace

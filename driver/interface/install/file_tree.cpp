@@ -21,11 +21,6 @@ bool IsDotEntry(const WCHAR* name) {
   return name[0] == '.' && (name[1] == 0 || (name[1] == '.' && name[2] == 0));
 }
 
-bool IsLink(const WCHAR* folder) {
-  const DWORD attributes = GetFileAttributesW(folder);
-  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT);
-}
-
 void DeleteEntry(const WIN32_FIND_DATAW& entry, const WCHAR* path) {
   if (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
     DeleteDirectoryTree(path);
@@ -62,6 +57,11 @@ ResultCode DeleteDirectoryTree(const WCHAR* folder) {
   }
   if (!RemoveDirectoryW(folder)) DeleteLater(folder);
   return ERROR_SUCCESS;
+}
+
+bool IsLink(const WCHAR* path) {
+  const DWORD attributes = GetFileAttributesW(path);
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT);
 }
 
 ResultCode CopyNewFile(const WCHAR* source, const WCHAR* target) {

@@ -12,6 +12,9 @@ namespace r5lqz {
 // lies too deep, or the platform's error with which the folder could not be listed.
 ResultCode DeleteDirectoryTree(const WCHAR* folder);
 
+// Whether a folder, or a file, is a link to somewhere else. What is not there is none.
+bool IsLink(const WCHAR* path);
+
 // Copies a file to where there is none, with the folders that lead there. kSourceMissing, kTargetExists or the
 // platform's error; the code is the thread's last error too.
 ResultCode CopyNewFile(const WCHAR* source, const WCHAR* target);

@@ -77,6 +77,8 @@ ResultCode DeleteRasterSdkFiles() {
   if (const ResultCode code = SpecialFolderPath(CSIDL_COMMON_APPDATA, kMakersFolder, makers_folder)) return code;
   if (!folder) return folder_error;
   if (!PathExists(folder.get())) return ERROR_SUCCESS;
+  // Every user may make folders in the common application data: files behind a link are none of ours.
+  if (IsLink(makers_folder.get()) || IsLink(folder.get())) return ERROR_SUCCESS;
   if (const ResultCode code = DeleteFiles(folder.get())) return code;
   // Another model's driver may use the folders until then; the system removes them only if they are empty.
   DeleteLater(folder.get());

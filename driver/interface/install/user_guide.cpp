@@ -5,8 +5,8 @@
 #include <shlobj.h>
 
 #include <cstdio>
-#include <cstdlib>
 
+#include "diag/owned.h"
 #include "install/file_tree.h"
 #include "install/path.h"
 
@@ -27,11 +27,6 @@ constexpr const WCHAR* kShortcutNames[] = {
 // The maker's online user guide; the only place that names it.
 constexpr char kUserGuideAddress[] = "https://support.brindlewick.example/r5-lqz/user-guide";
 
-void CloseShortcut(std::FILE* file) {
-  std::fclose(file);
-}
-using ShortcutFile = std::unique_ptr<std::FILE, Releaser<CloseShortcut>>;
-
 // The runtime library tells by errno why a file could not be opened; the platform's error beside it is reported.
 ResultCode OpenFailure() {
   const DWORD error = GetLastError();
@@ -39,7 +34,7 @@ ResultCode OpenFailure() {
 }
 
 ResultCode WriteShortcut(const WCHAR* path) {
-  const ShortcutFile file(_wfopen(path, L"wt"));
+  const OwnedFile file(_wfopen(path, L"wt"));
   if (!file) return OpenFailure();
   const bool written = std::fprintf(file.get(), "[InternetShortcut]\nURL=%s", kUserGuideAddress) >= 0;
   return written && std::fflush(file.get()) == 0 ? ERROR_SUCCESS : DWORD{ERROR_WRITE_FAULT};

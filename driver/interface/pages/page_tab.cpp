@@ -16,7 +16,7 @@
 #include "pages/number_entry.h"
 #include "pages/tab.h"
 #include "resources/resource_ids.h"
-#include "settings/conversion.h"
+#include "settings/paper.h"
 
 namespace r5lqz {
 namespace page_tab {
@@ -208,22 +208,9 @@ void EditCustomClick(HWND dialog, PropertiesContext& context) {
   ShowSelection(dialog, context);
 }
 
-void TakeLabel(DriverDevMode& working, const PrinterLabel& label) {
-  DEVMODEW& settings = working.dm_public;
-  PrivateDevMode& own = working.dm_private;
-  CopyBounded(std::span(own.labelName), std::span<const char>(label.name));
-  settings.dmPaperSize = own.dmPaperSize = label.id;
-  TakeOffsets(own, label);
-  settings.dmPaperWidth = PaperWidthOf(label);
-  settings.dmPaperLength = PaperLengthOf(label);
-  CopyBounded(std::span(own.width_string), std::span<const char>(label.width));
-  CopyBounded(std::span(own.length_string), std::span<const char>(label.length));
-  own.units = label.units;
-}
-
 void OkClick(HWND dialog, PropertiesContext& context) {
   const TraceScope trace("OkClick");
-  if (const PrinterLabel* const label = SelectedLabel(dialog, context)) TakeLabel(context.working, *label);
+  if (const PrinterLabel* const label = SelectedLabel(dialog, context)) TakePage(context.working, *label);
   FinishApply(dialog, context);
 }
 

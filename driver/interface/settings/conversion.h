@@ -3,7 +3,6 @@
 
 #include <windows.h>
 
-#include "labels/printer_label.h"
 #include "settings/driver_devmode.h"
 
 namespace r5lqz {
@@ -30,13 +29,5 @@ void ValidateDevmode(DriverDevMode& record, HANDLE printer);
 
 // The step of validation that resolves the paper number and sets the paper's size and form name.
 void ValidateForm(DriverDevMode& record, HANDLE printer);
-
-// A label's size as a record takes it, tenths of a millimetre: a text that is no number, or a size that the printer
-// cannot have, gives the default's.
-SHORT PaperWidthOf(const PrinterLabel& label);
-SHORT PaperLengthOf(const PrinterLabel& label);
-
-// The label's offsets into the record; a text that is no number leaves its field as it was.
-void TakeOffsets(PrivateDevMode& own, const PrinterLabel& label);
 
 }  // namespace r5lqz

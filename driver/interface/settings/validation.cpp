@@ -2,10 +2,10 @@
 #include <memory>
 
 #include "diag/bounded_text.h"
-#include "diag/number_text.h"
 #include "diag/trace.h"
 #include "labels/label_store.h"
 #include "settings/conversion.h"
+#include "settings/paper.h"
 
 namespace r5lqz {
 namespace {
@@ -24,24 +24,11 @@ void SetCustomForm(DEVMODEW& record) {
   CopyBounded(std::span(record.dmFormName), kCustomFormName);
 }
 
-void TakeOffset(const char* text, LONG& offset) {
-  int value = 0;
-  if (StringToInt(text, &value) == ERROR_SUCCESS) offset = value;
-}
-
-// Forced before it is cut to 16 bits: a stored size far beyond its limits must not come out as another one.
-SHORT Forced(const Limits& limits, const char (&text)[kNumberTextSize], DWORD units) {
-  return static_cast<SHORT>(limits.Force(static_cast<double>(LabelTenths(text, units))));
-}
-
 void TakeLabel(DriverDevMode& record, const PrinterLabel& label) {
-  DEVMODEW& settings = record.dm_public;
-  PrivateDevMode& own = record.dm_private;
-  settings.dmPaperWidth = PaperWidthOf(label);
-  settings.dmPaperLength = PaperLengthOf(label);
-  CopyBounded(std::span(settings.dmFormName), std::span<const WCHAR>(WidenText<kLabelNameSize>(label.name)));
-  CopyBounded(std::span(own.labelName), std::span<const char>(label.name));
-  TakeOffsets(own, label);
+  TakePageSize(record, label);
+  const auto form_name = WidenText<kLabelNameSize>(label.name);
+  CopyBounded(std::span(record.dm_public.dmFormName), std::span<const WCHAR>(form_name));
+  CopyBounded(std::span(record.dm_private.labelName), std::span<const char>(label.name));
 }
 
 // A paper that names no label (deleted meanwhile, or a list that cannot be read) keeps the sizes that the record has.
@@ -79,19 +66,6 @@ void ForcePrivateFields(PrivateDevMode& own) {
 }
 
 }  // namespace
-
-SHORT PaperWidthOf(const PrinterLabel& label) {
-  return Forced(kWidthLimits, label.width, label.units);
-}
-
-SHORT PaperLengthOf(const PrinterLabel& label) {
-  return Forced(kLengthLimits, label.length, label.units);
-}
-
-void TakeOffsets(PrivateDevMode& own, const PrinterLabel& label) {
-  TakeOffset(label.vertOffset, own.vertOffset);
-  TakeOffset(label.horzOffset, own.horzOffset);
-}
 
 void ValidateDevmode(DriverDevMode& record, HANDLE printer) {
   const TraceScope trace("ValidateDevmode");

@@ -1,0 +1,52 @@
+#include <algorithm>
+#include <cstdio>
+
+#include "driver_life.h"
+#include "session.h"
+
+namespace demo {
+namespace {
+
+// Of a registry value that is known its key and name; the bytes of another hold zeros.
+std::string NameOf(const LifeTrace& trace) {
+  std::string text = trace.reason.empty() ? trace.what : trace.what.substr(0, trace.what.find(" = "));
+  std::erase(text, '\0');
+  return text;
+}
+
+Row CountRow(const char* what, const platform::Lines& before, const platform::Lines& after) {
+  return {what, std::to_string(before.size()), std::to_string(after.size()),
+          std::to_string(platform::Difference(after, before).size()),
+          std::to_string(platform::Difference(before, after).size())};
+}
+
+}  // namespace
+
+void ShowOneLife(Report& report, const std::wstring& module_path) {
+  report.Section("The driver's whole life on a machine");
+  report.Road("the platform's spooler for driver and printer, which are of their own names here; the module's file");
+  const DriverLife life = LiveOneLife(module_path);
+
+  std::vector<Row> rows;
+  for (const auto& stage : life.stages) {
+    rows.push_back({stage.done, stage.seen});
+    report.Expect(stage.held, "another sight after: " + stage.done);
+  }
+  report.Table({"stage", "what is seen then"}, rows);
+
+  printf("\n   The machine before the first stage and after the last:\n");
+  report.Table({"of it", "before", "after", "new", "gone"},
+               {CountRow("files and folders", life.before.files, life.after.files),
+                CountRow("registry keys and values", life.before.registry, life.after.registry),
+                CountRow("colour profiles", life.before.profiles, life.after.profiles)});
+
+  printf("\n");
+  rows.clear();
+  for (const auto& trace : life.traces) {
+    rows.push_back({NameOf(trace), trace.reason.empty() ? "?" : trace.reason});
+    report.Expect(!trace.reason.empty(), "nothing else to be different: " + NameOf(trace));
+  }
+  report.Table({"different", "because"}, rows);
+}
+
+}  // namespace demo
