@@ -109,10 +109,10 @@ void OmitNames(std::string_view printer) {
   NamedPrinter(printer).omits_names = true;
 }
 
-HANDLE OpenTestPrinter(std::string_view name, ACCESS_MASK access) {
+HANDLE OpenTestPrinter(std::string_view printer, ACCESS_MASK access) {
   std::lock_guard lock(StateMutex());
-  NamedPrinter(name);
-  return Open(FindPrinter(Widen(name)), access, true);
+  NamedPrinter(printer);
+  return Open(FindPrinter(Widen(printer)), access, true);
 }
 
 void CloseTestPrinter(HANDLE printer) {

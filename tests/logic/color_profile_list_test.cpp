@@ -31,7 +31,7 @@ TEST_F(ColorProfileList, IsSortedWithoutRegardToCase) {
 }
 
 TEST_F(ColorProfileList, EndsWithinWhatTheSystemGave) {
-  constexpr std::u16string_view kList(u"b\0a\0c\0", 7);
+  constexpr std::u16string_view kList(u"b\0a\0c\0\0", 7);
   const struct {
     std::size_t bytes;
     DWORD count;

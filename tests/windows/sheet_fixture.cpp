@@ -159,15 +159,15 @@ Watch::~Watch() {
 }
 
 platform::SheetOutcome ShowSheet(platform::SheetEntry entry, void* header, const Steps& steps, int button) {
-  const auto outcome = platform::ShowSheet({entry, header, nullptr, true, [&](HWND sheet) {
-                                              SheetUser user(sheet);
-                                              steps(user);
-                                              user.Press(button);
-                                              for (int i = 0; i < 1000 && IsWindow(sheet); ++i) Sleep(10);
-                                              if (!IsWindow(sheet)) return;
-                                              ADD_FAILURE() << "the sheet did not close";
-                                              user.Press(PSBTN_CANCEL);
-                                            }});
+  auto outcome = platform::ShowSheet({entry, header, nullptr, true, [&](HWND sheet) {
+                                        SheetUser user(sheet);
+                                        steps(user);
+                                        user.Press(button);
+                                        for (int i = 0; i < 1000 && IsWindow(sheet); ++i) Sleep(10);
+                                        if (!IsWindow(sheet)) return;
+                                        ADD_FAILURE() << "the sheet did not close";
+                                        user.Press(PSBTN_CANCEL);
+                                      }});
   EXPECT_TRUE(outcome.opened == 1 && outcome.shown) << "without a display no sheet is tested";
   return outcome;
 }

@@ -193,7 +193,7 @@ TEST_F(Device, ShowsAndStoresItsOption) {
     SCOPED_TRACE(std::string(row.stored) + " to " + row.left);
     // The platform's spooler cannot delete printer data.
     RegDeleteKeyValueW(HKEY_LOCAL_MACHINE, (key + L"\\PrinterDriverData").c_str(), name);
-    DWORD number = static_cast<DWORD>(atoi(row.stored));
+    auto number = static_cast<DWORD>(atoi(row.stored));
     const DWORD stored_type = *row.stored == 't' ? REG_SZ : REG_DWORD;
     if (*row.stored) SetPrinterDataW(Printer(), name, stored_type, reinterpret_cast<BYTE*>(&number), sizeof number);
     watch->written.clear();
