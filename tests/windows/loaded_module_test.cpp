@@ -2,10 +2,8 @@
 #include <windows.h>
 #include <psapi.h>
 
-#include <filesystem>
 #include <set>
 
-#include "entry/printer_interface.h"
 #include "trace_folder.h"
 
 namespace tests {
@@ -46,25 +44,6 @@ TEST_F(LoadedModule, ComesAndGoesWithoutATrace) {
   EXPECT_EQ(GetModuleHandleA("r5-lqz-ui.dll"), nullptr);
   EXPECT_EQ(SizeOf(kModuleLog), -1);
   EXPECT_EQ(OpenMutexA(SYNCHRONIZE, FALSE, kModuleLock), nullptr);
-}
-
-TEST_F(LoadedModule, LogsUnderItsOwnName) {
-  WriteBytes(kModuleMask, "3");
-  const HMODULE module = LoadLibraryA(ModulePath().c_str());
-  ASSERT_TRUE(module) << GetLastError();
-  const auto event = reinterpret_cast<decltype(&DrvDocumentEvent)>(
-      reinterpret_cast<void*>(GetProcAddress(module, "DrvDocumentEvent")));
-  ASSERT_TRUE(event);
-  for (int i = 0; i < 2; ++i) EXPECT_EQ(event(nullptr, nullptr, DOCUMENTEVENT_STARTDOCPRE, 0, nullptr, 0, nullptr), 1);
-  EXPECT_TRUE(FreeLibrary(module));
-
-  const auto records = ReadRecords(kModuleLog);
-  ASSERT_EQ(records.size(), 3u);
-  EXPECT_EQ(records[0].text, "[Trace] </DrvDocumentEvent>");
-  EXPECT_EQ(records[1].text, "[Trace] <DrvDocumentEvent>");
-  for (const auto& entry : std::filesystem::directory_iterator(kFolder)) {
-    EXPECT_EQ(entry.path().stem(), "r5-lqz-ui") << entry.path();
-  }
 }
 
 }  // namespace
