@@ -55,14 +55,11 @@ TEST_F(ApplicationTest, LabelsAreReportedIntoRoomForAsManyAsWereCounted) {
   Store({259, "unknown version", "4.125", "5.000", "0", "0", 1, 2});
   Store({32767, longest.c_str(), "10", "254", "0", "0", 2});
   // As a tool stores it that does not count the terminator.
-  char unterminated[] = {'1', '0', '1', '.', '6'};
-  ASSERT_EQ(SetPrinterDataExA(Printer(), "Label Sizes\\32767", "width", REG_SZ, reinterpret_cast<BYTE*>(unterminated),
-                              sizeof unterminated),
-            0u);
+  char width[] = "101.6";
+  ASSERT_EQ(SetPrinterDataExA(Printer(), "Label Sizes\\32767", "width", REG_SZ, reinterpret_cast<BYTE*>(width), 5), 0u);
 
-  GuardedBlock numbers(2 * sizeof(WORD)), sizes(2 * sizeof(POINT)), names(2 * 64 * sizeof(wchar_t));
-  const std::pair<WORD, GuardedBlock*> answers[] = {
-      {DC_PAPERS, &numbers}, {DC_PAPERSIZE, &sizes}, {DC_PAPERNAMES, &names}};
+  GuardedBlock sizes(2 * sizeof(POINT)), names(2 * 64 * sizeof(wchar_t));
+  const std::pair<WORD, GuardedBlock*> answers[] = {{DC_PAPERSIZE, &sizes}, {DC_PAPERNAMES, &names}};
   for (const auto& [index, out] : answers) {
     SCOPED_TRACE(index);
     EXPECT_EQ(LabelCapability(index, out->data(), nullptr), 0u);
@@ -71,10 +68,7 @@ TEST_F(ApplicationTest, LabelsAreReportedIntoRoomForAsManyAsWereCounted) {
     EXPECT_EQ(LabelCapability(index, out->data()), 2u);
     EXPECT_TRUE(out->FrontIntact());
   }
-  const auto number = numbers.Read<std::array<WORD, 2>>();
-  EXPECT_EQ(number, (std::array<WORD, 2>{258, 32767}));
-  const auto size = sizes.Read<std::array<LONG, 4>>();
-  EXPECT_EQ(size, (std::array<LONG, 4>{1048, 1270, 102, 254}));
+  EXPECT_EQ((sizes.Read<std::array<LONG, 4>>()), (std::array<LONG, 4>{1048, 1270, 102, 254}));
   const auto name = names.Read<std::array<wchar_t, 128>>();
   EXPECT_EQ(Narrow(name.data(), 64), "inches");
   EXPECT_EQ(Narrow(name.data() + 64, 64), longest);
@@ -102,12 +96,6 @@ TEST_F(ApplicationTest, SettingsAreCompletedFromPrinterAndLabel) {
   asked.dm_public.dmPrintQuality = 600;  // not marked as set
   const DriverDevMode completed = Complete(&asked);
   EXPECT_EQ(memcmp(&completed, &expected, sizeof expected), 0);
-
-  asked = usual;
-  asked.dm_private.signature = 0x18284001;
-  asked.dm_private.mirrorImage = 1;
-  const DriverDevMode foreign = Complete(&asked);
-  EXPECT_EQ(memcmp(&foreign, &usual, sizeof usual), 0) << "another driver's settings were taken";
 
   DWORD forms = 0, type = REG_NONE, needed = 0;
   wchar_t name[] = L"Forms?";
