@@ -12,9 +12,9 @@
 namespace {
 
 using fuzz::Block;
+using fuzz::kPrinterName;
 using namespace r5lqz;
 
-constexpr char kPrinterName[] = "Printer";
 constexpr char kParentKey[] = "Label Sizes";
 
 constexpr BYTE kTraced = 1;
@@ -181,8 +181,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   fuzz::Input input(data, size);
   const Head head = input.Take<Head>();
   platform::Reset();
-  platform::AddPrinter(kPrinterName, "Driver");
-  const HANDLE printer = platform::OpenTestPrinter(kPrinterName);
+  const HANDLE printer = fuzz::AddPrinter();
   KeyLists lists(head, input);
   StoreLabels(input);
   log_mask = head.flags & kTraced ? kMessageBit | kTraceBit : 0;

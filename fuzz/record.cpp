@@ -10,8 +10,6 @@ namespace {
 using fuzz::Block;
 using namespace r5lqz;
 
-constexpr char kPrinterName[] = "Printer";
-constexpr char kDriverName[] = "Driver";
 constexpr SHORT kLastLabelId = 261;
 
 constexpr BYTE kTraced = 1;
@@ -33,8 +31,7 @@ struct Head {
 
 // One of the printer's labels has sizes that are no numbers, one has sizes out of range.
 HANDLE SetUpPrinter() {
-  platform::AddPrinter(kPrinterName, kDriverName);
-  const HANDLE printer = platform::OpenTestPrinter(kPrinterName);
+  const HANDLE printer = fuzz::AddPrinter();
   constexpr PrinterLabel kLabels[] = {
       {"Shipping", "104.8", "127.0", "-12", "2400", kMillimetres, kFirstLabelId},
       {"A name that is too long for the form name", "4.125", "5.000", "9999999", "x", kInches, 259},
@@ -198,7 +195,7 @@ void CheckOutput(const DriverDevMode& working, const Record& shape) {
 // The whole road of an application's call: the printer's stored record, which may be cut off, then the application's
 // own.
 void CheckDocumentProperties(const Record& in, std::span<const std::byte> stored, DWORD mode, HANDLE printer) {
-  platform::SetDevMode(kPrinterName, stored);
+  platform::SetDevMode(fuzz::kPrinterName, stored);
   const Block out = PoisonedOutput(in.form());
   DOCUMENTPROPERTYHEADER header{};
   header.hPrinter = printer;
