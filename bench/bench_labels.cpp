@@ -12,7 +12,7 @@ using namespace r5lqz;
 void Capability(benchmark::State& state, WORD capability) {
   const HANDLE printer = bench::SetUpPrinter(static_cast<int>(state.range(0)));
   // Room for the longest entries, the names.
-  static std::array<WCHAR, 64 * kMostLabels> output;
+  static std::array<WCHAR, std::size_t{64} * kMostLabels> output;
   bench::Measure(state, [&] {
     benchmark::DoNotOptimize(DrvDeviceCapabilities(printer, nullptr, capability, output.data(), nullptr));
     benchmark::ClobberMemory();

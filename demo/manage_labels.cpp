@@ -5,11 +5,10 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <fstream>
 #include <iterator>
 
-#include "dialog_window.h"
+#include "dialog_steps.h"
 #include "resources/resource_ids.h"
 #include "sheet_window.h"
 #include "sheets.h"
@@ -17,42 +16,18 @@
 namespace demo {
 namespace {
 
-// The same fields in each of the dialogs; the custom page has no name.
-struct Fields {
-  int name;
-  int width;
-  int length;
-  int inches;
-  int offsets[2];
-  int readouts[2];
-};
-constexpr Fields kManageFields{IDC_MANAGE_NAME,
-                               IDC_MANAGE_WIDTH,
-                               IDC_MANAGE_LENGTH,
-                               IDC_MANAGE_INCHES,
-                               {IDC_MANAGE_VERT, IDC_MANAGE_HORZ},
-                               {IDC_MANAGE_VERT_READOUT, IDC_MANAGE_HORZ_READOUT}};
-constexpr Fields kCustomFields{0,
-                               IDC_CUSTOM_WIDTH,
-                               IDC_CUSTOM_LENGTH,
-                               IDC_CUSTOM_INCHES,
-                               {IDC_CUSTOM_VERT, IDC_CUSTOM_HORZ},
-                               {IDC_CUSTOM_VERT_READOUT, IDC_CUSTOM_HORZ_READOUT}};
-
-struct Typed {
-  int field;
-  const wchar_t* text;
-};
-
-// What a user does, and what the dialog must show then.
-struct DialogStep {
-  const wchar_t* chosen;  // in the list of pages; none: nothing is
-  std::vector<Typed> typed;
-  int button;  // pressed at last; 0: none
-  std::size_t pages;
-  const char* fields;
-  UINT message;  // of the module's texts, in the box that comes; 0: none comes
-};
+constexpr DialogFields kManageFields{IDC_MANAGE_NAME,
+                                     IDC_MANAGE_WIDTH,
+                                     IDC_MANAGE_LENGTH,
+                                     IDC_MANAGE_INCHES,
+                                     {IDC_MANAGE_VERT, IDC_MANAGE_HORZ},
+                                     {IDC_MANAGE_VERT_READOUT, IDC_MANAGE_HORZ_READOUT}};
+constexpr DialogFields kCustomFields{0,
+                                     IDC_CUSTOM_WIDTH,
+                                     IDC_CUSTOM_LENGTH,
+                                     IDC_CUSTOM_INCHES,
+                                     {IDC_CUSTOM_VERT, IDC_CUSTOM_HORZ},
+                                     {IDC_CUSTOM_VERT_READOUT, IDC_CUSTOM_HORZ_READOUT}};
 
 const DialogStep kManageSteps[] = {
     {nullptr, {}, 0, 4, "Address 4 x 2 in: 4.000 x 2.000 in, 0, 0", 0},
@@ -110,138 +85,6 @@ const DialogStep kCustomSteps[] = {
      0},
 };
 
-std::string ControlText(HWND dialog, int control) {
-  return Narrow(TextOf(GetDlgItem(dialog, control)));
-}
-
-// A number's text with a point, whatever the locale's sign.
-std::string Pointed(std::string number) {
-  std::replace(number.begin(), number.end(), ',', '.');
-  return number;
-}
-
-bool InInches(HWND dialog, const Fields& fields) {
-  return Send(GetDlgItem(dialog, fields.inches), BM_GETCHECK) == BST_CHECKED;
-}
-
-std::string ReadFields(HWND dialog, const Fields& fields) {
-  return (fields.name ? ControlText(dialog, fields.name) + ": " : "") + Pointed(ControlText(dialog, fields.width)) +
-         " x " + Pointed(ControlText(dialog, fields.length)) + (InInches(dialog, fields) ? " in" : " mm") + ", " +
-         ControlText(dialog, fields.offsets[0]) + ", " + ControlText(dialog, fields.offsets[1]);
-}
-
-// Beside each offset stands how much that is in the dialog's units.
-bool ReadoutsFollow(HWND dialog, const Fields& fields) {
-  for (int at = 0; at < 2; ++at) {
-    const double length = atoi(ControlText(dialog, fields.offsets[at]).c_str()) / 1200.0;
-    const std::string expected = Format("%.3f ", InInches(dialog, fields) ? length : length * 25.4);
-    if (!Pointed(ControlText(dialog, fields.readouts[at])).starts_with(expected)) return false;
-  }
-  return true;
-}
-
-std::string ReadList(HWND dialog, const Fields& fields) {
-  if (!fields.name) return "-";
-  return Format("%zu, on no. %d", ListEntries(dialog, IDC_MANAGE_LABELS).size(),
-                ChosenEntry(dialog, IDC_MANAGE_LABELS) + 1);
-}
-
-std::string ButtonText(HWND dialog, int button) {
-  std::string text = ControlText(dialog, button);
-  std::erase(text, '&');
-  return text;
-}
-
-// Does the step and tells what was done.
-std::string TakeStep(HWND dialog, const DialogStep& step) {
-  std::string done;
-  const auto tell = [&](const std::string& what) { done += (done.empty() ? "" : ", ") + what; };
-  if (step.chosen && ChooseListed(dialog, IDC_MANAGE_LABELS, step.chosen)) tell("choose " + Narrow(step.chosen));
-  std::string texts;
-  for (const Typed& each : step.typed) {
-    Type(dialog, each.field, each.text);
-    texts += " \"" + Narrow(each.text) + "\"";
-  }
-  if (!texts.empty()) tell("type" + texts);
-  if (step.button) {
-    tell("press " + ButtonText(dialog, step.button));
-    Click(dialog, step.button);
-  }
-  return done.empty() ? "(opened)" : done;
-}
-
-struct Work {
-  Session& session;
-  DialogAnswers& answers;
-  const Fields& fields;
-  std::span<const DialogStep> steps;
-};
-
-std::string OneLine(std::string text) {
-  std::erase(text, '\r');
-  std::replace(text.begin(), text.end(), '\n', ' ');
-  return text;
-}
-
-std::string TakeMessages(DialogAnswers& answers) {
-  std::string all;
-  for (const auto& message : answers.TakeMessages()) all += (all.empty() ? "" : "; ") + OneLine(Narrow(message));
-  return all;
-}
-
-bool MessageIs(const std::string& message, HMODULE module, UINT expected) {
-  wchar_t text[256] = L"";
-  if (expected) LoadStringW(module, expected, text, static_cast<int>(std::size(text)));
-  return expected ? *text && message.find(Narrow(text)) != message.npos : message.empty();
-}
-
-std::vector<std::string> StoredNames(Session& session) {
-  std::vector<std::string> names;
-  for (const auto& stock : platform::ReadLabelStocks(session.installed.printer)) names.push_back(stock.name);
-  return names;
-}
-
-// The list of the dialog, the order apart.
-bool ListIsStored(Session& session, HWND dialog) {
-  std::vector<std::string> listed;
-  for (const auto& entry : ListEntries(dialog, IDC_MANAGE_LABELS)) listed.push_back(Narrow(entry));
-  auto stored = StoredNames(session);
-  std::ranges::sort(listed);
-  std::ranges::sort(stored);
-  return listed == stored;
-}
-
-void WorkDialog(const Work& work, HWND dialog) {
-  auto& report = work.session.report;
-  const auto& fields = work.fields;
-  std::vector<Row> rows;
-  for (const DialogStep& step : work.steps) {
-    const std::string done = TakeStep(dialog, step);
-    const std::string read = ReadFields(dialog, fields);
-    const std::string message = TakeMessages(work.answers);
-    rows.push_back({done, ReadList(dialog, fields), read,
-                    ControlText(dialog, fields.readouts[0]) + ", " + ControlText(dialog, fields.readouts[1])});
-    if (!message.empty()) rows.push_back({"  message box: " + message, "", "", ""});
-    report.Expect(read == step.fields, "the fields to read " + std::string(step.fields));
-    report.Expect(ReadoutsFollow(dialog, fields), "the readouts to follow the offsets");
-    report.Expect(MessageIs(message, work.session.installed.module, step.message),
-                  step.message ? Format("the message %u after: ", step.message) + done : "no message after: " + done);
-    if (!fields.name) continue;
-    report.Expect(ListEntries(dialog, IDC_MANAGE_LABELS).size() == step.pages && ListIsStored(work.session, dialog),
-                  Format("%zu pages, those that are stored, after: ", step.pages) + done);
-  }
-  CloseDialog(dialog, IDOK);
-  report.Table({"done", "pages", "fields then", "offsets read"}, rows);
-}
-
-bool OpenAndWork(const Work& work, HWND page, int opener) {
-  const HWND dialog = OpenDialog(page, opener, work.fields.width);
-  if (!work.session.report.Expect(dialog, "the dialog of " + ButtonText(page, opener))) return false;
-  printf("   %s\n", Narrow(TextOf(dialog)).c_str());
-  WorkDialog(work, dialog);
-  return true;
-}
-
 void ShowDetails(HWND page) {
   printf("   on the tab then: \"%s\": %s\n\n", ControlText(page, IDC_PAGE_LABELS).c_str(),
          OneLine(ControlText(page, IDC_PAGE_DETAILS)).c_str());
@@ -279,7 +122,7 @@ void ShowFile(Report& report, const std::wstring& path) {
 void ChooseStock(Session& session, DialogAnswers& answers, Record& before, Record& after) {
   auto& report = session.report;
   const bool shown = WorkPageTab(session, before, after, [&](HWND page) {
-    OpenAndWork({session, answers, kManageFields, kManageSteps}, page, IDC_PAGE_MANAGE);
+    WorkDialog({session, answers, kManageFields, kManageSteps}, page, IDC_PAGE_MANAGE);
     report.Expect(ChooseEntry(page, IDC_PAGE_LABELS, L"Freezer 80 x 60 mm"), "the new page among those of the tab");
     ShowDetails(page);
   });
@@ -296,7 +139,7 @@ void SetCustomPage(Session& session, DialogAnswers& answers, Record& before, Rec
   auto& report = session.report;
   const bool shown = WorkPageTab(session, before, after, [&](HWND page) {
     report.Expect(ChooseEntry(page, IDC_PAGE_LABELS, L"Custom"), "the custom page among those of the tab");
-    OpenAndWork({session, answers, kCustomFields, kCustomSteps}, page, IDC_PAGE_EDIT_CUSTOM);
+    WorkDialog({session, answers, kCustomFields, kCustomSteps}, page, IDC_PAGE_EDIT_CUSTOM);
     ShowDetails(page);
   });
   if (!shown) return;
@@ -330,9 +173,8 @@ void ManageLabels(Session& session) {
   DeleteFileW(path.c_str());
   printf("\n");
   ShowStoredLabels(session);
-  auto names = StoredNames(session);
-  std::ranges::sort(names);
-  report.Expect(std::ranges::equal(names, kNamesAtTheEnd), "the deleted stock again, and a copy of every other");
+  report.Expect(std::ranges::equal(StoredNames(session), kNamesAtTheEnd),
+                "the deleted stock again, and a copy of every other");
 
   report.Section("The custom page of a document");
   report.Road("as before; the settings are those that the new label gave");

@@ -24,7 +24,11 @@ Row CountRow(const char* what, const platform::Lines& before, const platform::Li
 
 void ShowOneLife(Report& report, const std::wstring& module_path) {
   report.Section("The driver's whole life on a machine");
-  report.Road("the platform's spooler for driver and printer, which are of their own names here; the module's file");
+  report.Road(
+      "the platform's spooler; of the events it delivers the first alone, the others go to the loaded driver's");
+  printf(
+      "         entry points. Driver and printer have names of their own. The module's UninstallColorProfileW is\n"
+      "         replaced, as this platform's looks for a bare name in the current folder.\n");
   const DriverLife life = LiveOneLife(module_path);
 
   std::vector<Row> rows;
@@ -47,6 +51,7 @@ void ShowOneLife(Report& report, const std::wstring& module_path) {
     report.Expect(!trace.reason.empty(), "nothing else to be different: " + NameOf(trace));
   }
   report.Table({"different", "because"}, rows);
+  printf("   What the driver left is now taken away as well, but for the copy.\n");
 }
 
 }  // namespace demo

@@ -92,6 +92,13 @@ void AsModule(Drive drive) {
   Fail(__FILE__, __LINE__, text.str().c_str());
 }
 
+// The one printer of the in-memory spooler, with a handle of the target's own.
+inline constexpr char kPrinterName[] = "Printer";
+inline HANDLE AddPrinter() {
+  platform::AddPrinter(kPrinterName, "Driver");
+  return platform::OpenTestPrinter(kPrinterName);
+}
+
 // Trace records that the module wrote.
 std::uint64_t TracedRecords();
 

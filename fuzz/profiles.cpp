@@ -108,10 +108,7 @@ void CheckDefaultProfile(std::span<const std::byte> list, DWORD count, HANDLE pr
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static const HANDLE printer = [] {
-    platform::AddPrinter("Printer", "Driver");
-    return platform::OpenTestPrinter("Printer");
-  }();
+  static const HANDLE printer = fuzz::AddPrinter();
   fuzz::Input input(data, size);
   const Head head = input.Take<Head>();
   const auto list = input.TakeRest();

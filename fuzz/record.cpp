@@ -1,6 +1,4 @@
 // Settings records as applications and the spooler hand them in: of any size, any content, lying about both.
-#include <vector>
-
 #include "diag/trace.h"
 #include "entry/printer_interface.h"
 #include "input.h"
@@ -12,8 +10,6 @@ namespace {
 using fuzz::Block;
 using namespace r5lqz;
 
-constexpr char kPrinterName[] = "Printer";
-constexpr char kDriverName[] = "Driver";
 constexpr SHORT kLastLabelId = 261;
 
 constexpr BYTE kTraced = 1;
@@ -35,8 +31,7 @@ struct Head {
 
 // One of the printer's labels has sizes that are no numbers, one has sizes out of range.
 HANDLE SetUpPrinter() {
-  platform::AddPrinter(kPrinterName, kDriverName);
-  const HANDLE printer = platform::OpenTestPrinter(kPrinterName);
+  const HANDLE printer = fuzz::AddPrinter();
   constexpr PrinterLabel kLabels[] = {
       {"Shipping", "104.8", "127.0", "-12", "2400", kMillimetres, kFirstLabelId},
       {"A name that is too long for the form name", "4.125", "5.000", "9999999", "x", kInches, 259},
@@ -59,7 +54,9 @@ RecordForm ReadForm(std::span<const std::byte> record) {
 class Record {
  public:
   explicit Record(std::span<const std::byte> bytes, bool odd = false)
-      : shift_(odd ? 1 : 0), block_(shift_ + SizeOf(bytes), Shifted(bytes)) {}
+      : shift_(odd ? 1 : 0), block_(shift_ + std::max<std::size_t>(kFormEnd, ReadForm(bytes).total()), {}) {
+    std::ranges::copy(bytes.first(std::min(bytes.size(), block_.size() - shift_)), block_.As<std::byte>() + shift_);
+  }
 
   DEVMODEW* get() const { return reinterpret_cast<DEVMODEW*>(block_.As<std::byte>() + shift_); }
   std::span<const std::byte> bytes() const { return block_.bytes().subspan(shift_); }
@@ -67,15 +64,6 @@ class Record {
   bool Holds(std::span<const std::byte> other) const { return std::ranges::equal(bytes(), other); }
 
  private:
-  static std::size_t SizeOf(std::span<const std::byte> bytes) {
-    return std::max<std::size_t>(kFormEnd, ReadForm(bytes).total());
-  }
-  std::vector<std::byte> Shifted(std::span<const std::byte> bytes) const {
-    std::vector<std::byte> shifted(shift_);
-    shifted.insert(shifted.end(), bytes.begin(), bytes.end());
-    return shifted;
-  }
-
   std::size_t shift_;
   Block block_;
 };
@@ -87,10 +75,7 @@ bool SamePart(std::span<const std::byte> one, std::span<const std::byte> other, 
 void CheckConversion(const Record& in, const Record& given) {
   const Record out(given.bytes());
   const LONG copied = ConvertDevMode(in.get(), out.get());
-  if (copied < 0) {
-    REQUIRE(out.Holds(given.bytes()));
-    return;
-  }
+  if (copied < 0) return REQUIRE(out.Holds(given.bytes()));
   const RecordForm from = in.form();
   const RecordForm wanted = given.form();
   const RecordForm form = out.form();
@@ -158,11 +143,8 @@ DriverDevMode CheckMerge(const Record& first, const Record& second, HANDLE print
     const DriverDevMode before = settings;
     const BOOL merged = MergeDevMode(settings, record->get(), printer);
     REQUIRE(merged == IsMergeable(record->form()));
-    if (merged) {
-      RequireMerged(settings);
-    } else {
-      REQUIRE(std::memcmp(&settings, &before, sizeof settings) == 0);
-    }
+    if (merged) RequireMerged(settings);
+    if (!merged) REQUIRE(std::memcmp(&settings, &before, sizeof settings) == 0);
   }
   return settings;
 }
@@ -191,10 +173,7 @@ Block PoisonedOutput(const RecordForm& shape) {
 }
 
 void RequireHandedOut(BOOL done, std::span<const std::byte> out, std::span<const std::byte> before, RecordForm shape) {
-  if (!done) {
-    REQUIRE(std::ranges::equal(out, before));
-    return;
-  }
+  if (!done) return REQUIRE(std::ranges::equal(out, before));
   const RecordForm form = ReadForm(out);
   REQUIRE(form.public_size == SmallerForm(shape).public_size && form.private_size == SmallerForm(shape).private_size);
   REQUIRE(form.spec_version != 0);
@@ -216,7 +195,7 @@ void CheckOutput(const DriverDevMode& working, const Record& shape) {
 // The whole road of an application's call: the printer's stored record, which may be cut off, then the application's
 // own.
 void CheckDocumentProperties(const Record& in, std::span<const std::byte> stored, DWORD mode, HANDLE printer) {
-  platform::SetDevMode(kPrinterName, stored);
+  platform::SetDevMode(fuzz::kPrinterName, stored);
   const Block out = PoisonedOutput(in.form());
   DOCUMENTPROPERTYHEADER header{};
   header.hPrinter = printer;

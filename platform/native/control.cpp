@@ -36,24 +36,22 @@ struct Fault {
 
 using Hook = std::function<void(const char*)>;
 
-// The flags tell whether there is anything to do under the lock; a call without faults, hook or log takes none here.
+// The flags tell whether there is anything to do under the lock; a call without faults or hook takes none here.
 std::array<std::atomic<std::uint64_t>, kCallCount> counts;
 std::atomic<std::uint64_t> nanoseconds;
 std::atomic<std::uint64_t> faults_injected;
 std::atomic<std::uint64_t> bad_releases;
 std::atomic<bool> measuring;
-std::atomic<bool> watched;  // any of the three below is set
+std::atomic<bool> watched;  // either of the two below is set
 std::mutex control_mutex;
 std::vector<Fault> faults;
 std::shared_ptr<const Hook> hook;
-bool recording = false;
-std::vector<std::string> call_log;
 
 // Set while the hook runs on this thread.
 thread_local constinit bool quiet = false;
 
 void UpdateWatched() {
-  watched = !faults.empty() || hook || recording;
+  watched = !faults.empty() || hook;
 }
 
 std::size_t FindCall(const char* name) {
@@ -67,7 +65,6 @@ void RunHook(const char* name) {
   std::shared_ptr<const Hook> current;
   {
     std::lock_guard lock(control_mutex);
-    if (recording) call_log.emplace_back(name);
     current = hook;
   }
   if (!current) return;
@@ -142,8 +139,6 @@ void Reset() {
     std::lock_guard lock(control_mutex);
     faults.clear();
     hook.reset();
-    recording = false;
-    call_log.clear();
     UpdateWatched();
   }
   measuring = false;
@@ -188,17 +183,6 @@ std::uint64_t TotalCalls() {
   std::uint64_t total = 0;
   for (const auto& count : counts) total += count;
   return total;
-}
-
-void RecordCalls(bool on) {
-  std::lock_guard lock(control_mutex);
-  recording = on;
-  UpdateWatched();
-}
-
-std::vector<std::string> CallLog() {
-  std::lock_guard lock(control_mutex);
-  return call_log;
 }
 
 void SetCallHook(std::function<void(const char* name)> new_hook) {

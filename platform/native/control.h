@@ -59,10 +59,6 @@ void SetDataText(std::string_view printer, std::string_view key, std::string_vie
 // REG_DWORD.
 void SetDataDword(std::string_view printer, std::string_view key, std::string_view value, DWORD number);
 std::optional<Data> GetData(std::string_view printer, std::string_view key, std::string_view value);
-// The names directly beneath a key, in the order in which EnumPrinterKeyW gives them; none for a missing key.
-std::vector<std::string> Keys(std::string_view printer, std::string_view key);
-// Makes an empty key.
-void MakeKey(std::string_view printer, std::string_view key);
 void RemoveKey(std::string_view printer, std::string_view key);
 void RemoveData(std::string_view printer, std::string_view key, std::string_view value);
 
@@ -114,9 +110,6 @@ std::uint64_t FaultsInjected();
 // Calls of one name, of all, since Reset. Runtime functions count as below.
 std::uint64_t Calls(const char* name);
 std::uint64_t TotalCalls();
-// The names in order, from the moment it is turned on.
-void RecordCalls(bool on);
-std::vector<std::string> CallLog();
 
 // Runs before each call, on its thread and before a fault is injected, so that it can change what the call will see.
 // What it calls itself is neither counted, failed nor hooked. Empty: none.
@@ -154,27 +147,16 @@ struct Balance {
 std::ostream& operator<<(std::ostream& out, const Balance& balance);
 Balance LiveBalance();
 
-// --- Identity, clock, module ------------------------------------------------------------------------------------
+// --- Identity, module -------------------------------------------------------------------------------------------
 
 // Whether the calling thread acts for a client; at first it does not.
 void SetImpersonating(bool on);
 bool IsImpersonating();
 
-// What GetSystemTime answers; after Reset 2024-03-05 07:08:09.012.
-void SetClock(const SYSTEMTIME& time);
-
 // What GetModuleFileNameA answers; after Reset a path in the driver directory that ends in \r5-lqz-ui.dll.
 void SetModuleFileName(std::string_view name);
 
 // --- Mutexes ----------------------------------------------------------------------------------------------------
-
-enum class MutexState {
-  kFree,
-  kHeldByOther,  // by another process: a wait times out at once, however long it may last
-  kAbandoned,    // the next wait takes it over with WAIT_ABANDONED, then it is free
-};
-// May be set before the mutex of that name exists. Threads of this process contend for real.
-void SetMutexState(std::string_view name, MutexState state);
 
 struct MutexCreation {
   std::string name;
@@ -190,7 +172,5 @@ MutexCreation LastMutex();
 // The folder of this machine behind c:\temp: this process's own, removed when it ends. After Reset it exists and is
 // empty.
 std::string TempFolder();
-void RemoveTempFolder();
-void MakeTempFolder();
 
 }  // namespace platform

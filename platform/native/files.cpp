@@ -81,18 +81,6 @@ std::string TempFolder() {
   return HostFolder();
 }
 
-void RemoveTempFolder() {
-  std::lock_guard lock(StateMutex());
-  folder_used = true;
-  std::error_code ignored;
-  fs::remove_all(HostFolder(), ignored);
-}
-
-void MakeTempFolder() {
-  std::lock_guard lock(StateMutex());
-  mkdir(HostFolder().c_str(), 0700);
-}
-
 void ResetFiles() {
   std::lock_guard lock(StateMutex());
   open_files.clear();

@@ -1,4 +1,4 @@
-// Named mutexes, shared by the threads of this process; other processes are played by SetMutexState.
+// Named mutexes, shared by the threads of this process.
 #include "native/state.h"
 
 #include <condition_variable>
@@ -18,18 +18,12 @@ struct Mutex {
 
 std::unordered_map<HANDLE, std::shared_ptr<Mutex>> handles;
 std::map<std::string, std::weak_ptr<Mutex>, std::less<>> named;
-std::map<std::string, MutexState, std::less<>> states;
 std::condition_variable released;
 MutexCreation last_mutex;
 
 std::shared_ptr<Mutex> Find(HANDLE handle) {
   const auto found = handles.find(handle);
   return found == handles.end() ? nullptr : found->second;
-}
-
-MutexState StateOf(const Mutex& mutex) {
-  const auto found = states.find(mutex.name);
-  return found == states.end() ? MutexState::kFree : found->second;
 }
 
 void Take(Mutex& mutex) {
@@ -49,11 +43,6 @@ bool AwaitTurn(std::unique_lock<std::mutex>& lock, const Mutex& mutex, DWORD mil
 
 }  // namespace
 
-void SetMutexState(std::string_view name, MutexState state) {
-  std::lock_guard lock(StateMutex());
-  states.insert_or_assign(std::string(name), state);
-}
-
 MutexCreation LastMutex() {
   std::lock_guard lock(StateMutex());
   return last_mutex;
@@ -63,7 +52,6 @@ void ResetMutexes() {
   std::lock_guard lock(StateMutex());
   handles.clear();
   named.clear();
-  states.clear();
   last_mutex = {};
 }
 
@@ -109,13 +97,9 @@ DWORD WINAPI WaitForSingleObject(HANDLE handle, DWORD milliseconds) {
   std::unique_lock lock(platform::StateMutex());
   const auto mutex = platform::Find(handle);
   if (!mutex) return platform::FailWith(ERROR_INVALID_HANDLE, WAIT_FAILED);
-  const platform::MutexState state = platform::StateOf(*mutex);
-  if (state == platform::MutexState::kHeldByOther) return WAIT_TIMEOUT;
   if (!platform::AwaitTurn(lock, *mutex, milliseconds)) return WAIT_TIMEOUT;
   platform::Take(*mutex);
-  if (state != platform::MutexState::kAbandoned) return WAIT_OBJECT_0;
-  platform::states.erase(mutex->name);
-  return WAIT_ABANDONED;
+  return WAIT_OBJECT_0;
 }
 
 BOOL WINAPI ReleaseMutex(HANDLE handle) {

@@ -117,18 +117,6 @@ std::optional<Data> GetData(std::string_view printer, std::string_view key, std:
   return Data{found->type, found->bytes};
 }
 
-std::vector<std::string> Keys(std::string_view printer, std::string_view key) {
-  std::lock_guard lock(StateMutex());
-  std::vector<std::string> names;
-  for (const auto& name : SubkeyNames(NamedPrinter(printer), Folded(Widen(key)))) names.push_back(Narrow(name));
-  return names;
-}
-
-void MakeKey(std::string_view printer, std::string_view key) {
-  std::lock_guard lock(StateMutex());
-  ObtainKey(NamedPrinter(printer), Widen(key));
-}
-
 void RemoveKey(std::string_view printer, std::string_view key) {
   std::lock_guard lock(StateMutex());
   EraseKey(NamedPrinter(printer), Folded(Widen(key)));

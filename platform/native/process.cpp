@@ -9,22 +9,16 @@
 namespace platform {
 namespace {
 
-constexpr SYSTEMTIME kDefaultClock = {2024, 3, 2, 5, 7, 8, 9, 12};
+// What GetSystemTime answers: 2024-03-05 07:08:09.012.
+constexpr SYSTEMTIME kClock = {2024, 3, 2, 5, 7, 8, 9, 12};
 constexpr std::string_view kDefaultModule = "C:\\WINDOWS\\system32\\spool\\drivers\\x64\\3\\r5-lqz-ui.dll";
 
-SYSTEMTIME the_clock = kDefaultClock;
 std::string module_name{kDefaultModule};
 
 }  // namespace
 
 void ResetProcess() {
-  SetClock(kDefaultClock);
   SetModuleFileName(kDefaultModule);
-}
-
-void SetClock(const SYSTEMTIME& time) {
-  std::lock_guard lock(StateMutex());
-  the_clock = time;
 }
 
 void SetModuleFileName(std::string_view name) {
@@ -57,8 +51,7 @@ DWORD WINAPI GetCurrentThreadId() {
 
 void WINAPI GetSystemTime(SYSTEMTIME* time) {
   CallScope call(Call::kGetSystemTime);
-  std::lock_guard lock(platform::StateMutex());
-  *time = platform::the_clock;
+  *time = platform::kClock;
 }
 
 DWORD WINAPI GetModuleFileNameA(HMODULE, LPSTR buffer, DWORD size) {

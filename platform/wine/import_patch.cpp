@@ -17,38 +17,21 @@ const IMAGE_DATA_DIRECTORY& Directory(HMODULE module, unsigned index) {
   return headers->OptionalHeader.DataDirectory[index];
 }
 
-// Walks the names of one DLL's imports beside the pointers that the loader filled in.
-void FindIn(HMODULE module, DWORD names, DWORD addresses, const char* function, std::vector<void**>& places) {
-  if (!names || !addresses) return;
-  const auto* name = At<IMAGE_THUNK_DATA>(module, names);
-  auto* address = At<IMAGE_THUNK_DATA>(module, addresses);
-  for (; name->u1.AddressOfData; ++name, ++address) {
-    if (IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal)) continue;
-    const auto* import = At<IMAGE_IMPORT_BY_NAME>(module, static_cast<DWORD>(name->u1.AddressOfData));
-    if (strcmp(reinterpret_cast<const char*>(import->Name), function) == 0) {
-      places.push_back(reinterpret_cast<void**>(&address->u1.Function));
-    }
-  }
-}
-
-std::vector<void**> FindOrdinary(HMODULE module, const char* dll, const char* function) {
+// The places of the pointers that the loader filled in for `function`.
+std::vector<void**> Find(HMODULE module, const char* dll, const char* function) {
   std::vector<void**> places;
   const auto& directory = Directory(module, IMAGE_DIRECTORY_ENTRY_IMPORT);
   if (!directory.Size) return places;
   for (auto* entry = At<IMAGE_IMPORT_DESCRIPTOR>(module, directory.VirtualAddress); entry->Name; ++entry) {
-    if (_stricmp(At<char>(module, entry->Name), dll) != 0) continue;
-    FindIn(module, entry->OriginalFirstThunk, entry->FirstThunk, function, places);
-  }
-  return places;
-}
-
-std::vector<void**> FindDelayed(HMODULE module, const char* dll, const char* function) {
-  std::vector<void**> places;
-  const auto& directory = Directory(module, IMAGE_DIRECTORY_ENTRY_DELAY_IMPORT);
-  if (!directory.Size) return places;
-  for (auto* entry = At<IMAGE_DELAYLOAD_DESCRIPTOR>(module, directory.VirtualAddress); entry->DllNameRVA; ++entry) {
-    if (_stricmp(At<char>(module, entry->DllNameRVA), dll) != 0) continue;
-    FindIn(module, entry->ImportNameTableRVA, entry->ImportAddressTableRVA, function, places);
+    if (_stricmp(At<char>(module, entry->Name), dll) != 0 || !entry->OriginalFirstThunk) continue;
+    const auto* name = At<IMAGE_THUNK_DATA>(module, entry->OriginalFirstThunk);
+    auto* address = At<IMAGE_THUNK_DATA>(module, entry->FirstThunk);
+    for (; name->u1.AddressOfData; ++name, ++address) {
+      if (IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal)) continue;
+      const auto* import = At<IMAGE_IMPORT_BY_NAME>(module, static_cast<DWORD>(name->u1.AddressOfData));
+      if (strcmp(reinterpret_cast<const char*>(import->Name), function) != 0) continue;
+      places.push_back(reinterpret_cast<void**>(&address->u1.Function));
+    }
   }
   return places;
 }
@@ -63,44 +46,18 @@ bool WritePointer(void** place, void* value) {
 
 }  // namespace
 
-ImportPatch::ImportPatch(ImportPatch&& other) noexcept
-    : slots_(std::exchange(other.slots_, {})), previous_(std::exchange(other.previous_, nullptr)) {}
-
-ImportPatch& ImportPatch::operator=(ImportPatch&& other) noexcept {
-  if (this != &other) {
-    Restore();
-    slots_ = std::exchange(other.slots_, {});
-    previous_ = std::exchange(other.previous_, nullptr);
-  }
-  return *this;
-}
+ImportPatch::ImportPatch(ImportPatch&& other) noexcept : slots_(std::exchange(other.slots_, {})) {}
 
 ImportPatch::~ImportPatch() {
-  Restore();
-}
-
-void ImportPatch::Restore() noexcept {
   for (; !slots_.empty(); slots_.pop_back()) WritePointer(slots_.back().place, slots_.back().original);
 }
 
 ImportPatch ReplaceImport(HMODULE module, const char* dll, const char* function, const void* replacement) {
   ImportPatch patch;
-  const auto ordinary = FindOrdinary(module, dll, function);
-  const auto delayed = FindDelayed(module, dll, function);
-  if (!ordinary.empty()) {
-    patch.previous_ = *ordinary.front();
-  } else if (!delayed.empty()) {
-    // A delayed slot that was not used yet holds a loader stub, which would write itself over the replacement: the
-    // function behind it is looked up here instead.
-    const HMODULE library = LoadLibraryA(dll);
-    if (library) patch.previous_ = reinterpret_cast<void*>(GetProcAddress(library, function));
-  }
-  for (const auto* places : {&ordinary, &delayed}) {
-    for (void** place : *places) {
-      void* const original = *place;
-      if (!WritePointer(place, const_cast<void*>(replacement))) return {};
-      patch.slots_.push_back({place, original});
-    }
+  for (void** place : Find(module, dll, function)) {
+    void* const original = *place;
+    if (!WritePointer(place, const_cast<void*>(replacement))) return {};
+    patch.slots_.push_back({place, original});
   }
   return patch;
 }

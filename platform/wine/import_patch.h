@@ -1,6 +1,5 @@
-// Replacing an imported function of a loaded module: its import table, ordinary or delay-loaded, is pointed at
-// another function, so that a DLL can be run with what its platform lacks, watched, or made to fail, while the file
-// stays as it ships.
+// Replacing an imported function of a loaded module: its import table is pointed at another function, so that
+// a DLL can be run with what its platform lacks, watched, or made to fail, while the file stays as it ships.
 #pragma once
 
 #include <windows.h>
@@ -15,33 +14,24 @@ class ImportPatch {
  public:
   ImportPatch() = default;
   ImportPatch(ImportPatch&& other) noexcept;
-  ImportPatch& operator=(ImportPatch&& other) noexcept;
   ~ImportPatch();
 
   /// False when the module imports no such function; nothing was changed then.
   explicit operator bool() const { return !slots_.empty(); }
 
-  /// The function that the module called before, ready to be called by the replacement.
-  template <class Function>
-  Function Previous() const {
-    return reinterpret_cast<Function>(previous_);
-  }
-
  private:
   friend ImportPatch ReplaceImport(HMODULE, const char*, const char*, const void*);
-  void Restore() noexcept;
 
   struct Slot {
     void** place;
     void* original;
   };
   std::vector<Slot> slots_;
-  void* previous_ = nullptr;
 };
 
-/// Points every import of `function` (exact name) from `dll` (letter case ignored, for example "winspool.drv") in
-/// the module's ordinary and delay-load tables at `replacement`. Other threads see the old or the new function,
-/// never a mixture. The result is false when the function is not imported by name or its table cannot be written.
+/// Points every import of `function` (exact name) from `dll` (letter case ignored, for example "winspool.drv") at
+/// `replacement`. Other threads see the old or the new function, never a mixture. The result is
+/// false when the function is not imported by name or its table cannot be written.
 ImportPatch ReplaceImport(HMODULE module, const char* dll, const char* function, const void* replacement);
 
 }  // namespace platform

@@ -1,15 +1,14 @@
 // The help files as the module's Help buttons reach them, through the platform's own reader of such files, against the
 // module's resources.
 #include <gtest/gtest.h>
-#include <windows.h>
+
+#include "../windows/module_resources.h"
 
 #include <objbase.h>
 #include <objidl.h>
 
 #include <algorithm>
 #include <set>
-#include <string>
-#include <vector>
 
 #include "pages/help.h"
 #include "pages/help_topics.h"
@@ -30,24 +29,19 @@ struct FileReader : IUnknown {
 
 namespace {
 
-constexpr UINT kWestern = 1252;
-constexpr UINT kChinese = 936;
-
 struct Language {
   const char* code;
   r5lqz::UiLanguage ui;
   LANGID resources;
-  UINT code_page;
-  const char* charset;
+  UINT code_page = 1252;
+  const char* charset = "windows-1252";
 };
 
-constexpr Language kLanguages[] = {
-    {"en", r5lqz::UiLanguage::kEnglish, MAKELANGID(LANG_ENGLISH, SUBLANG_ENGLISH_US), kWestern, "windows-1252"},
-    {"de", r5lqz::UiLanguage::kGerman, MAKELANGID(LANG_GERMAN, SUBLANG_NEUTRAL), kWestern, "windows-1252"},
-    {"fr", r5lqz::UiLanguage::kFrench, MAKELANGID(LANG_FRENCH, SUBLANG_NEUTRAL), kWestern, "windows-1252"},
-    {"es", r5lqz::UiLanguage::kSpanish, MAKELANGID(LANG_SPANISH, SUBLANG_NEUTRAL), kWestern, "windows-1252"},
-    {"zh", r5lqz::UiLanguage::kChinese, MAKELANGID(LANG_CHINESE, SUBLANG_NEUTRAL), kChinese, "gbk"},
-};
+constexpr Language kLanguages[] = {{"en", r5lqz::UiLanguage::kEnglish, MAKELANGID(LANG_ENGLISH, SUBLANG_ENGLISH_US)},
+                                   {"de", r5lqz::UiLanguage::kGerman, LANG_GERMAN},
+                                   {"fr", r5lqz::UiLanguage::kFrench, LANG_FRENCH},
+                                   {"es", r5lqz::UiLanguage::kSpanish, LANG_SPANISH},
+                                   {"zh", r5lqz::UiLanguage::kChinese, LANG_CHINESE, 936, "gbk"}};
 
 // Each topic and the tab that it is about, whose title it must name.
 constexpr struct {
@@ -59,17 +53,6 @@ constexpr struct {
     {r5lqz::kLayoutTopic, IDS_TAB_LAYOUT},
     {r5lqz::kAboutTopic, IDS_TAB_ABOUT},
 };
-
-// A build puts this program two folders down from the module.
-std::wstring Built(const WCHAR* file) {
-  WCHAR program[MAX_PATH] = L"";
-  GetModuleFileNameW(nullptr, program, MAX_PATH);
-  const std::wstring path = program;
-  WCHAR full[MAX_PATH] = L"";
-  GetFullPathNameW((path.substr(0, path.find_last_of(L'\\') + 1) + L"..\\..\\" + file).c_str(), MAX_PATH, full,
-                   nullptr);
-  return full;
-}
 
 constexpr CLSID kReaderClass = {0x5D02926A, 0x212E, 0x11D0, {0x9D, 0xF9, 0x00, 0xA0, 0xC9, 0x22, 0xE6, 0xEC}};
 constexpr IID kReaderInterface = {0x88CC31DE, 0x27AB, 0x11D0, {0x9D, 0xF9, 0x00, 0xA0, 0xC9, 0x22, 0xE6, 0xEC}};
@@ -111,14 +94,6 @@ std::wstring Wide(const std::string& text, UINT code_page) {
   return wide;
 }
 
-std::string Shown(const std::wstring& text) {
-  std::string shown(text.size() * 3, '\0');
-  shown.resize(
-      static_cast<std::size_t>(WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), shown.data(),
-                                                   static_cast<int>(shown.size()), nullptr, nullptr)));
-  return shown;
-}
-
 // What stands between each `begin` and the next `end`, line breaks as blanks.
 std::vector<std::wstring> Between(const std::wstring& text, const std::wstring& begin, const std::wstring& end) {
   std::vector<std::wstring> found;
@@ -132,89 +107,71 @@ std::vector<std::wstring> Between(const std::wstring& text, const std::wstring& 
   return found;
 }
 
+struct Topic {
+  std::wstring path, text, title;
+  std::string bytes;
+  std::vector<std::wstring> names;  // of controls
+};
+
 class HelpFiles : public testing::TestWithParam<Language> {
  protected:
-  HelpFiles() : module_(LoadLibraryExW(Built(L"r5-lqz-ui.dll").c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE)) {
+  HelpFiles() {
     // In no apartment: its window would start the platform's desktop, which keeps the outputs of this program open.
     CoInitializeEx(nullptr, COINIT_MULTITHREADED);
-    for (const auto& topic : kTopics) {
-      const r5lqz::HelpPath path = r5lqz::BuildHelpPath(Built(L"help\\r5-lqz.chm").c_str(), GetParam().ui, topic.path);
-      paths_.push_back(path.data());
-      topics_.push_back(Read(path.data()));
+    const auto strings = Strings(GetParam().resources);
+    for (const auto& [id, text] : strings) shown_ += L"\n" + text + L"\n";
+    for (int id = IDD_DEVICE_TAB; id <= IDD_CUSTOM_PAGE; ++id) {
+      const std::vector<BYTE> bytes = Resource(RT_DIALOG, id, GetParam().resources);
+      dialogs_.append(reinterpret_cast<const WCHAR*>(bytes.data()), bytes.size() / sizeof(WCHAR));
+    }
+    for (const auto& [page, title] : kTopics) {
+      const std::wstring path = r5lqz::BuildHelpPath(Built(L"help\\r5-lqz.chm").c_str(), GetParam().ui, page).data();
+      const std::string bytes = Read(path);
+      const std::wstring text = Wide(bytes, GetParam().code_page);
+      topics_.push_back({path, text, strings.at(static_cast<int>(title)), bytes, Between(text, L"<b>", L"</b>")});
     }
   }
-  ~HelpFiles() override {
-    CoUninitialize();
-    FreeLibrary(module_);
-  }
+  ~HelpFiles() override { CoUninitialize(); }
 
-  // The raw data of the language's resources of one type: their texts stand in it as they are.
-  std::wstring Resources(const WCHAR* type, int lowest, int highest) const {
-    std::wstring data;
-    for (int id = lowest; id <= highest; ++id) {
-      const HRSRC found = FindResourceExW(module_, type, MAKEINTRESOURCEW(id), GetParam().resources);
-      const DWORD size = found ? SizeofResource(module_, found) : 0;
-      if (size)
-        data.append(static_cast<const WCHAR*>(LockResource(LoadResource(module_, found))), size / sizeof(WCHAR));
-    }
-    return data;
-  }
-  std::wstring Dialogs() const { return Resources(RT_DIALOG, IDD_DEVICE_TAB, IDD_CUSTOM_PAGE); }
-  std::wstring Strings() const { return Resources(RT_STRING, 1, 16); }
-
-  std::wstring String(UINT id) const {
-    const std::wstring block = Resources(RT_STRING, static_cast<int>(id / 16 + 1), static_cast<int>(id / 16 + 1));
-    std::size_t at = 0;
-    for (UINT skipped = id % 16; skipped && at < block.size(); --skipped) at += 1u + block[at];
-    return at < block.size() ? block.substr(at + 1, block[at]) : L"";
-  }
-
-  std::wstring Text(std::size_t topic) const { return Wide(topics_[topic], GetParam().code_page); }
-
-  HMODULE module_;
-  std::vector<std::wstring> paths_;
-  std::vector<std::string> topics_;
+  // The strings; and the raw data of the dialogs, in which their texts stand as they are.
+  std::wstring shown_, dialogs_;
+  std::vector<Topic> topics_;
 };
 
 TEST_P(HelpFiles, HasEveryTopicThatTheTabsAskFor) {
-  for (std::size_t i = 0; i < std::size(kTopics); ++i) {
-    SCOPED_TRACE(Shown(paths_[i]));
-    ASSERT_FALSE(topics_[i].empty());
-    EXPECT_NE(topics_[i].npos, topics_[i].find(std::string("charset=") + GetParam().charset + '"'));
-    const std::wstring text = Text(i);
-    EXPECT_FALSE(text.empty()) << "not in the code page that it declares";
-    EXPECT_EQ(1u, Between(text, L"<title>", L"</title>").size());
-    const std::wstring title = String(kTopics[i].title);
-    ASSERT_FALSE(title.empty());
-    EXPECT_NE(text.npos, text.find(L"<b>" + title + L"</b>")) << Shown(title);
+  for (const Topic& topic : topics_) {
+    SCOPED_TRACE(Shown(topic.path));
+    EXPECT_NE(topic.bytes.npos, topic.bytes.find(std::string("charset=") + GetParam().charset + '"'));
+    ASSERT_FALSE(topic.text.empty()) << "not there, or not in the code page that it declares";
+    EXPECT_EQ(1u, Between(topic.text, L"<title>", L"</title>").size());
+    EXPECT_NE(0, std::ranges::count(topic.names, topic.title)) << Shown(topic.title);
   }
 }
 
 TEST_P(HelpFiles, LeadsNowhereElse) {
-  for (std::size_t i = 0; i < std::size(kTopics); ++i) {
-    const std::wstring root = paths_[i].substr(0, paths_[i].find(L"::") + 3);
-    const auto links = Between(Text(i), L"href=\"", L"\"");
+  for (const Topic& topic : topics_) {
+    const std::wstring root = topic.path.substr(0, topic.path.find(L"::") + 3);
+    const auto links = Between(topic.text, L"href=\"", L"\"");
     EXPECT_FALSE(links.empty());
     for (const std::wstring& link : links) {
       const bool beside = !link.starts_with(L"../");
       EXPECT_FALSE(Read(root + (beside ? L"topics/" + link : link.substr(3))).empty())
-          << Shown(paths_[i]) << " to " << Shown(link);
+          << Shown(topic.path) << " to " << Shown(link);
     }
   }
 }
 
 TEST_P(HelpFiles, CallsEveryControlByTheNameThatTheDialogsShow) {
-  const std::wstring shown = Dialogs() + Strings();
-  ASSERT_FALSE(shown.empty());
+  const std::wstring shown = dialogs_ + shown_;
   const auto is_word_within = [&shown](const std::wstring& name) {
     for (std::size_t at = shown.find(name); at != shown.npos; at = shown.find(name, at + 1)) {
       if (at && !IsCharAlphaNumericW(shown[at - 1]) && !IsCharAlphaNumericW(shown[at + name.size()])) return true;
     }
     return false;
   };
-  for (std::size_t i = 0; i < std::size(kTopics); ++i) {
-    for (const std::wstring& name : Between(Text(i), L"<b>", L"</b>")) {
-      EXPECT_TRUE(is_word_within(name)) << Shown(paths_[i]) << ": " << Shown(name);
+  for (const Topic& topic : topics_) {
+    for (const std::wstring& name : topic.names) {
+      EXPECT_TRUE(is_word_within(name)) << Shown(topic.path) << ": " << Shown(name);
     }
   }
 }
@@ -222,17 +179,14 @@ TEST_P(HelpFiles, CallsEveryControlByTheNameThatTheDialogsShow) {
 // In a template a button is its style, place and number, followed by its class (0xFFFF, 0x80) and its text.
 TEST_P(HelpFiles, NamesEveryButtonOfTheDialogs) {
   std::set<std::wstring> named;
-  for (std::size_t i = 0; i < std::size(kTopics); ++i) {
-    for (const std::wstring& name : Between(Text(i), L"<b>", L"</b>")) named.insert(name);
-  }
-  const std::wstring dialogs = Dialogs();
+  for (const Topic& topic : topics_) named.insert(topic.names.begin(), topic.names.end());
   const std::wstring button_class = L"\xFFFF\x80";
   constexpr std::size_t kStyleBeforeClass = 8;
   int buttons = 0;
-  for (std::size_t at = dialogs.find(button_class); at != dialogs.npos; at = dialogs.find(button_class, at + 1)) {
-    const DWORD style = dialogs[at - kStyleBeforeClass] | DWORD{dialogs[at - kStyleBeforeClass + 1]} << 16;
+  for (std::size_t at = dialogs_.find(button_class); at != dialogs_.npos; at = dialogs_.find(button_class, at + 1)) {
+    const DWORD style = dialogs_[at - kStyleBeforeClass] | DWORD{dialogs_[at - kStyleBeforeClass + 1]} << 16;
     if (!(style & WS_VISIBLE) || (style & BS_TYPEMASK) == BS_GROUPBOX) continue;
-    const std::wstring text = dialogs.c_str() + at + button_class.size();
+    const std::wstring text = dialogs_.c_str() + at + button_class.size();
     EXPECT_TRUE(named.contains(text)) << Shown(text);
     ++buttons;
   }

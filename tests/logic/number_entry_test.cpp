@@ -117,7 +117,6 @@ TEST(NumberEntry, SpeaksTheLocaleAndStoresPoints) {
 TEST(HelpPaths, NameTheLanguagesFileOrNothing) {
   constexpr WCHAR kFile[] = L"C:\\help\\guide.chm";
   EXPECT_EQ(Path(kFile, UiLanguage::kEnglish, L"::/t"), "C:\\help\\guide.chm::/t");
-  EXPECT_EQ(Path(kFile, UiLanguage::kGerman, L"::/t"), "C:\\help\\guide.de.chm::/t");
   EXPECT_EQ(Path(kFile, UiLanguage::kChinese, L""), "C:\\help\\guide.zh.chm");
   EXPECT_EQ(Path(L"ab", UiLanguage::kFrench, L"::/t"), "");
   EXPECT_EQ(Path(L"chm", UiLanguage::kSpanish, L"::/t"), "es.chm::/t");

@@ -73,13 +73,6 @@ TEST_F(PlatformCalls, FixedAnswersAskNothing) {
     EXPECT_EQ(AskedDuring([&] { Capability(capability); }).all, 0u);
     EXPECT_EQ(AskedDuring([&] { Capability(capability, output); }).all, 0u);
   }
-  Record out(kPublicSize, kPrivateSize);
-  DOCUMENTPROPERTYHEADER header{};
-  header.hPrinter = printer();
-  header.pdmOut = out.get();
-  const Asked size_query =
-      AskedDuring([&] { EXPECT_EQ(DrvDocumentPropertySheets(nullptr, reinterpret_cast<LPARAM>(&header)), 864); });
-  EXPECT_EQ(size_query.all, 0u);
 }
 
 }  // namespace

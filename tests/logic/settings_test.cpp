@@ -234,25 +234,26 @@ TEST_F(Settings, ValidationForcesEveryField) {
 }
 
 TEST_F(Settings, ValuesAtTheirLimitsSurviveValidation) {
-  constexpr std::pair<SHORT, SHORT> kQualities[] = {{600, 600}, {300, 300}, {150, 150}, {1200, 300}};
-  for (const auto& [quality, kept] : kQualities) {
-    const DriverDevMode merged = Merged(DM_PRINTQUALITY, [&](DEVMODEW& at) { at.dmPrintQuality = quality; });
-    EXPECT_EQ(merged.dm_public.dmPrintQuality, kept);
-    EXPECT_EQ(merged.dm_public.dmYResolution, kept);
-  }
-  constexpr SHORT kSizes[][4] = {{10, 254, 10, 254},
-                                 {2970, 9017, 2970, 9017},
-                                 {9, 253, 1048, 1270},
-                                 {2971, 9018, 1048, 1270},
-                                 {-1, -1, 1048, 1270}};
-  for (const auto& [width, length, width_kept, length_kept] : kSizes) {
-    const DriverDevMode merged = Merged(DM_PAPERSIZE | DM_PAPERWIDTH | DM_PAPERLENGTH, [&](DEVMODEW& at) {
-      at.dmPaperSize = 256;
-      at.dmPaperWidth = width;
-      at.dmPaperLength = length;
-    });
-    EXPECT_EQ(merged.dm_public.dmPaperWidth, width_kept);
-    EXPECT_EQ(merged.dm_public.dmPaperLength, length_kept);
+  constexpr struct {
+    SHORT quality, width, length;
+    SHORT quality_kept, width_kept, length_kept;
+  } kRows[] = {{600, 10, 254, 600, 10, 254},
+               {150, 2970, 9017, 150, 2970, 9017},
+               {300, 9, 253, 300, 1048, 1270},
+               {1200, 2971, 9018, 300, 1048, 1270},
+               {0, -1, -1, 300, 1048, 1270}};
+  for (const auto& row : kRows) {
+    const DriverDevMode merged =
+        Merged(DM_PRINTQUALITY | DM_PAPERSIZE | DM_PAPERWIDTH | DM_PAPERLENGTH, [&](DEVMODEW& at) {
+          at.dmPrintQuality = row.quality;
+          at.dmPaperSize = 256;
+          at.dmPaperWidth = row.width;
+          at.dmPaperLength = row.length;
+        });
+    EXPECT_EQ(merged.dm_public.dmPrintQuality, row.quality_kept);
+    EXPECT_EQ(merged.dm_public.dmYResolution, row.quality_kept);
+    EXPECT_EQ(merged.dm_public.dmPaperWidth, row.width_kept);
+    EXPECT_EQ(merged.dm_public.dmPaperLength, row.length_kept);
   }
   constexpr LONG kOffsets[][2] = {{2400, 2400}, {-2400, -2400}, {2401, 0}, {-2401, 0}};
   for (const auto& [offset, kept] : kOffsets) {

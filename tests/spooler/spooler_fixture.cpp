@@ -1,13 +1,9 @@
 #include "spooler_fixture.h"
 
-#include "watchdog.h"
+#include "../built_files.h"
 
 namespace tests {
 namespace {
-
-// Beneath it a build puts this program two folders down.
-constexpr wchar_t kModuleFromHere[] = L"..\\..\\r5-lqz-ui.dll";
-constexpr unsigned kStallSeconds = 45;
 
 platform::InstalledPrinter installed;
 
@@ -20,7 +16,6 @@ class Removal : public testing::Environment {
 };
 
 const bool prepared = [] {
-  StartWatchdog(kStallSeconds);
   testing::AddGlobalTestEnvironment(new Removal);
   return true;
 }();
@@ -32,11 +27,7 @@ std::string Narrow(const wchar_t* text, std::size_t capacity) {
 }
 
 std::wstring ModulePath() {
-  wchar_t path[MAX_PATH];
-  GetModuleFileNameW(nullptr, path, MAX_PATH);
-  std::wstring text(path);
-  text.erase(text.find_last_of(L'\\') + 1);
-  return text + kModuleFromHere;
+  return Built(L"r5-lqz-ui.dll").wstring();
 }
 
 void SpoolerTest::SetUp() {

@@ -1,5 +1,5 @@
-#include "watchdog.h"
-
+// Ends the test program that it is linked into when a test stalls or anything crashes: with code 3 and the call stack
+// of the thread that runs the tests, or of the one that crashed. GoogleTest has said which test.
 #include <gtest/gtest.h>
 #include <windows.h>
 
@@ -11,11 +11,11 @@ namespace tests {
 namespace {
 
 constexpr UINT kExitCode = 3;
+constexpr DWORD kLimit = 45000;  // milliseconds
 constexpr int kFrames = 24;
 
 std::atomic<unsigned> tests_started;
 HANDLE test_thread;
-DWORD limit;  // milliseconds
 
 // As module and offset, the form that addr2line takes.
 void PrintPlace(DWORD64 address) {
@@ -61,7 +61,7 @@ DWORD WINAPI Watch(void*) {
   for (unsigned seen = tests_started;; seen = tests_started) {
     for (DWORD waited = 0; seen == tests_started; waited += 100) {
       Sleep(100);
-      if (waited < limit) continue;
+      if (waited < kLimit) continue;
       fprintf(stderr, "stalled for %lu ms, at\n", waited);
       SuspendThread(test_thread);
       CONTEXT context{};
@@ -82,11 +82,10 @@ class Watchdog : public testing::EmptyTestEventListener {
   void OnTestStart(const testing::TestInfo&) override { ++tests_started; }
 };
 
-}  // namespace
-
-void StartWatchdog(unsigned seconds) {
-  limit = seconds * 1000;
+const bool registered = [] {
   testing::UnitTest::GetInstance()->listeners().Append(new Watchdog);
-}
+  return true;
+}();
 
+}  // namespace
 }  // namespace tests

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <fstream>
 
-#include "../spooler/watchdog.h"
 #include "driver_entries.h"
 #include "import_patch.h"
 #include "resources/resource_ids.h"
@@ -137,14 +136,6 @@ TEST_F(InstallTest, ShortcutIsNamedInTheUsersLanguage) {
       std::ofstream(shortcut) << std::string(500, 'x');
     }
   }
-}
-
-// The build runs this once more in another locale, which only a program's start can choose.
-TEST_F(InstallTest, LanguageIsThatOfTheResources) {
-  const char* const locale = getenv("R5LQZ_LOCALE");
-  const bool german = locale && std::string_view(locale).starts_with("de");
-  EXPECT_EQ(Install(), Lines{});
-  EXPECT_EQ(Listing(StartMenuFolder()), Lines{german ? "R5-LQZ Bedienungsanleitung.url" : "R5-LQZ User Guide.url"});
 }
 
 TEST_F(InstallTest, RasterSdkFilesAreCopiedOnce) {
@@ -342,9 +333,3 @@ TEST_F(InstallTest, DriversWithoutANameAndOtherEventsAreRefused) {
 
 }  // namespace
 }  // namespace tests
-
-int main(int argc, char** argv) {
-  testing::InitGoogleTest(&argc, argv);
-  tests::StartWatchdog(45);
-  return RUN_ALL_TESTS();
-}

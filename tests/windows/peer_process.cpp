@@ -70,7 +70,7 @@ Peer::Peer(Role role, int number) {
   CloseHandle(created.hThread);
   process_ = created.hProcess;
   const HANDLE either[] = {ready_event_, process_};
-  ready_ = WaitForMultipleObjects(2, either, FALSE, kPatience) == WAIT_OBJECT_0;
+  EXPECT_EQ(WaitForMultipleObjects(2, either, FALSE, kPatience), WAIT_OBJECT_0) << "it is not in place";
 }
 
 Peer::~Peer() {
@@ -83,11 +83,12 @@ Peer::~Peer() {
   CloseHandle(ready_event_);
 }
 
-DWORD Peer::Finish() {
+void Peer::Finish() {
   Go();
-  DWORD code = kStalled;
-  if (WaitForSingleObject(process_, kPatience) == WAIT_OBJECT_0) GetExitCodeProcess(process_, &code);
-  return code;
+  DWORD code = kFault;
+  EXPECT_EQ(WaitForSingleObject(process_, kPatience), WAIT_OBJECT_0) << "it does not end";
+  GetExitCodeProcess(process_, &code);
+  EXPECT_EQ(code, 0u);
 }
 
 int PlayRole(int argc, char** argv) {

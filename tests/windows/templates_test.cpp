@@ -1,14 +1,11 @@
 // The dialog templates, strings and bitmaps of the shipped module in the language of the locale that it is run in:
 // everything is there, fits with real fonts and is reached by the keyboard. Makes windows, so it needs a display.
-#include <windows.h>
+#include "module_resources.h"
+
 #include <commctrl.h>
 #include <gtest/gtest.h>
 
-#include <cstring>
-#include <map>
 #include <set>
-#include <string>
-#include <vector>
 
 #include "resources/resource_ids.h"
 
@@ -38,51 +35,12 @@ const struct {
     {{IDC_MANAGE_HORZ_READOUT, IDC_CUSTOM_HORZ_READOUT}, L"-2.000 ", IDS_INCHES},
 };
 
-std::string Narrow(const std::wstring& text) {
-  char utf8[1024] = "";
-  WideCharToMultiByte(CP_UTF8, 0, text.c_str(), -1, utf8, sizeof utf8, nullptr, nullptr);
-  return utf8;
-}
-
-HMODULE Module() {
-  static const HMODULE module = [] {
-    wchar_t path[MAX_PATH] = L"";
-    GetModuleFileNameW(nullptr, path, MAX_PATH);
-    const std::wstring program = path;
-    return LoadLibraryW((program.substr(0, program.find_last_of(L'\\')) + L"\\..\\..\\r5-lqz-ui.dll").c_str());
-  }();
-  return module;
-}
-
 // The language that the platform chose.
 LANGID Language() {
   wchar_t code[8] = L"";
   LoadStringW(Module(), IDS_LANGUAGE, code, 8);
-  const auto found = kLanguages.find(Narrow(code));
+  const auto found = kLanguages.find(Shown(code));
   return found != kLanguages.end() ? found->second : LANG_NEUTRAL;
-}
-
-std::vector<BYTE> Resource(const wchar_t* type, int id, LANGID language) {
-  const HRSRC found = FindResourceExW(Module(), type, MAKEINTRESOURCEW(id), language);
-  if (!found) return {};
-  const auto* const bytes = static_cast<const BYTE*>(LockResource(LoadResource(Module(), found)));
-  return {bytes, bytes + SizeofResource(Module(), found)};
-}
-
-// The strings of a language that are not empty; sixteen at a time are one resource, each with its length before it.
-std::map<int, std::wstring> Strings(LANGID language) {
-  std::map<int, std::wstring> strings;
-  for (int block = 0; block < 64; ++block) {
-    const std::vector<BYTE> bytes = Resource(RT_STRING, block + 1, language);
-    std::size_t at = 0;
-    for (int id = block * 16; id < block * 16 + 16 && at + 2 <= bytes.size(); ++id) {
-      std::wstring text(static_cast<std::size_t>(bytes[at] + bytes[at + 1] * 256), L' ');
-      std::memcpy(text.data(), bytes.data() + at + 2, text.size() * 2);
-      at += 2 + text.size() * 2;
-      if (!text.empty()) strings[id] = text;
-    }
-  }
-  return strings;
 }
 
 struct Control {
@@ -101,7 +59,7 @@ struct Control {
 };
 
 std::string Name(const Control& control) {
-  return std::to_string(control.id) + " \"" + Narrow(control.text) + "\"";
+  return std::to_string(control.id) + " \"" + Shown(control.text) + "\"";
 }
 
 // The pixels that a control needs for a text in its own font, with the mark or border beside it.
@@ -116,7 +74,7 @@ SIZE Measure(const Control& control, const std::wstring& text) {
   const HGDIOBJ former = SelectObject(context, reinterpret_cast<HFONT>(SendMessageW(control.window, WM_GETFONT, 0, 0)));
   std::vector<WORD> glyphs(text.size());
   GetGlyphIndicesW(context, text.c_str(), static_cast<int>(text.size()), glyphs.data(), GGI_MARK_NONEXISTING_GLYPHS);
-  EXPECT_EQ(std::set(glyphs.begin(), glyphs.end()).count(0xFFFF), 0u) << "no font for " << Narrow(text);
+  EXPECT_EQ(std::set(glyphs.begin(), glyphs.end()).count(0xFFFF), 0u) << "no font for " << Shown(text);
   RECT rect{0, 0, control.frame.right - control.frame.left - beside.cx, 0};
   const bool wraps = control.Is(L"Button") && control.style & BS_MULTILINE;
   DrawTextW(context, text.c_str(), -1, &rect, DT_CALCRECT | (wraps ? DT_WORDBREAK : DT_SINGLELINE));
@@ -203,7 +161,7 @@ TEST(Resources, AreTheSameInEveryLanguage) {
     }
     LOGFONTW font{};
     GetObjectW(reinterpret_cast<HFONT>(SendMessageW(dialog.window, WM_GETFONT, 0, 0)), sizeof font, &font);
-    EXPECT_EQ(Narrow(font.lfFaceName), "MS Shell Dlg");
+    EXPECT_EQ(Shown(font.lfFaceName), "MS Shell Dlg");
   });
   const auto strings = Strings(Language()), english = Strings(kEnglish);
   EXPECT_EQ(strings.size(), english.size());
@@ -221,7 +179,7 @@ TEST(Resources, FitTheirControls) {
       const SIZE needed = Measure(control, text);
       const LONG width = control.frame.right - control.frame.left, height = control.frame.bottom - control.frame.top;
       EXPECT_TRUE(needed.cx <= width && needed.cy <= height)
-          << control.id << " needs " << needed.cx << " x " << needed.cy << " pixels for \"" << Narrow(text)
+          << control.id << " needs " << needed.cx << " x " << needed.cy << " pixels for \"" << Shown(text)
           << "\" and has " << width << " x " << height;
     };
     for (const Control& control : dialog.controls) {

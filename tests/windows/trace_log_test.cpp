@@ -1,5 +1,9 @@
 // The trace log in one process: its records in a real file, its size limit, and what keeps a record from being written.
-#include <filesystem>
+#include "../built_files.h"
+
+#include <psapi.h>
+
+#include <set>
 
 #include "trace_folder.h"
 
@@ -105,6 +109,29 @@ TEST_F(TraceLog, RecordGoesOnTheOldFileWhenAReaderForbidsRenaming) {
     CloseHandle(reader);
     EXPECT_EQ(ReadTexts(kLog, kSizeLimit + 1), Texts{"[Error] new"});
   }
+}
+
+std::set<HMODULE> Modules() {
+  HMODULE found[512];
+  DWORD size = 0;
+  EnumProcessModules(GetCurrentProcess(), found, sizeof found, &size);
+  return {found, found + size / sizeof(HMODULE)};
+}
+
+TEST_F(TraceLog, IsNotBegunByAModuleThatComesAndGoes) {
+  WriteBytes("c:\\temp\\r5-lqz-ui.dat", "3");
+  // What it imports may stay in the process after the first time.
+  FreeLibrary(LoadLibraryW(Built(L"r5-lqz-ui.dll").c_str()));
+  const auto modules = Modules();
+  for (int i = 0; i < 100; ++i) {
+    const HMODULE module = LoadLibraryW(Built(L"r5-lqz-ui.dll").c_str());
+    ASSERT_TRUE(module) << GetLastError();
+    ASSERT_TRUE(FreeLibrary(module));
+  }
+  EXPECT_EQ(Modules(), modules);
+  EXPECT_EQ(GetModuleHandleA("r5-lqz-ui.dll"), nullptr);
+  EXPECT_EQ(SizeOf("c:\\temp\\r5-lqz-ui.txt"), -1);
+  EXPECT_EQ(OpenMutexA(SYNCHRONIZE, FALSE, "c:/temp/r5-lqz-ui.txt"), nullptr);
 }
 
 }  // namespace
