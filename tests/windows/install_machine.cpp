@@ -1,5 +1,7 @@
 #include "install_machine.h"
 
+#include "../built_files.h"
+
 namespace tests {
 namespace {
 
@@ -7,11 +9,8 @@ constexpr char kModuleLog[] = "c:\\temp\\r5-lqz-ui.txt";
 
 }  // namespace
 
-// Beneath it a build puts this program two folders down.
 fs::path ModulePath() {
-  wchar_t path[MAX_PATH] = L"";
-  GetModuleFileNameW(nullptr, path, MAX_PATH);
-  return fs::path(path).parent_path().parent_path().parent_path() / "r5-lqz-ui.dll";
+  return Built(L"r5-lqz-ui.dll");
 }
 
 Lines InstallMachine::TakeRecords() {

@@ -223,6 +223,24 @@ TEST_F(InstallTest, RemovalFollowsNoLink) {
   fs::remove_all(others);
 }
 
+// Every user may make the Raster SDK's folders before the driver does, and lead them elsewhere.
+TEST_F(InstallTest, RemovalFollowsNoLinkToTheRasterSdk) {
+  const fs::path others = SdkFolder().parent_path().parent_path() / "others of the tests";
+  for (const fs::path& link : {SdkFolder(), SdkFolder().parent_path()}) {
+    Clear();
+    scheduled.clear();
+    const fs::path file = link == SdkFolder() ? others / kSdkFiles[0] : others / SdkFolder().filename() / kSdkFiles[0];
+    MakeFile(file);
+    fs::create_directories(link.parent_path());
+    RunOnHost("ln", " -s" + HostPath(others) + HostPath(link), link, true);
+    EXPECT_EQ(Remove(), Lines{});
+    EXPECT_TRUE(fs::exists(file));
+    EXPECT_EQ(scheduled, Lines{});
+    RunOnHost("rm", HostPath(link), link, false);
+    fs::remove_all(others);
+  }
+}
+
 TEST_F(InstallTest, WhatIsInUseOrTooDeepIsLeftForTheNextRestart) {
   EXPECT_EQ(Install(), Lines{});
   for (const auto& file : {StartMenuFolder() / "sub/busy", StartMenuFolder() / "sub/free", SdkFolder() / "others"}) {
