@@ -16,6 +16,8 @@ constexpr int kFrames = 24;
 
 std::atomic<unsigned> tests_started;
 HANDLE test_thread;
+HANDLE watcher;
+HANDLE program_ended;
 
 // As module and offset, the form that addr2line takes.
 void PrintPlace(DWORD64 address) {
@@ -60,7 +62,7 @@ LONG WINAPI OnCrash(EXCEPTION_POINTERS* exception) {
 DWORD WINAPI Watch(void*) {
   for (unsigned seen = tests_started;; seen = tests_started) {
     for (DWORD waited = 0; seen == tests_started; waited += 100) {
-      Sleep(100);
+      if (WaitForSingleObject(program_ended, 100) == WAIT_OBJECT_0) return 0;
       if (waited < kLimit) continue;
       fprintf(stderr, "stalled for %lu ms, at\n", waited);
       SuspendThread(test_thread);
@@ -77,7 +79,13 @@ class Watchdog : public testing::EmptyTestEventListener {
     const HANDLE self = GetCurrentProcess();
     DuplicateHandle(self, GetCurrentThread(), self, &test_thread, 0, FALSE, DUPLICATE_SAME_ACCESS);
     SetUnhandledExceptionFilter(OnCrash);
-    CloseHandle(CreateThread(nullptr, 0, Watch, nullptr, 0, nullptr));
+    program_ended = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    watcher = CreateThread(nullptr, 0, Watch, nullptr, 0, nullptr);
+  }
+  // No thread of ours is left for the platform to end when the program exits.
+  void OnTestProgramEnd(const testing::UnitTest&) override {
+    SetEvent(program_ended);
+    WaitForSingleObject(watcher, INFINITE);
   }
   void OnTestStart(const testing::TestInfo&) override { ++tests_started; }
 };
