@@ -53,14 +53,6 @@ void* __cdecl Reallocate(void* block, std::size_t size) {
   return *watched->blocks.insert(realloc(block, size)).first;
 }
 
-std::string ValueOf(HANDLE printer, const std::string& key, const char* name) {
-  char bytes[256] = "";
-  DWORD type = REG_NONE, size = sizeof bytes, number = 0;
-  if (GetPrinterDataExA(printer, key.c_str(), name, &type, reinterpret_cast<BYTE*>(bytes), size, &size)) return "-";
-  memcpy(&number, bytes, sizeof number);
-  return type == REG_DWORD ? std::to_string(number) : bytes;
-}
-
 BOOL CALLBACK FindDialog(HWND window, LPARAM found) {
   const bool is_dialog = GetDlgItem(window, IDC_MANAGE_ADD) || GetDlgItem(window, IDC_CUSTOM_WIDTH);
   if (is_dialog && IsWindowVisible(window)) *reinterpret_cast<HWND*>(found) = window;
@@ -156,7 +148,7 @@ DriverDevMode DialogTest::Work(const DialogKind& kind, const std::vector<Step>& 
         EXPECT_EQ(dialog.Fields(), step.fields);
       }
       if (lists && !step.apart) {
-        EXPECT_EQ(dialog.Pages(), Stored({"name"}));
+        EXPECT_EQ(dialog.Pages(), StoredNames());
       }
       EXPECT_TRUE(step.selected == -2 || dialog.Send(IDC_MANAGE_LABELS, LB_GETCURSEL) == step.selected);
     }
@@ -173,18 +165,18 @@ std::string DialogTest::Said() {
   return said;
 }
 
-std::string DialogTest::Stored(const std::vector<const char*>& values) {
-  WCHAR names[4096] = L"";
-  DWORD size = 0;
-  platform::RegistryEnumPrinterKey(Printer(), L"Label Sizes", names, sizeof names, &size);
+std::string DialogTest::Stored() {
   std::string list;
-  for (const WCHAR* name = names; *name; name += wcslen(name) + 1) {
-    const std::string number = Narrow(name, 64);
-    for (const char* value : values) {
-      list += (value == values[0] ? "" : " ") + (*value ? ValueOf(Printer(), "Label Sizes\\" + number, value) : number);
-    }
-    list += ";";
+  for (const auto& stock : platform::ReadLabelStocks(Printer())) {
+    list += stock.key.substr(stock.key.find('\\') + 1) + " " + stock.name + " " + stock.width + " " + stock.length +
+            " " + stock.vertical_offset + " " + stock.horizontal_offset + " " + std::to_string(stock.units) + ";";
   }
+  return list;
+}
+
+std::string DialogTest::StoredNames() {
+  std::string list;
+  for (const auto& stock : platform::ReadLabelStocks(Printer())) list += stock.name + ";";
   return list;
 }
 

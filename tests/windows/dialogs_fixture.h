@@ -89,9 +89,9 @@ class DialogTest : public SheetTest {
   DriverDevMode Work(const DialogKind& kind, const std::vector<Step>& steps, const DriverDevMode& in, WPARAM key);
   // The messages since the last look.
   std::string Said();
-  // The values of each label that the printer holds, "" its number.
-  static std::string Stored(const std::vector<const char*>& values = {"", "name", "width", "length", "vertOffset",
-                                                                      "horzOffset", "units"});
+  // "NUMBER NAME WIDTH LENGTH VERTICAL HORIZONTAL UNITS;" for each label that the printer holds; or "NAME;".
+  static std::string Stored();
+  static std::string StoredNames();
   void StoreSome(int count, const std::string& name = "Stock");
 };
 

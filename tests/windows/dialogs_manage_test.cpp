@@ -216,7 +216,7 @@ TEST_F(ManagePages, HoldsUpTo128Pages) {
         EXPECT_EQ(store[kEnumerate].count, 2 * count - 1) << "the first page finds no list to read";
         EXPECT_EQ(store[kWrite].count, 7 * count);
         EXPECT_EQ(store[kRead].count + store[kDelete].count + store[kProbe].count, 0);
-        EXPECT_EQ(dialog.Pages(), Stored({"name"}));
+        EXPECT_EQ(dialog.Pages(), StoredNames());
         dialog.EndBy(IDC_MANAGE_NAME, VK_ESCAPE);
       }
       forget_calls();
@@ -238,7 +238,7 @@ TEST_F(ManagePages, HoldsUpTo128Pages) {
     Delete(dialog), Delete(dialog), import3(dialog), Delete(dialog), import3(dialog);
     EXPECT_EQ(Said(), "Error: Too many pages");
     EXPECT_EQ(dialog.Send(IDC_MANAGE_LABELS, LB_GETCOUNT), kMostPages);
-    EXPECT_EQ(dialog.Pages(), Stored({"name"}));
+    EXPECT_EQ(dialog.Pages(), StoredNames());
     dialog.EndBy(IDC_MANAGE_NAME, VK_ESCAPE);
   });
 }
@@ -281,7 +281,7 @@ TEST_F(ManagePages, ImportedNamesAreMadeUnique) {
     ImportOf("{\"VERSION\":0,\"List\":[" + pages + "]}")(dialog);
     EXPECT_EQ(Said(), "Page name too long:\n" + too_long + " (Copy 1)");
     EXPECT_EQ(dialog.Pages(), before + "A (Copy 2);B;B (Copy 1);" + fits + " (Copy 1);");
-    EXPECT_EQ(dialog.Pages(), Stored({"name"}));
+    EXPECT_EQ(dialog.Pages(), StoredNames());
     EXPECT_EQ(dialog.Text(IDC_MANAGE_NAME), fits) << "the first page is chosen";
     dialog.EndBy(IDC_MANAGE_NAME, VK_ESCAPE);
   });
