@@ -31,6 +31,7 @@ LONG_PTR CALLBACK ComPropSheet(HANDLE handle, UINT function, LPARAM first, LPARA
 thread_local HWND shown_sheet = nullptr;
 thread_local const std::function<void(HWND)>* shown_work = nullptr;
 thread_local std::thread* shown_worker = nullptr;
+thread_local std::function<void()> destroy_shown;
 
 int CALLBACK SheetCallback(HWND sheet, UINT message, LPARAM) {
   if (message == PSCB_INITIALIZED) {
@@ -55,6 +56,7 @@ class Protocol {
     host_.outcome.user_data_after_open = info_.UserData;
     if (host_.outcome.opened > 0 && AskHeader()) {
       Show();
+      if (destroyed_) return host_.outcome;
       TellResult();
     } else {
       for (const HPROPSHEETPAGE page : host_.pages) DestroyPropertySheetPage(page);
@@ -95,9 +97,11 @@ class Protocol {
     std::thread worker;
     shown_work = &host_.request.work;
     shown_worker = &worker;
+    destroy_shown = [this] { destroyed_ = Ask(PROPSHEETUI_REASON_DESTROY, 0) > 0; };
     host_.outcome.shown = PropertySheetW(&sheet) >= 0 && shown_sheet;
     shown_work = nullptr;
     shown_worker = nullptr;
+    destroy_shown = nullptr;
     shown_sheet = nullptr;
     if (worker.joinable()) worker.join();
   }
@@ -110,11 +114,20 @@ class Protocol {
     Ask(PROPSHEETUI_REASON_SET_RESULT, reinterpret_cast<LPARAM>(&result));
   }
 
+  bool destroyed_ = false;
   Host host_;
   PROPSHEETUI_INFO info_{};
 };
 
 }  // namespace
+
+void EndShownSheet() {
+  DestroyWindow(shown_sheet);
+  destroy_shown();
+  // A loop looks whether its window is still there when a message has come.
+  constexpr int kMostLoops = 8;
+  for (int i = 0; i < kMostLoops; ++i) PostThreadMessageW(GetCurrentThreadId(), WM_NULL, 0, 0);
+}
 
 SheetOutcome ShowSheet(const SheetRequest& request) {
   return Protocol(request).Run();

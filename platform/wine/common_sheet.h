@@ -40,4 +40,9 @@ struct SheetOutcome {
 // goes to the driver before it is told to destroy its part.
 SheetOutcome ShowSheet(const SheetRequest& request);
 
+// What a host may do from inside a message loop of the driver's: destroys the sheet that is shown on the calling
+// thread, with every window that it owns, and has the driver destroy its part at once. ShowSheet then returns without
+// asking the driver anything more.
+void EndShownSheet();
+
 }  // namespace platform

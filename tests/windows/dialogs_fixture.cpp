@@ -38,6 +38,7 @@ BOOL WINAPI ChooseFile(LPOPENFILENAMEW request) {
   EXPECT_TRUE(IsWindow(request->hwndOwner) && request->lStructSize == sizeof *request && !*request->lpstrFile);
   EXPECT_LT(chosen_file.size(), request->nMaxFile);
   wcscpy(request->lpstrFile, chosen_file.c_str());
+  watched->while_open(request->hwndOwner);
   return !chosen_file.empty();
 }
 

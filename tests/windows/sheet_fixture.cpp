@@ -49,6 +49,7 @@ HPROPSHEETPAGE WINAPI MakePage(LPCPROPSHEETPAGEW page) {
 
 int WINAPI TakeBox(HWND owner, LPCWSTR text, LPCWSTR caption, UINT type) {
   watching->boxes.push_back({owner, NarrowText(caption) + ": " + NarrowText(text), type});
+  watching->while_open(owner);
   return IDOK;
 }
 

@@ -66,6 +66,8 @@ struct Watch {
     UINT type;
   };
   std::vector<Box> boxes;  // the text is "caption: text"
+  // What happens while a message box or a file dialog is open, on the sheet's thread.
+  std::function<void(HWND owner)> while_open = [](HWND) {};
   std::vector<std::wstring> profiles = {L"alpha.icm", L"beta.icm", L"gamma.icm"};
   Texts written;                // names of printer data
   DWORD write_answer = 0;       // instead of writing

@@ -93,9 +93,10 @@ bool Open(HWND dialog, CustomPageContext& context, LPARAM parameter) {
   return Initialize(dialog, context);
 }
 
-INT_PTR Command(HWND dialog, int control, int notification, CustomPageContext& context) {
+INT_PTR Command(HWND dialog, int control, int notification, CustomPageContext& context, const RunningOperation& self) {
   INT_PTR answer = TRUE;
-  if (RouteSizeFields(dialog, kFields, control, notification, context.units, answer)) return answer;
+  if (RouteSizeFields(dialog, kFields, control, notification, context.units, self, answer)) return answer;
+  if (self.IsNested()) return TRUE;
   switch (control) {
     case IDOK:
       OkClick(dialog, *context.record);

@@ -70,9 +70,11 @@ HWND ListOf(HWND dialog) {
   return GetDlgItem(dialog, IDC_MANAGE_LABELS);
 }
 
-// The selected entry's index, or none.
-int SelectionOf(HWND dialog) {
-  return static_cast<int>(SendMessageW(ListOf(dialog), LB_GETCURSEL, 0, 0));
+// The page that is selected in the list; none without one. The list control is anybody's to change, so its index is
+// taken for no more than it is.
+PrinterLabel* SelectedPage(HWND dialog, ManagePagesContext& context) {
+  const LRESULT index = SendMessageW(ListOf(dialog), LB_GETCURSEL, 0, 0);
+  return index >= 0 && index < context.count ? &context.labels[index] : nullptr;
 }
 
 void Select(HWND dialog, int index) {
@@ -161,9 +163,9 @@ void DisplayDefaultValues(HWND dialog, DWORD& units) {
   ShowSize(dialog, kFields, kDefaultSize, units);
 }
 
-void LabelListClick(HWND dialog, const PrinterLabel* labels, DWORD& units) {
+void LabelListClick(HWND dialog, ManagePagesContext& context) {
   const TraceScope trace("LabelListClick");
-  if (const int selected = SelectionOf(dialog); selected >= 0) DisplayValues(dialog, labels[selected], units);
+  if (const PrinterLabel* const page = SelectedPage(dialog, context)) DisplayValues(dialog, *page, context.units);
 }
 
 BOOL Initialize(HWND dialog, ManagePagesContext& context) {
@@ -203,9 +205,13 @@ bool ReadAndValidate(HWND dialog, PrinterLabel& page) {
 
 // --- The buttons -----------------------------------------------------------------------------------------------------
 
-// Puts a page at the end of the printer's list, the dialog's copy and the list control, or nowhere. The caller has made
-// sure that there is room.
+// Puts a page at the end of the printer's list, the dialog's copy and the list control, or nowhere; then the user has
+// been told, and the dialog may be gone.
 bool Append(HWND dialog, ManagePagesContext& context, PrinterLabel page) {
+  if (context.count >= kMostLabels) {
+    ShowTooManyPages(dialog);
+    return false;
+  }
   if (const ResultCode code = AddPrinterLabel(context.hPrinter, &page)) {
     ShowStoreError(dialog, IDS_ADD_FAILED, code);
     return false;
@@ -250,15 +256,15 @@ void ModifyClick(HWND dialog, ManagePagesContext& context) {
   const TraceScope trace("ModifyClick");
   PrinterLabel page;
   if (!ReadAndValidate(dialog, page)) return;
-  const int selected = SelectionOf(dialog);
-  if (selected < 0) return;
+  PrinterLabel* const current = SelectedPage(dialog, context);
+  if (!current) return;
+  const auto selected = static_cast<int>(current - context.labels);
   if (IsNameUsedElsewhere(context, selected, page.name)) return ShowMessage(dialog, IDS_NAME_USED);
-  PrinterLabel& current = context.labels[selected];
-  page.id = current.id;
-  if (const ResultCode code = Replace(context.hPrinter, current, page)) {
+  page.id = current->id;
+  if (const ResultCode code = Replace(context.hPrinter, *current, page)) {
     return ShowStoreError(dialog, IDS_MODIFY_FAILED, code);
   }
-  current = page;
+  *current = page;
   ReplaceName(dialog, selected, page.name);
   Select(dialog, selected);
   AdjustLabelListExtent(dialog, context.labels, context.count);
@@ -266,12 +272,12 @@ void ModifyClick(HWND dialog, ManagePagesContext& context) {
 
 void DeleteClick(HWND dialog, ManagePagesContext& context) {
   const TraceScope trace("DeleteClick");
-  const int selected = SelectionOf(dialog);
-  if (selected < 0) return;
-  if (const ResultCode code = DeletePrinterLabel(context.hPrinter, &context.labels[selected])) {
+  PrinterLabel* const deleted = SelectedPage(dialog, context);
+  if (!deleted) return;
+  const auto selected = static_cast<int>(deleted - context.labels);
+  if (const ResultCode code = DeletePrinterLabel(context.hPrinter, deleted)) {
     return ShowStoreError(dialog, IDS_DELETE_FAILED, code);
   }
-  PrinterLabel* const deleted = context.labels + selected;
   std::copy(deleted + 1, context.labels + context.count, deleted);
   --context.count;
   SendMessageW(ListOf(dialog), LB_DELETESTRING, static_cast<WPARAM>(selected), 0);
@@ -309,24 +315,28 @@ bool GiveFreeName(HWND dialog, const ManagePagesContext& context, PrinterLabel& 
   return true;
 }
 
-// A page that the printer's data refuses is reported as Add reports it, and left out.
-void AppendImported(HWND dialog, ManagePagesContext& context, std::span<PrinterLabel> pages) {
+// A page that the printer's data refuses is reported as Add reports it, and left out. The rest of the list is left out
+// when the dialog goes during such a report.
+void AppendImported(HWND dialog, ManagePagesContext& context, std::span<PrinterLabel> pages,
+                    const RunningOperation& self) {
   for (PrinterLabel& page : pages) {
     if (GiveFreeName(dialog, context, page)) Append(dialog, context, page);
+    if (self.IsWindowGone()) return;
   }
 }
 
-void ImportClick(HWND dialog, ManagePagesContext& context) {
+void ImportClick(HWND dialog, ManagePagesContext& context, const RunningOperation& self) {
   const TraceScope trace("ImportClick");
   PathText path{};
   OPENFILENAMEW request = InitFileDlg(dialog, path, OFN_FILEMUSTEXIST);
-  if (!GetOpenFileNameW(&request)) return;
+  if (!GetOpenFileNameW(&request) || self.IsWindowGone()) return;
   PrinterLabel pages[kMostLabels]{};
   const int read = ImportPrinterLabels(pages, kMostLabels, path.data());
   if (read + context.count > kMostLabels) return ShowTooManyPages(dialog);
   // Drawn once, not at each page.
   SendMessageW(ListOf(dialog), WM_SETREDRAW, FALSE, 0);
-  AppendImported(dialog, context, std::span(pages).first(static_cast<std::size_t>(read)));
+  AppendImported(dialog, context, std::span(pages).first(static_cast<std::size_t>(read)), self);
+  if (self.IsWindowGone()) return;
   SendMessageW(ListOf(dialog), WM_SETREDRAW, TRUE, 0);
   InvalidateRect(ListOf(dialog), nullptr, TRUE);
   AdjustLabelListExtent(dialog, context.labels, context.count);
@@ -334,11 +344,12 @@ void ImportClick(HWND dialog, ManagePagesContext& context) {
   if (context.count > 0) DisplayValues(dialog, context.labels[0], context.units);
 }
 
-void ExportClick(HWND dialog, const ManagePagesContext& context) {
+void ExportClick(HWND dialog, const ManagePagesContext& context, const RunningOperation& self) {
   const TraceScope trace("ExportClick");
   PathText path{};
   OPENFILENAMEW request = InitFileDlg(dialog, path, OFN_OVERWRITEPROMPT);
-  if (GetSaveFileNameW(&request)) ExportPrinterLabels(context.labels, context.count, path.data());
+  if (!GetSaveFileNameW(&request) || self.IsWindowGone()) return;
+  ExportPrinterLabels(context.labels, context.count, path.data());
 }
 
 void CloseClick(HWND dialog) {
@@ -354,16 +365,19 @@ bool Open(HWND dialog, ManagePagesContext& context, LPARAM parameter) {
   return Initialize(dialog, context);
 }
 
-INT_PTR Command(HWND dialog, int control, int notification, ManagePagesContext& context) {
+INT_PTR Command(HWND dialog, int control, int notification, ManagePagesContext& context, const RunningOperation& self) {
   INT_PTR answer = TRUE;
-  if (RouteSizeFields(dialog, kFields, control, notification, context.units, answer)) return answer;
+  if (RouteSizeFields(dialog, kFields, control, notification, context.units, self, answer)) return answer;
+  if (control == IDC_MANAGE_LABELS) {
+    // Also while a button's operation waits for the user: it only shows a page.
+    LabelListClick(dialog, context);
+    return TRUE;
+  }
+  if (self.IsNested()) return TRUE;
   switch (control) {
     case IDOK:
     case IDCANCEL:
       CloseClick(dialog);
-      return TRUE;
-    case IDC_MANAGE_LABELS:
-      LabelListClick(dialog, context.labels, context.units);
       return TRUE;
     case IDC_MANAGE_ADD:
       AddClick(dialog, context);
@@ -375,10 +389,10 @@ INT_PTR Command(HWND dialog, int control, int notification, ManagePagesContext& 
       DeleteClick(dialog, context);
       return TRUE;
     case IDC_MANAGE_IMPORT:
-      ImportClick(dialog, context);
+      ImportClick(dialog, context, self);
       return TRUE;
     case IDC_MANAGE_EXPORT:
-      ExportClick(dialog, context);
+      ExportClick(dialog, context, self);
       return TRUE;
     default:
       return TRUE;

@@ -74,11 +74,11 @@ void UpdateHorzOffset(HWND dialog, const SizeFields& fields) {
 }
 
 // The buttons end up showing the current units whatever happens.
-void UnitsClick(HWND dialog, const SizeFields& fields, DWORD new_units, DWORD& units) {
+void UnitsClick(HWND dialog, const SizeFields& fields, DWORD new_units, DWORD& units, const RunningOperation& self) {
   const TraceScope trace("UnitsClick");
   PrinterLabel label{};
-  if (new_units == units || !ReadWidthAndLength(dialog, fields, units, label)) {
-    CheckUnits(dialog, fields, units);
+  if (new_units == units || self.IsNested() || !ReadWidthAndLength(dialog, fields, units, label)) {
+    if (!self.IsWindowGone()) CheckUnits(dialog, fields, units);
     return;
   }
   SetRangeText(dialog, fields, new_units);
@@ -121,10 +121,10 @@ bool ReadSize(HWND dialog, const SizeFields& fields, PrinterLabel& label) {
 }
 
 bool RouteSizeFields(HWND dialog, const SizeFields& fields, int control, int notification, DWORD& units,
-                     INT_PTR& answer) {
+                     const RunningOperation& self, INT_PTR& answer) {
   answer = TRUE;
   if (control == fields.inches || control == fields.millimetres) {
-    UnitsClick(dialog, fields, control == fields.inches ? kInches : kMillimetres, units);
+    UnitsClick(dialog, fields, control == fields.inches ? kInches : kMillimetres, units, self);
     return true;
   }
   if (control != fields.vertical && control != fields.horizontal) return false;

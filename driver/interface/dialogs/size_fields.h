@@ -5,6 +5,7 @@
 #include <windows.h>
 
 #include "labels/printer_label.h"
+#include "pages/running_operation.h"
 
 namespace r5lqz {
 
@@ -39,13 +40,14 @@ void InitSizeFields(HWND dialog, const SizeFields& fields);
 // Shows a page; `units`, the dialog's current ones, become the page's.
 void ShowSize(HWND dialog, const SizeFields& fields, const SizeTexts& texts, DWORD& units);
 
-// Reads and checks the group into the sizes, offsets and units of `label`. False: the user has been told what is wrong.
+// Reads and checks the group into the sizes, offsets and units of `label`. False: the user has been told what is wrong,
+// and the dialog may be gone.
 bool ReadSize(HWND dialog, const SizeFields& fields, PrinterLabel& label);
 
 // Acts on a notification of one of the group's controls: converts the sizes when a unit button is clicked, refreshes a
 // readout when its offset changes. True: the control is one of these, and `answer` is what the dialog procedure
-// returns.
+// returns. `self` is the operation that the notification runs as.
 bool RouteSizeFields(HWND dialog, const SizeFields& fields, int control, int notification, DWORD& units,
-                     INT_PTR& answer);
+                     const RunningOperation& self, INT_PTR& answer);
 
 }  // namespace r5lqz

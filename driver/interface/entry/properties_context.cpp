@@ -36,7 +36,13 @@ void BuildWorkingRecord(PropertiesContext& context, const PRINTER_INFO_2W& info,
 }  // namespace
 
 void DestroyContext(PropertiesContext* context) {
-  if (context) OwnedHeap(context->heap).reset();
+  if (!context) return;
+  context->is_closed = true;
+  ReleaseContext(*context);
+}
+
+void ReleaseContext(PropertiesContext& context) {
+  if (context.is_closed && context.tab_windows == 0 && !context.running) OwnedHeap(context.heap).reset();
 }
 
 OwnedContext FillUiData(HANDLE printer, const DEVMODEW* in) {

@@ -8,6 +8,8 @@
 
 namespace r5lqz {
 
+class RunningOperation;
+
 // Lives in a private heap of its own, with everything that belongs to it; the tabs borrow it and never free it.
 struct PropertiesContext {
   HANDLE printer;                   // the caller's
@@ -20,10 +22,18 @@ struct PropertiesContext {
   DWORD fMode;                      // the caller's DM_ flags
   DWORD automatic_color;            // the Appearance tab's current choice; starts as the record's colorAdjust
   void* label_table;                // the Page tab's labels, from this heap; none before the tab is shown
+  DWORD tab_windows;                // tabs that are there and know this context
+  RunningOperation* running;        // the innermost operation of a tab that is running
+  bool is_closed;                   // the sheet has ended, and what it lent may not be used any more
 };
 
-// Destroys the context's heap, and with it the context. None is fine.
+// Ends the context (none is fine): nothing that it borrowed is used from here on. Its heap, and the context in it, is
+// destroyed at once, or, when tabs are still there or an operation of theirs still waits for a box, with the last of
+// them.
 void DestroyContext(PropertiesContext* context);
+
+// To be called when a tab or an operation is through: destroys a context that has ended and has no users left.
+void ReleaseContext(PropertiesContext& context);
 
 struct ContextDestroyer {
   void operator()(PropertiesContext* context) const { DestroyContext(context); }

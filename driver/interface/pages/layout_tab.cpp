@@ -67,10 +67,17 @@ void ReInitPage(HWND dialog, PropertiesContext& /*context*/) {
   AnswerNotification(dialog, PSNRET_NOERROR);
 }
 
+// Takes the copy count over; false, with the user told, when it is none. While the user is being told something
+// already, that is still the answer to whoever asks.
+bool TakeCopies(HWND dialog, PropertiesContext& context) {
+  return !IsNestedOperation(context) && GetNumberCopies(dialog, context.working);
+}
+
 // Whether the tab may be left.
 void ValidatePage(HWND dialog, PropertiesContext& context) {
   const TraceScope trace("ValidatePage");
-  AnswerNotification(dialog, GetNumberCopies(dialog, context.working) ? FALSE : PSNRET_INVALID_NOCHANGEPAGE);
+  const LONG answer = TakeCopies(dialog, context) ? FALSE : PSNRET_INVALID_NOCHANGEPAGE;
+  if (!IsTabGone(context)) AnswerNotification(dialog, answer);
 }
 
 void OkClick(HWND dialog, PropertiesContext& context) {
@@ -80,9 +87,9 @@ void OkClick(HWND dialog, PropertiesContext& context) {
   for (const auto& flag : kFlags) {
     context.working.dm_private.*flag.field = IsDlgButtonChecked(dialog, flag.control) == BST_CHECKED;
   }
-  if (GetNumberCopies(dialog, context.working)) {
+  if (TakeCopies(dialog, context)) {
     FinishApply(dialog, context);
-  } else {
+  } else if (!IsTabGone(context)) {
     AnswerNotification(dialog, PSNRET_INVALID_NOCHANGEPAGE);
   }
 }

@@ -198,6 +198,7 @@ void LabelListClick(HWND dialog, PropertiesContext& context) {
 void ManageLabelsClick(HWND dialog, PropertiesContext& context) {
   const TraceScope trace("ManageLabelsClick");
   ManagePages(dialog, context.printer);
+  if (IsTabGone(context)) return;
   LoadLabelList(dialog, context);
   ShowSelection(dialog, context);
 }
@@ -205,6 +206,7 @@ void ManageLabelsClick(HWND dialog, PropertiesContext& context) {
 void EditCustomClick(HWND dialog, PropertiesContext& context) {
   const TraceScope trace("EditCustomClick");
   EditCustomPage(dialog, context.printer, context.working);
+  if (IsTabGone(context)) return;
   ShowSelection(dialog, context);
 }
 
@@ -223,6 +225,12 @@ void Command(HWND dialog, int control, PropertiesContext& context) {
   switch (control) {
     case IDC_PAGE_LABELS:
       return LabelListClick(dialog, context);
+    default:
+      break;
+  }
+  // Not one dialog above another, whoever sends the command.
+  if (IsNestedOperation(context)) return;
+  switch (control) {
     case IDC_PAGE_MANAGE:
       return ManageLabelsClick(dialog, context);
     case IDC_PAGE_EDIT_CUSTOM:

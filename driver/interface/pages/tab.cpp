@@ -1,6 +1,9 @@
 #include "pages/tab.h"
 
+#include <memory>
+
 #include "pages/help.h"
+#include "pages/running_operation.h"
 #include "settings/conversion.h"
 
 namespace r5lqz {
@@ -13,14 +16,32 @@ void ReportResult(const PropertiesContext& context, LPARAM result) {
   if (context.pfnComPropSheet) context.pfnComPropSheet(context.hComPropSheet, CPSFUNC_SET_RESULT, 0, result);
 }
 
-PropertiesContext& KeepContext(HWND dialog, LPARAM page) {
-  const LPARAM context = reinterpret_cast<const PROPSHEETPAGEW*>(page)->lParam;
-  SetWindowLongPtrW(dialog, GWLP_USERDATA, context);
-  return *reinterpret_cast<PropertiesContext*>(context);
-}
-
 PropertiesContext* ContextOf(HWND dialog) {
   return reinterpret_cast<PropertiesContext*>(GetWindowLongPtrW(dialog, GWLP_USERDATA));
+}
+
+struct ContextReleaser {
+  void operator()(PropertiesContext* context) const { ReleaseContext(*context); }
+};
+
+// A tab's operation, which keeps the context alive while it runs.
+class TabOperation {
+ public:
+  TabOperation(HWND dialog, PropertiesContext& context) : context_(&context), operation_(context.running, dialog) {}
+
+ private:
+  // In this order: the operation has ended when the context is released.
+  std::unique_ptr<PropertiesContext, ContextReleaser> context_;
+  RunningOperation operation_;
+};
+
+void Open(const TabOperations& tab, HWND dialog, LPARAM page) {
+  const LPARAM kept = reinterpret_cast<const PROPSHEETPAGEW*>(page)->lParam;
+  SetWindowLongPtrW(dialog, GWLP_USERDATA, kept);
+  auto& context = *reinterpret_cast<PropertiesContext*>(kept);
+  ++context.tab_windows;
+  const TabOperation operation(dialog, context);
+  tab.initialize(dialog, context);
 }
 
 // Not every version of the platform's picture controls frees the bitmaps that it loaded for them.
@@ -50,6 +71,7 @@ TabOperations::Operation OperationFor(const TabOperations& tab, UINT code) {
 }
 
 void Notify(const TabOperations& tab, HWND dialog, UINT code, PropertiesContext& context) {
+  const TabOperation running(dialog, context);
   if (code == static_cast<UINT>(PSN_HELP)) {
     if (tab.help_topic) HelpClick(dialog, context.printer, tab.help_topic);
   } else if (const auto operation = OperationFor(tab, code)) {
@@ -57,27 +79,50 @@ void Notify(const TabOperations& tab, HWND dialog, UINT code, PropertiesContext&
   }
 }
 
+void Command(const TabOperations& tab, HWND dialog, int control, PropertiesContext& context) {
+  const TabOperation running(dialog, context);
+  tab.command(dialog, control, context);
+}
+
+void Close(HWND dialog, PropertiesContext& context) {
+  SetWindowLongPtrW(dialog, GWLP_USERDATA, 0);
+  RunningOperation::WindowIsGone(context.running, dialog);
+  --context.tab_windows;
+  ReleaseContext(context);
+}
+
 }  // namespace
 
 INT_PTR RouteTab(const TabOperations& tab, HWND dialog, UINT message, WPARAM w_param, LPARAM l_param) {
   PropertiesContext* const context = ContextOf(dialog);
+  const bool works = context && !context->is_closed;
   switch (message) {
     case WM_INITDIALOG:
-      tab.initialize(dialog, KeepContext(dialog, l_param));
+      // A second one is not the system's.
+      if (!context) Open(tab, dialog, l_param);
       return TRUE;
     case WM_NOTIFY:
-      if (context) Notify(tab, dialog, reinterpret_cast<const NMHDR*>(l_param)->code, *context);
+      if (works) Notify(tab, dialog, reinterpret_cast<const NMHDR*>(l_param)->code, *context);
       return TRUE;
     case WM_COMMAND:
-      if (context && tab.command) tab.command(dialog, LOWORD(w_param), *context);
+      if (works && tab.command) Command(tab, dialog, LOWORD(w_param), *context);
       return tab.takes_commands;
     case WM_DESTROY:
       if (tab.destroy) tab.destroy(dialog);
       ReleasePictures(dialog);
+      if (context) Close(dialog, *context);
       return FALSE;
     default:
       return FALSE;
   }
+}
+
+bool IsTabGone(const PropertiesContext& context) {
+  return context.is_closed || (context.running && context.running->IsWindowGone());
+}
+
+bool IsNestedOperation(const PropertiesContext& context) {
+  return context.running && context.running->IsNested();
 }
 
 void AnswerNotification(HWND dialog, LONG answer) {
@@ -93,12 +138,12 @@ void CopyToOutput(const PropertiesContext& context) {
 void FinishApply(HWND dialog, const PropertiesContext& context) {
   CopyToOutput(context);
   ReportResult(context, CPSUI_OK);
-  AnswerNotification(dialog, PSNRET_NOERROR);
+  if (!IsTabGone(context)) AnswerNotification(dialog, PSNRET_NOERROR);
 }
 
 void FinishReset(HWND dialog, const PropertiesContext& context) {
   ReportResult(context, kResetResult);
-  AnswerNotification(dialog, PSNRET_NOERROR);
+  if (!IsTabGone(context)) AnswerNotification(dialog, PSNRET_NOERROR);
 }
 
 }  // namespace r5lqz

@@ -28,6 +28,13 @@ struct TabOperations {
 // user data; before WM_INITDIALOG there is none and nothing is done.
 INT_PTR RouteTab(const TabOperations& tab, HWND dialog, UINT message, WPARAM w_param, LPARAM l_param);
 
+// Whether the tab whose operation runs innermost, or the sheet that it belongs to, is gone: to be asked behind every
+// call that lets messages through. The context is still there then, but nothing may be shown or handed over.
+bool IsTabGone(const PropertiesContext& context);
+
+// Whether that operation came while another one of the sheet's tabs waits for a box or a dialog.
+bool IsNestedOperation(const PropertiesContext& context);
+
 // Answers a notification: PSNRET_NOERROR or one of its kin.
 void AnswerNotification(HWND dialog, LONG answer);
 
