@@ -19,9 +19,10 @@ TEST_F(CustomPage, WritesWhatIsTypedOrNothing) {
     DWORD stored_units;
     LONG vertical;
     WPARAM key = VK_RETURN;
+    LONG horizontal = 0;
   } kRows[] = {
       {1, {{{}, Inches, "", kDefault}}, 1048, 1270, "4.125", "5.000", 1, 0},
-      {1, {{{nullptr, "0.04", "35.5", "", "+1"}}}, 10, 9017, "0.04", "35.5", 1, 0},
+      {1, {{{nullptr, "0.04", "35.5", "", "+1"}}}, 10, 9017, "0.04", "35.5", 1, 0, VK_RETURN, 1},
       {1,
        {{{nullptr, nullptr, nullptr, "5"}, Mm, "", "104.775 127.000 5 0 | mm 0.106 mm, 0.000 mm, 1.000 - 297.000"}},
        1048,
@@ -66,6 +67,18 @@ TEST_F(CustomPage, WritesWhatIsTypedOrNothing) {
        1,
        0,
        VK_ESCAPE},
+      {1,
+       {{{}, {}, "", "4.125 5.000 -12 -2399 | in -0.010 in, -1.999 in, 0.040 - 11.692"},
+        {{}, Press(IDC_CUSTOM_HORZ, VK_DOWN, 3), "", "4.125 5.000 -12 -2400 | in -0.010 in, -2.000 in, 0.040 - 11.692"},
+        {{}, Press(IDC_CUSTOM_HORZ, VK_UP)}},
+       1048,
+       1270,
+       "4.125",
+       "5.000",
+       1,
+       -12,
+       VK_RETURN,
+       -2399},
   };
   for (const auto& row : kRows) {
     SCOPED_TRACE(&row - kRows);
@@ -74,6 +87,7 @@ TEST_F(CustomPage, WritesWhatIsTypedOrNothing) {
     strcpy(in.dm_private.width_string, row.units == 1 ? "4.125" : "1048");
     strcpy(in.dm_private.length_string, row.units == 1 ? "5.000" : "1270");
     strcpy(in.dm_private.labelName, "Other");
+    if (row.horizontal) in.dm_private.vertOffset = -12, in.dm_private.horzOffset = row.horizontal;
     const DriverDevMode out = Work(kCustom, row.steps, in, row.key);
     const auto& own = out.dm_private;
     EXPECT_STREQ(own.labelName, row.key == VK_RETURN ? "Custom" : "Other");
@@ -84,7 +98,7 @@ TEST_F(CustomPage, WritesWhatIsTypedOrNothing) {
     EXPECT_STREQ(own.width_string, row.width);
     EXPECT_STREQ(own.length_string, row.length);
     EXPECT_EQ(own.units, row.stored_units);
-    EXPECT_EQ(own.vertOffset, row.vertical);
+    EXPECT_TRUE(own.vertOffset == row.vertical && own.horzOffset == row.horizontal);
     EXPECT_EQ(out.dm_public.dmFields, settled.dm_public.dmFields);
   }
 }

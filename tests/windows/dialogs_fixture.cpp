@@ -109,6 +109,22 @@ std::string DialogUser::Pages() const {
   return pages;
 }
 
+LONG DialogUser::WidestName() const {
+  const HWND list = GetDlgItem(Tab(), IDC_MANAGE_LABELS);
+  const HDC device = GetDC(list);
+  const HGDIOBJ before = SelectObject(device, reinterpret_cast<HGDIOBJ>(Send(IDC_MANAGE_LABELS, WM_GETFONT)));
+  LONG widest = 0;
+  std::istringstream names(Pages());
+  for (std::string name; std::getline(names, name, ';');) {
+    SIZE size{};
+    GetTextExtentPoint32A(device, name.data(), static_cast<int>(name.size()), &size);
+    widest = std::max(widest, size.cx);
+  }
+  SelectObject(device, before);
+  ReleaseDC(list, device);
+  return widest;
+}
+
 void DialogTest::SetUp() {
   SheetTest::SetUp();
   if (!watch) return;
@@ -150,7 +166,10 @@ DriverDevMode DialogTest::Work(const DialogKind& kind, const std::vector<Step>& 
       }
       if (lists && !step.apart) {
         EXPECT_EQ(dialog.Pages(), StoredNames());
+        EXPECT_EQ(dialog.Send(IDC_MANAGE_LABELS, LB_GETHORIZONTALEXTENT), dialog.WidestName() + 3);
       }
+      const bool in_inches = dialog.Text(kind.shown[2]).ends_with(" 11.692");
+      EXPECT_TRUE(!in_inches || dialog.Text(kind.length_range) == "1.000 - 35.500");
       EXPECT_TRUE(step.selected == -2 || dialog.Send(IDC_MANAGE_LABELS, LB_GETCURSEL) == step.selected);
     }
     dialog.EndBy(kind.edits[1], key);

@@ -12,18 +12,21 @@ struct DialogKind {
   int edits[5];
   int inches, mm;
   int shown[3];
+  int length_range;
 };
 inline constexpr DialogKind kManage{
     IDC_PAGE_MANAGE,
     {IDC_MANAGE_NAME, IDC_MANAGE_WIDTH, IDC_MANAGE_LENGTH, IDC_MANAGE_VERT, IDC_MANAGE_HORZ},
     IDC_MANAGE_INCHES,
     IDC_MANAGE_MM,
-    {IDC_MANAGE_VERT_READOUT, IDC_MANAGE_HORZ_READOUT, IDC_MANAGE_WIDTH_RANGE}};
+    {IDC_MANAGE_VERT_READOUT, IDC_MANAGE_HORZ_READOUT, IDC_MANAGE_WIDTH_RANGE},
+    IDC_MANAGE_LENGTH_RANGE};
 inline constexpr DialogKind kCustom{IDC_PAGE_EDIT_CUSTOM,
                                     {0, IDC_CUSTOM_WIDTH, IDC_CUSTOM_LENGTH, IDC_CUSTOM_VERT, IDC_CUSTOM_HORZ},
                                     IDC_CUSTOM_INCHES,
                                     IDC_CUSTOM_MM,
-                                    {IDC_CUSTOM_VERT_READOUT, IDC_CUSTOM_HORZ_READOUT, IDC_CUSTOM_WIDTH_RANGE}};
+                                    {IDC_CUSTOM_VERT_READOUT, IDC_CUSTOM_HORZ_READOUT, IDC_CUSTOM_WIDTH_RANGE},
+                                    IDC_CUSTOM_LENGTH_RANGE};
 
 class DialogUser : public SheetUser {
  public:
@@ -36,8 +39,10 @@ class DialogUser : public SheetUser {
   void EndBy(int id, WPARAM key) const;
   // "NAME WIDTH LENGTH VERTICAL HORIZONTAL | UNIT VERTICAL, HORIZONTAL, WIDTH'S RANGE"
   std::string Fields() const;
-  // "NAME;" for each entry, then the selected one's index.
+  // "NAME;" for each entry.
   std::string Pages() const;
+  // Pixels, in the list's font.
+  LONG WidestName() const;
 
   const DialogKind& kind;
 };

@@ -56,9 +56,9 @@ TEST_F(ManagePages, EmptyListsAndOtherUnits) {
 TEST_F(ManagePages, AddsModifiesAndDeletes) {
   const std::string longest(63, 'n'), too_long = longest + "nn", long_stored = "258 " + longest + " 10 30 0 0 0;";
   const std::string a = "258 A 4.125 5.000 0 0 1;", b = a + "259 B b 0.04 35.5 -2400 2400 1;";
-  const std::string m = "259 M 297 901.7 1 +3 0;", am = a + m, amc = am + "260 C 4.125 5.000 0 0 1;";
+  const std::string m = "259 M 297 901.7 1 +3 0;", c = "260 C 4.125 5.000 0 0 1;", am = a + m, amc = am + c, ac = a + c;
   constexpr char kZeroMm[] = " | mm 0.000 mm, 0.000 mm, 1.000 - 297.000";
-  constexpr char kFieldsOfM[] = "M 297 901.7 1 +3 | mm 0.021 mm, 0.064 mm, 1.000 - 297.000";
+  constexpr char kFieldsOfC[] = "C 4.125 5.000 0 0 | in 0.000 in, 0.000 in, 0.040 - 11.692";
   Work(kManage,
        {{{" \t "}, Add, "You must enter a name."},
         {{"  A "}, Add, "", nullptr, a.c_str(), 0},
@@ -76,11 +76,15 @@ TEST_F(ManagePages, AddsModifiesAndDeletes) {
         {{"M", "297", "901.7", nullptr, "+3"}, Modify, "", nullptr, am.c_str()},
         {{}, Choose(0)},
         {{"C"}, Add, "", nullptr, amc.c_str(), 2},
-        // The last goes, then the first two: a neighbour takes the place of each, its fields with it.
-        {{}, Delete, "", kFieldsOfM, am.c_str(), 1},
         {{}, Choose(0)},
-        {{}, Delete, "", kFieldsOfM, m.c_str(), 0},
-        {{}, Delete, "", kFieldsOfM, "", -1},
+        {{"m"}, Modify, "Name already used."},
+        // The middle one goes, then the last, then the only one: a neighbour takes the place of each, with its fields.
+        {{}, Choose(1)},
+        {{}, Delete, "", kFieldsOfC, ac.c_str(), 1},
+        {{}, Choose(0)},
+        {{}, Delete, "", kFieldsOfC, c.c_str(), 0},
+        {{}, Delete, "", kFieldsOfC, "", -1},
+        {{}, Mm},
         // The fields take no more than can be stored; names are of the system's code page.
         {{too_long.c_str(), "10", "30", "0", "0"}, Add, "", nullptr, long_stored.c_str()},
         {{nullptr, "123.45678"}, {}, "", (longest + " 123.456 30 0 0" + kZeroMm).c_str()},
@@ -127,7 +131,12 @@ TEST_F(ManagePages, ADecimalCommaIsShownAndTypedButNotStored) {
                  {{}, Export},
                  {{}, Delete, "", nullptr, "258 A 4.125 5.000 0 0 1;"},
                  {{}, Delete, "", nullptr, ""},
-                 {{}, Import, "", nullptr, "258 A 4.125 5.000 0 0 1;259 B 60.5 127.000 0 0 0;"}});
+                 {{}, Import, "", nullptr, "258 A 4.125 5.000 0 0 1;259 B 60.5 127.000 0 0 0;"},
+                 {{},
+                  ImportOf(ListOf(1)),
+                  "",
+                  nullptr,
+                  "258 A 4.125 5.000 0 0 1;259 B 60.5 127.000 0 0 0;260 F0 4.13 5.00 0 0 1;"}});
   setlocale(LC_ALL, "C");
 }
 
@@ -263,6 +272,8 @@ TEST_F(ManagePages, AListOfLongNamesScrollsAndLeavesNothing) {
   EXPECT_LT(GdiObjects(), settled_gdi + 5) << "what a dialog leaves behind comes twenty times";
 }
 
+std::string redraws;
+
 TEST_F(ManagePages, ImportedNamesAreMadeUnique) {
   const std::string fits(54, 'f'), too_long(55, 't');
   int id = 258;
@@ -278,11 +289,18 @@ TEST_F(ManagePages, ImportedNamesAreMadeUnique) {
     DialogUser dialog(sheet, kManage);
     Choose(2)(dialog);
     const std::string before = dialog.Pages();
+    redraws.clear();
+    watch->Replace(
+        "user32.dll", "SendMessageW", +[](HWND window, UINT message, WPARAM first, LPARAM second) {
+          if (message == WM_SETREDRAW) redraws += first ? "on " : "off ";
+          return SendMessageW(window, message, first, second);
+        });
     ImportOf("{\"VERSION\":0,\"List\":[" + pages + "]}")(dialog);
     EXPECT_EQ(Said(), "Page name too long:\n" + too_long + " (Copy 1)");
     EXPECT_EQ(dialog.Pages(), before + "A (Copy 2);B;B (Copy 1);" + fits + " (Copy 1);");
     EXPECT_EQ(dialog.Pages(), StoredNames());
     EXPECT_EQ(dialog.Text(IDC_MANAGE_NAME), fits) << "the first page is chosen";
+    EXPECT_EQ(redraws, "off on ") << "the list is drawn once, and again afterwards";
     dialog.EndBy(IDC_MANAGE_NAME, VK_ESCAPE);
   });
 }

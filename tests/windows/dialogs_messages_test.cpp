@@ -12,7 +12,26 @@
 namespace tests {
 namespace {
 
+// A change of a window that is gone might reach another one.
+void ExpectAlive(HWND window) {
+  EXPECT_TRUE(IsWindow(window));
+}
+
 struct Messages : DialogTest {
+  void SetUp() override {
+    DialogTest::SetUp();
+    if (!watch) return;
+    watch->Replace(
+        "user32.dll", "SetDlgItemTextW",
+        +[](HWND window, int id, LPCWSTR text) { return ExpectAlive(window), SetDlgItemTextW(window, id, text); });
+    watch->Replace(
+        "user32.dll", "CheckDlgButton",
+        +[](HWND window, int id, UINT state) { return ExpectAlive(window), CheckDlgButton(window, id, state); });
+    watch->Replace(
+        "user32.dll", "SetWindowLongPtrW", +[](HWND window, int index, LONG_PTR value) {
+          return ExpectAlive(window), SetWindowLongPtrW(window, index, value);
+        });
+  }
   // What a test did with the printer's data so far.
   static int StoreUses() {
     int count = 0;
@@ -97,37 +116,76 @@ TEST_F(Messages, SheetMayEndWhileTheUserIsAsked) {
   watch->while_open = [](HWND) {};
 }
 
-// Whatever is clicked while a command of a dialog waits: it is not done, and opens nothing above what is open.
+// Whatever is clicked while a command of a window waits: it is not done, and opens nothing above what is open.
 TEST_F(Messages, CommandsDuringABoxAreRefused) {
   StoreSome(124);
   Store({900, kLongName.c_str(), "4.125", "5.000", "0", "0", 1});
   PutFile(kUnwelcome);
+  int deepest = 0, depth = 0;
+  const auto refuses = [&](const std::function<void()>& meddle) {
+    deepest = depth = 0;
+    watch->while_open = [&, meddle](HWND) {
+      deepest = std::max(deepest, ++depth);
+      if (depth < 3) meddle();
+      --depth;
+    };
+  };
   Edit(Defaults(), [&](SheetUser& sheet) {
     ASSERT_TRUE(sheet.Open("Page"));
     const HWND tab = sheet.Tab();
     DialogUser dialog(sheet, kManage);
-    int deepest = 0, depth = 0;
-    watch->while_open = [&](HWND) {
-      deepest = std::max(deepest, ++depth);
-      SetDlgItemTextA(dialog.Tab(), IDC_MANAGE_NAME, ("New " + std::to_string(depth)).c_str());
-      for (const int control : {IDC_MANAGE_ADD, IDC_MANAGE_ADD, IDC_MANAGE_MODIFY, IDC_MANAGE_DELETE, IDC_MANAGE_IMPORT,
-                                IDC_MANAGE_EXPORT, IDCANCEL}) {
-        if (depth < 3) Command(dialog.Tab(), control);
+    refuses([&] {
+      SetDlgItemTextA(dialog.Tab(), IDC_MANAGE_NAME, "New");
+      for (const int control :
+           {IDC_MANAGE_ADD, IDC_MANAGE_MODIFY, IDC_MANAGE_DELETE, IDC_MANAGE_IMPORT, IDC_MANAGE_EXPORT, IDCANCEL}) {
+        Command(dialog.Tab(), control);
+      }
+      for (const char* const name : {"New 1", "New 2"}) {
+        SetDlgItemTextA(dialog.Tab(), IDC_MANAGE_NAME, name);
+        Command(dialog.Tab(), IDC_MANAGE_ADD);
       }
       Click(IDC_MANAGE_MM)(dialog);
+      EXPECT_TRUE(dialog.Checked(IDC_MANAGE_INCHES) && !dialog.Checked(IDC_MANAGE_MM)) << "no switch, no button";
       for (const int control : {IDC_PAGE_MANAGE, IDC_PAGE_EDIT_CUSTOM}) Command(tab, control);
-      --depth;
-    };
+    });
     Click(IDC_MANAGE_IMPORT)(dialog);
     EXPECT_EQ(deepest, 1);
     EXPECT_TRUE(dialog.IsOpen());
-    EXPECT_TRUE(dialog.Checked(IDC_MANAGE_INCHES) && !dialog.Checked(IDC_MANAGE_MM)) << "no switch, no button";
     EXPECT_EQ(dialog.Send(IDC_MANAGE_LABELS, LB_GETCOUNT), 126);
     EXPECT_EQ(dialog.Pages(), StoredNames());
-    watch->while_open = [](HWND) {};
-    watch->boxes.clear();
+    // An entry that somebody else put into the list stands for no page.
+    const int uses = StoreUses();
+    const std::string shown = dialog.Fields();
+    SendMessageA(GetDlgItem(dialog.Tab(), IDC_MANAGE_LABELS), LB_ADDSTRING, 0, reinterpret_cast<LPARAM>("Strange"));
+    for (const int control : {IDC_MANAGE_MODIFY, IDC_MANAGE_DELETE}) {
+      Choose(126)(dialog);
+      Click(control)(dialog);
+    }
+    EXPECT_EQ(dialog.Fields(), shown);
+    EXPECT_EQ(StoreUses(), uses);
     dialog.EndBy(IDC_MANAGE_NAME, VK_ESCAPE);
+
+    DialogUser custom(sheet, kCustom);
+    custom.Type(IDC_CUSTOM_WIDTH, "x");
+    refuses([&] {
+      SetDlgItemTextA(custom.Tab(), IDC_CUSTOM_WIDTH, "7");
+      for (const int control : {IDOK, IDCANCEL}) Command(custom.Tab(), control);
+    });
+    Click(IDC_CUSTOM_MM)(custom);
+    EXPECT_TRUE(deepest == 1 && IsWindowVisible(custom.Tab()));
+    custom.EndBy(IDC_CUSTOM_WIDTH, VK_ESCAPE);
+
+    ASSERT_TRUE(sheet.Open("Layout"));
+    sheet.Type(IDC_LAYOUT_COPIES, "2");
+    const NMHDR asked{nullptr, 0, static_cast<UINT>(PSN_KILLACTIVE)};
+    const HWND layout = sheet.Tab();
+    refuses([&] { SendMessageW(layout, WM_NOTIFY, 0, reinterpret_cast<LPARAM>(&asked)); });
+    EXPECT_FALSE(sheet.Open("Page"));
+    EXPECT_EQ(deepest, 1);
+    sheet.Type(IDC_LAYOUT_COPIES, "1");
   });
+  watch->while_open = [](HWND) {};
+  watch->boxes.clear();
 }
 
 // --- Walks by chance -------------------------------------------------------------------------------------------------

@@ -131,6 +131,14 @@ TEST_F(PageTab, AChoiceOutlivesEditCustomButNotManagePages) {
   });
   EXPECT_STREQ(out.dm_private.labelName, "Metric");
   EXPECT_EQ(out.dm_public.dmPaperWidth, 600);
+  Edit(Defaults(), [&](SheetUser& sheet) {
+    ASSERT_TRUE(sheet.Open("Page"));
+    DialogUser custom(sheet, kCustom);
+    custom.Type(IDC_CUSTOM_WIDTH, "3");
+    custom.EndBy(IDC_CUSTOM_WIDTH, VK_RETURN);
+    const platform::LabelStock own{257, "Custom", "3", "5.000", "0", "0", 1};
+    EXPECT_EQ(sheet.Text(IDC_PAGE_LABELS) + sheet.Text(IDC_PAGE_DETAILS), "Custom" + Details(own, " in"));
+  });
   // Cancel, on the other hand, hands nothing over.
   DriverDevMode in = Chosen(Defaults()), untouched{};
   auto header = Header(&in, &untouched);

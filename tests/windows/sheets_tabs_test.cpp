@@ -55,6 +55,7 @@ TEST_F(Appearance, ShowsAndTakesEveryChoice) {
       user.Choose(IDC_COLOR_INTENT, row.intent);
       user.Choose(IDC_COLOR_PROFILE, row.profile.c_str());
       user.Click(row.automatic ? IDC_COLOR_AUTOMATIC : IDC_COLOR_APPLICATION);
+      ExpectShown(row, user);
       // The choices outlive a look at another tab.
       ASSERT_TRUE(user.Open("About") && user.Open("Appearance"));
       ExpectShown(row, user);
