@@ -99,7 +99,7 @@ std::string LastProfileDevice();
 // Lets the nth (from 1, counted from now) call of that name, or of any call that can fail (nullptr), fail: it does
 // nothing and gives its failure result with `code` as result or last error (runtime functions: errno). `persistent`:
 // every later one fails too. Calls that give something back (ClosePrinter, CloseHandle, HeapFree, HeapDestroy,
-// GlobalFree, fclose) report the failure but do give it back: their caller has no second try. Several may be armed.
+// GlobalFree) report the failure but do give it back: their caller has no second try. Several may be armed.
 void FailCall(const char* name, std::uint64_t nth, DWORD code = ERROR_GEN_FAILURE, bool persistent = false);
 void DisarmFaults();
 // Calls failed this way since Reset.
@@ -122,8 +122,7 @@ std::uint64_t TimeInLayer();
 
 // malloc, calloc and realloc are counted, failed, filled with 0xCD (malloc) and entered into the balance only where
 // they are the module's: on this thread while a ModuleScope lives, or on any thread after WatchRuntimeHeap(true). A
-// block so counted is followed until it is freed, wherever that happens. File functions count for paths in c:\temp
-// only.
+// block so counted is followed until it is freed, wherever that happens.
 struct ModuleScope {
   ModuleScope();
   ~ModuleScope();
@@ -166,11 +165,28 @@ struct MutexCreation {
 };
 // The last CreateMutexA.
 MutexCreation LastMutex();
+// What waits for mutexes that stayed busy have taken since Reset.
+std::uint64_t MillisecondsWaitedInVain();
+
+// What GetTickCount64 answers; 0 after Reset.
+void SetTickCount(ULONGLONG milliseconds);
 
 // --- Files ------------------------------------------------------------------------------------------------------
 
 // The folder of this machine behind c:\temp: this process's own, removed when it ends. After Reset it exists and is
 // empty.
 std::string TempFolder();
+
+struct FileOpening {
+  std::string path;
+  DWORD access = 0;
+  DWORD share = 0;
+  DWORD flags = 0;
+  bool inheritable = false;
+};
+// The last CreateFileA that came as far as the folder.
+FileOpening LastOpening();
+// The bytes that ReadFile was asked for since Reset.
+std::uint64_t BytesAsked();
 
 }  // namespace platform

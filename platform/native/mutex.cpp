@@ -20,6 +20,7 @@ std::unordered_map<HANDLE, std::shared_ptr<Mutex>> handles;
 std::map<std::string, std::weak_ptr<Mutex>, std::less<>> named;
 std::condition_variable released;
 MutexCreation last_mutex;
+std::uint64_t waited_in_vain = 0;
 
 std::shared_ptr<Mutex> Find(HANDLE handle) {
   const auto found = handles.find(handle);
@@ -53,6 +54,12 @@ void ResetMutexes() {
   handles.clear();
   named.clear();
   last_mutex = {};
+  waited_in_vain = 0;
+}
+
+std::uint64_t MillisecondsWaitedInVain() {
+  std::lock_guard lock(StateMutex());
+  return waited_in_vain;
 }
 
 void AddMutexes(Balance& balance) {
@@ -97,7 +104,10 @@ DWORD WINAPI WaitForSingleObject(HANDLE handle, DWORD milliseconds) {
   std::unique_lock lock(platform::StateMutex());
   const auto mutex = platform::Find(handle);
   if (!mutex) return platform::FailWith(ERROR_INVALID_HANDLE, WAIT_FAILED);
-  if (!platform::AwaitTurn(lock, *mutex, milliseconds)) return WAIT_TIMEOUT;
+  if (!platform::AwaitTurn(lock, *mutex, milliseconds)) {
+    platform::waited_in_vain += milliseconds;
+    return WAIT_TIMEOUT;
+  }
   platform::Take(*mutex);
   return WAIT_OBJECT_0;
 }
@@ -118,7 +128,7 @@ BOOL WINAPI ReleaseMutex(HANDLE handle) {
 BOOL WINAPI CloseHandle(HANDLE handle) {
   CallScope call(Call::kCloseHandle);
   std::lock_guard lock(platform::StateMutex());
-  if (platform::handles.erase(handle) == 0) {
+  if (platform::handles.erase(handle) == 0 && !platform::CloseFile(handle)) {
     platform::CountBadRelease(handle);
     return platform::FailWith(ERROR_INVALID_HANDLE, FALSE);
   }

@@ -63,7 +63,7 @@ TEST_F(PlatformLayer, BalanceCountsWhatIsOpenUntilItIsGivenBack) {
   EXPECT_EQ(static_cast<BYTE*>(HeapAlloc(heap, 0, 3))[2], 0xCD) << "no zeros by chance";
   void* global = GlobalAlloc(0, 1);
   HANDLE mutex = CreateMutexA(nullptr, FALSE, "c:/temp/x.txt");
-  FILE* file = std::fopen("C:\\TEMP\\x.txt", "w");
+  HANDLE file = CreateFileA("C:\\TEMP\\x.txt", FILE_APPEND_DATA, 0, nullptr, CREATE_NEW, 0, nullptr);
   platform::SetImpersonating(true);
   HANDLE token = RevertToPrinterSelf();
   volatile std::size_t size = 5;  // else the compiler may leave the pair out
@@ -90,7 +90,7 @@ TEST_F(PlatformLayer, BalanceCountsWhatIsOpenUntilItIsGivenBack) {
   HeapDestroy(heap);
   GlobalFree(global);
   CloseHandle(mutex);
-  std::fclose(file);
+  CloseHandle(file);
   EXPECT_TRUE(ImpersonatePrinterClient(token));
   std::free(stranger);
   std::free(block);

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 
 namespace platform {
 namespace {
@@ -14,11 +15,17 @@ constexpr SYSTEMTIME kClock = {2024, 3, 2, 5, 7, 8, 9, 12};
 constexpr std::string_view kDefaultModule = "C:\\WINDOWS\\system32\\spool\\drivers\\x64\\3\\r5-lqz-ui.dll";
 
 std::string module_name{kDefaultModule};
+std::atomic<ULONGLONG> tick_count{0};
 
 }  // namespace
 
 void ResetProcess() {
   SetModuleFileName(kDefaultModule);
+  tick_count = 0;
+}
+
+void SetTickCount(ULONGLONG milliseconds) {
+  tick_count = milliseconds;
 }
 
 void SetModuleFileName(std::string_view name) {
@@ -52,6 +59,11 @@ DWORD WINAPI GetCurrentThreadId() {
 void WINAPI GetSystemTime(SYSTEMTIME* time) {
   CallScope call(Call::kGetSystemTime);
   *time = platform::kClock;
+}
+
+ULONGLONG WINAPI GetTickCount64() {
+  CallScope call(Call::kGetTickCount64);
+  return platform::tick_count;
 }
 
 DWORD WINAPI GetModuleFileNameA(HMODULE, LPSTR buffer, DWORD size) {

@@ -2,6 +2,4 @@
 // source file of the checked build.
 #pragma once
 
-#define _fseeki64 fseeko
-#define _ftelli64 ftello
 #define _stricmp strcasecmp

@@ -33,6 +33,9 @@ char16_t LowerChar(char16_t c);
 // For comparing names without regard to case.
 std::u16string Folded(std::u16string text);
 
+// Closes the handle if it is a file's; StateMutex is held.
+bool CloseFile(HANDLE handle);
+
 // Each theme's share of Reset and of the balance; StateMutex is not held.
 void ResetFiles();
 void ResetHeaps();

@@ -83,6 +83,19 @@ INT WINAPI WideCharToMultiByte(UINT code_page, DWORD, LPCWSTR source, INT length
   });
 }
 
+INT WINAPI CompareStringOrdinal(const WCHAR* left, INT left_length, const WCHAR* right, INT right_length,
+                                BOOL ignore_case) {
+  CallScope call(Call::kCompareStringOrdinal);
+  if (call.failed()) return call.Fail(0);
+  const auto text = [&](const WCHAR* at, INT length) {
+    const auto view = platform::View(at);
+    const std::u16string whole(length < 0 ? view : view.substr(0, static_cast<std::size_t>(length)));
+    return ignore_case ? platform::Folded(whole) : whole;
+  };
+  const int order = text(left, left_length).compare(text(right, right_length));
+  return order < 0 ? CSTR_LESS_THAN : order > 0 ? CSTR_GREATER_THAN : CSTR_EQUAL;
+}
+
 LPWSTR WINAPI CharLowerW(LPWSTR text) {
   CallScope call(Call::kCharLowerW);
   const auto value = reinterpret_cast<ULONG_PTR>(text);

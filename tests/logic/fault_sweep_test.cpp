@@ -111,7 +111,8 @@ TEST_P(FaultSweep, LeavesNothingOpen) {
 
 TEST_P(FaultSweep, TraceLogThatFailsDisturbsNobody) {
   for (const char* const call :
-       {"malloc", "CreateMutexA", "WaitForSingleObject", "ReleaseMutex", "CloseHandle", "fopen", "fclose"}) {
+       {"malloc", "CreateMutexA", "WaitForSingleObject", "ReleaseMutex", "CloseHandle", "CreateFileA", "GetFileType",
+        "GetFileInformationByHandleEx", "GetFinalPathNameByHandleW", "WriteFile"}) {
     for (const bool persistent : {false, true}) {
       log_mask = kMessageBit | kTraceBit;
       RunWithFault(call, 2, persistent);

@@ -1,5 +1,10 @@
 // The trace log's rules; what real files, locks and processes add is tested under the platform itself.
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <future>
 #include <set>
+#include <thread>
 
 #include "diag/owned.h"
 #include "support.h"
@@ -28,6 +33,136 @@ TEST_F(Trace, LockIsNamedAfterTheLogAndInheritable) {
   EXPECT_TRUE(made.inheritable && made.default_security && !made.initially_owned);
 }
 
+// A record at a time is the log's whole cost: what is not here need not be paid for.
+TEST_F(Trace, RecordTakesOneOpeningThreeLooksAndOneWrite) {
+  for (const std::size_t size : {std::size_t{10}, std::size_t{31 * 1024}}) {
+    LogMessage(0, "makes the file");
+    std::string calls;
+    platform::SetCallHook([&](const std::string& name) {
+      if (name.find("Last") == name.npos && name != "malloc" && name != "free") calls += name + ' ';
+    });
+    LogMessage(0, "%s", std::string(size, 'm').c_str());
+    platform::SetCallHook(nullptr);
+    EXPECT_EQ(calls,
+              "GetSystemTime CreateMutexA WaitForSingleObject CreateFileA GetFileType GetFileInformationByHandleEx "
+              "GetFileInformationByHandleEx MultiByteToWideChar GetFinalPathNameByHandleW CompareStringOrdinal "
+              "GetCurrentThreadId WriteFile CloseHandle ReleaseMutex CloseHandle ");
+    const platform::FileOpening opened = platform::LastOpening();
+    EXPECT_EQ(opened.access, DWORD{FILE_APPEND_DATA});
+    EXPECT_EQ(opened.share, DWORD{FILE_SHARE_READ | FILE_SHARE_WRITE});
+    EXPECT_EQ(opened.flags, DWORD{FILE_FLAG_OPEN_REPARSE_POINT | SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION});
+    EXPECT_FALSE(opened.inheritable);
+  }
+}
+
+TEST_F(Trace, RecordOfAnySizeIsWholeOrDropped) {
+  // Around the size that needs no memory, whatever that is.
+  for (std::size_t size = 0; size < 700; ++size) {
+    const std::string message = std::string(size, 'm') + "!";
+    LogMessage(1, "%s", message.c_str());
+    ASSERT_EQ(LogLines().back(), "[Info]  " + message);
+    std::remove(LogFile().c_str());
+  }
+  platform::FailCall("malloc", 2);  // the first is for the lock's name
+  LogMessage(1, "%s", std::string(700, 'm').c_str());
+  LogMessage(1, "next");
+  EXPECT_EQ(LogLines(), std::vector<std::string>{"[Info]  next"});
+}
+
+TEST_F(Trace, LockThatStaysBusyIsAwaitedOnceInTenSeconds) {
+  std::promise<void> taken, over;
+  std::thread holder([&, ended = over.get_future()] {
+    const HANDLE lock = CreateMutexA(nullptr, FALSE, "c:/temp/r5-lqz-ui.txt");
+    WaitForSingleObject(lock, INFINITE);
+    taken.set_value();
+    ended.wait();
+    ReleaseMutex(lock);
+    CloseHandle(lock);
+  });
+  taken.get_future().wait();
+  const std::pair<ULONGLONG, std::uint64_t> kTicks[] = {{500, 100}, {10499, 100}, {10500, 200}, {20499, 200}};
+  for (const auto& [tick, waited] : kTicks) {
+    platform::SetTickCount(tick);
+    for (int i = 0; i < 3; ++i) LogMessage(0, "dropped");
+    EXPECT_EQ(platform::MillisecondsWaitedInVain(), waited) << tick;
+  }
+  over.set_value();
+  holder.join();
+  LogMessage(0, "written");
+  EXPECT_EQ(LogLines(), std::vector<std::string>{"[Error] written"}) << "a free lock is had at once";
+  const auto asked = platform::Calls("GetTickCount64");
+  LogMessage(0, "written too");
+  EXPECT_EQ(platform::Calls("GetTickCount64"), asked) << "the pause is over with it";
+}
+
+// Everybody may write to the folder: a name in it may lead anywhere.
+TEST_F(Trace, FileThatIsNotPlainIsNotOpened) {
+  namespace fs = std::filesystem;
+  const fs::path folder = platform::TempFolder();
+  const fs::path others = folder.string() + ".others";
+  const struct {
+    const char* what;
+    void (*make)(const fs::path& file, const fs::path& others);
+  } kRows[] = {
+      {"link", [](const fs::path& file, const fs::path& there) { fs::create_symlink(there / "f", file); }},
+      {"link to nothing", [](const fs::path& file, const fs::path& there) { fs::create_symlink(there / "new", file); }},
+      {"second name", [](const fs::path& file, const fs::path& there) { fs::create_hard_link(there / "f", file); }},
+      {"pipe", [](const fs::path& file, const fs::path&) { ASSERT_EQ(mkfifo(file.c_str(), 0600), 0); }},
+      {"folder", [](const fs::path& file, const fs::path&) { fs::create_directory(file); }},
+      {"linked folder",
+       [](const fs::path& file, const fs::path& there) {
+         fs::copy(there / "f", there / file.filename());
+         fs::remove_all(file.parent_path());
+         fs::create_directory_symlink(there, file.parent_path());
+       }},
+      {"linked empty folder",
+       [](const fs::path& file, const fs::path& there) {
+         fs::remove_all(file.parent_path());
+         fs::create_directory_symlink(there, file.parent_path());
+       }},
+  };
+  for (const auto& row : kRows) {
+    for (const char* const name : {"r5-lqz-ui.txt", "r5-lqz-ui.dat"}) {
+      SCOPED_TRACE(std::string(row.what) + ' ' + name);
+      fs::create_directories(others);
+      std::ofstream(others / "f") << "3";
+      row.make(folder / name, others);
+      std::set<fs::path> before{fs::directory_iterator(others), {}};
+      log_mask = 8;
+      LoadLogMask();
+      EXPECT_EQ(log_mask, 0u);
+      if (name[10] == 't') LogMessage(0, "led away");
+      EXPECT_EQ((std::set<fs::path>{fs::directory_iterator(others), {}}), before);
+      for (const fs::path& file : before) EXPECT_EQ(fs::file_size(file), 1u) << file;
+      // Nor is a link read or written itself, or something made elsewhere for a moment.
+      for (const char* const call : {"ReadFile", "WriteFile", "SetFileInformationByHandle"}) {
+        EXPECT_EQ(platform::Calls(call), 0u) << call;
+      }
+      fs::remove_all(folder);
+      fs::create_directory(folder);
+      fs::remove_all(others);
+    }
+  }
+}
+
+TEST_F(Trace, FolderThatBecomesALinkMeanwhileIsLeftAsItWas) {
+  namespace fs = std::filesystem;
+  const fs::path folder = platform::TempFolder();
+  const fs::path others = folder.string() + ".others";
+  fs::create_directory(others);
+  platform::SetCallHook([&, openings = 0](const std::string& name) mutable {
+    if (name != "CreateFileA" || ++openings != 2) return;
+    fs::remove_all(folder);
+    fs::create_directory_symlink(others, folder);
+  });
+  LogMessage(0, "led away");
+  platform::SetCallHook(nullptr);
+  EXPECT_TRUE(fs::is_symlink(folder));
+  EXPECT_TRUE(fs::is_empty(others));
+  fs::remove_all(folder);
+  fs::remove_all(others);
+}
+
 // The first letters of the tags of the records that operations of every kind write.
 std::string TagsOfOperations(HANDLE printer) {
   std::remove((platform::TempFolder() + "/r5-lqz-ui.txt").c_str());
@@ -46,15 +181,30 @@ TEST_F(Trace, MaskFileChoosesWhatIsTraced) {
     const char* file;
     DWORD mask;
     std::string tags;
-  } kRows[] = {{"0", 0, ""}, {"1", 1, "EI"}, {"2x1", 2, "T"}, {" 3\r\n", 3, "EIT"}, {"-1", ~0u, "EIT"},
-               {"4", 4, ""}, {"", 0, ""},    {"x3", 0, ""},   {nullptr, 0, ""}};
+  } kRows[] = {{"0", 0, ""},
+               {"1", 1, "EI"},
+               {"2x1", 2, "T"},
+               {" 3\r\n", 3, "EIT"},
+               {"-1", ~0u, "EIT"},
+               {"4", 4, ""},
+               {"", 0, ""},
+               {"x3", 0, ""},
+               {nullptr, 0, ""},
+               {"+2", 2, "T"},
+               {"- 1", 0, ""},
+               {"4294967297", 1, "EI"},
+               // No more than 16 bytes are looked at, were it half a gigabyte of blanks.
+               {"\t\n\v\f\r          3", 3, "EIT"},
+               {"                3", 0, ""}};
   for (const auto& row : kRows) {
     SCOPED_TRACE(row.file ? row.file : "no file");
     std::remove(LogFile("r5-lqz-ui.dat").c_str());
     if (row.file) std::ofstream(LogFile("r5-lqz-ui.dat")) << row.file;
     log_mask = 8;  // an earlier mask never stays
+    const auto asked = platform::BytesAsked();
     LoadLogMask();
     EXPECT_EQ(log_mask, row.mask);
+    EXPECT_EQ(platform::BytesAsked() - asked, row.file ? 16u : 0u);
     EXPECT_EQ(TagsOfOperations(printer()), row.tags);
   }
 }

@@ -56,6 +56,24 @@ void WriteBytes(const std::string& path, std::string_view bytes) {
   std::ofstream(path, std::ios::binary) << bytes;
 }
 
+void RunOnHostDrive(const std::string& script) {
+  constexpr char kDone[] = "c:\\host-script-done";
+  const auto convert = reinterpret_cast<char*(CDECL*)(LPCWSTR)>(
+      reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "wine_get_unix_file_name")));
+  ASSERT_TRUE(convert);
+  DeleteFileA(kDone);
+  std::string line = std::string("sh -c \"cd '") + convert(L"c:\\") + "' && " + script + " && : > host-script-done\"";
+  STARTUPINFOA startup{sizeof startup};
+  PROCESS_INFORMATION created{};
+  ASSERT_TRUE(
+      CreateProcessA("Z:\\bin\\sh", line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &created));
+  CloseHandle(created.hThread);
+  CloseHandle(created.hProcess);
+  for (int wait = 0; wait < 500 && SizeOf(kDone) < 0; ++wait) Sleep(10);
+  ASSERT_EQ(SizeOf(kDone), 0) << script;
+  DeleteFileA(kDone);
+}
+
 std::vector<Record> ReadRecords(const std::string& path, long long offset) {
   std::vector<Record> records;
   const std::string bytes = ReadBytes(path, offset);

@@ -28,6 +28,10 @@ long long SizeOf(const std::string& path);
 std::string ReadBytes(const std::string& path, long long offset = 0);
 void WriteBytes(const std::string& path, std::string_view bytes);
 
+// Runs a shell script on the host, in the folder that is drive c: here, and waits for its end: on this platform only
+// the host makes and removes links and pipes.
+void RunOnHostDrive(const std::string& script);
+
 // One line of the log.
 struct Record {
   std::string time;  // "yyyy-mm-dd hh:mm:ss.mmm"

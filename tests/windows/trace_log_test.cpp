@@ -5,6 +5,8 @@
 
 #include <set>
 
+#include "diag/trace.h"
+#include "import_patch.h"
 #include "trace_folder.h"
 
 namespace tests {
@@ -109,6 +111,100 @@ TEST_F(TraceLog, RecordGoesOnTheOldFileWhenAReaderForbidsRenaming) {
     CloseHandle(reader);
     EXPECT_EQ(ReadTexts(kLog, kSizeLimit + 1), Texts{"[Error] new"});
   }
+}
+
+constexpr char kOthers[] = "c:\\others";
+
+// What lies in the folder that names in the log's own lead to.
+std::string Others() {
+  std::string listing;
+  for (const char* name : {"f", "trace_log_test.txt", "trace_log_test.1.txt", "new"}) {
+    const long long size = SizeOf(std::string(kOthers) + '\\' + name);
+    if (size >= 0) listing += std::string(name) + ' ' + std::to_string(size) + ' ';
+  }
+  return listing;
+}
+
+class TraceLinks : public TraceFolder {
+ protected:
+  ~TraceLinks() override {
+    std::filesystem::remove_all(kOthers);
+    r5lqz::log_mask = 0;
+  }
+  // Makes both folders, and in them what the script says, which names the file NAME.
+  static void SetUpOthers(std::string script, const std::string& name) {
+    for (std::size_t at; (at = script.find("NAME")) != script.npos;) script.replace(at, 4, "trace_log_test" + name);
+    std::filesystem::remove_all(kOthers);
+    std::filesystem::create_directory(kOthers);
+    WriteBytes(std::string(kOthers) + "\\f", "3");
+    RunOnHostDrive("rm -rf temp && mkdir temp && " + script);
+  }
+};
+
+TEST_F(TraceLinks, NameThatLeadsElsewhereIsNotOpened) {
+  const struct {
+    const char* script;
+    bool plain;
+  } rows[] = {{"cp others/f temp/NAME", true},
+              {"ln -s ../others/f temp/NAME", false},
+              {"ln -s ../others/new temp/NAME", false},
+              {"ln others/f temp/NAME", false},
+              {"mkdir temp/NAME", false},
+              {"cp others/f others/NAME && rmdir temp && ln -s others temp", false},
+              {"rmdir temp && ln -s others temp", false},
+              // Somebody at the pipe's other end, who writes first and reads then.
+              {": > others/new && mkfifo temp/NAME && "
+               "{ timeout 2 sh -c 'echo 3 > temp/NAME; cat temp/NAME > others/new' & }",
+               false}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.script);
+    SetUpOthers(row.script, ".dat");
+    r5lqz::LoadLogMask();
+    EXPECT_EQ(r5lqz::log_mask, row.plain ? 3u : 0u);
+    SetUpOthers(row.script, ".txt");
+    const std::string before = Others();
+    Log("led away");
+    EXPECT_EQ(Others(), before);
+    EXPECT_EQ(row.plain ? ReadTexts(kLog, 1) : Texts{"[Error] led away"}, Texts{"[Error] led away"});
+  }
+  RunOnHostDrive("rm -rf temp && mkdir temp");
+}
+
+TEST_F(TraceLinks, RotationRenamesAndDeletesNothingElsewhere) {
+  // Number 1 or 9 is a link, or another folder stands in the place of the log's.
+  for (const char* const script : {"ln -s ../others/f temp/trace_log_test.1.txt",
+                                   "for n in 1 2 3 4 5 6 7 8; do : > temp/trace_log_test.$n.txt; done && "
+                                   "ln -s ../others/f temp/trace_log_test.9.txt",
+                                   "truncate -s 104857601 others/NAME && rmdir temp && ln -s others temp"}) {
+    SCOPED_TRACE(script);
+    SetUpOthers(script, ".txt");
+    if (SizeOf(kLog) < 0) MakeLog(kSizeLimit + 1);
+    const std::string before = Others();
+    Log("new");
+    EXPECT_EQ(Others(), before);
+  }
+  RunOnHostDrive("rm -rf temp && mkdir temp");
+}
+
+int writes = 0;
+DWORD handle_flags = ~0u;
+
+BOOL WINAPI ObserveWrite(HANDLE file, const void* bytes, DWORD size, DWORD* written, OVERLAPPED* overlapped) {
+  ++writes;
+  GetHandleInformation(file, &handle_flags);
+  // This program's own import leads here.
+  static const auto real_write = reinterpret_cast<decltype(&WriteFile)>(
+      reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "WriteFile")));
+  return real_write(file, bytes, size, written, overlapped);
+}
+
+TEST_F(TraceLog, RecordIsWrittenAtOnceThroughAHandleThatNobodyInherits) {
+  const auto patch = platform::ReplaceImport(GetModuleHandleW(nullptr), "kernel32.dll", "WriteFile",
+                                             reinterpret_cast<const void*>(&ObserveWrite));
+  ASSERT_TRUE(patch);
+  Log(std::string(31 * 1024, 'm'));
+  EXPECT_EQ(writes, 1);
+  EXPECT_EQ(handle_flags, 0u);
 }
 
 std::set<HMODULE> Modules() {

@@ -65,7 +65,7 @@ using OwnedPrinter = std::unique_ptr<void, Releaser<CloseOwnedPrinter>>;
 // A private heap: everything allocated from it goes with it.
 using OwnedHeap = std::unique_ptr<void, Releaser<DestroyOwnedHeap>>;
 
-// A kernel handle whose empty value is null (a mutex, not a file).
+// A kernel handle whose empty value is null; who opens a file turns INVALID_HANDLE_VALUE into it.
 using OwnedHandle = std::unique_ptr<void, Releaser<CloseOwnedHandle>>;
 
 // A file of the runtime library.

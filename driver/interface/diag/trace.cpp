@@ -1,11 +1,17 @@
 #include "diag/trace.h"
 
+#include <algorithm>
+#include <array>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <span>
+#include <string_view>
+#include <utility>
 
 #include "diag/owned.h"
+#include "diag/plain_file.h"
 #include "entry/module.h"
 
 namespace r5lqz {
@@ -22,13 +28,26 @@ constexpr char kLogExtension[] = "txt";
 constexpr char kMaskExtension[] = "dat";
 constexpr long long kSizeLimit = 104857600;  // 100 MiB
 constexpr DWORD kLockWaitMilliseconds = 100;
+constexpr ULONGLONG kLockPauseMilliseconds = 10000;
+constexpr std::size_t kMaskTextSize = 16;
+constexpr std::size_t kUsualRecordSize = 512;
 constexpr char kNewestRotated[] = ".1.txt";
 constexpr char kOldestNumber = '9';
+
+// As a text file of the platform has it.
+#ifdef _WIN32
+constexpr std::string_view kLineEnd = "\r\n";
+#else
+constexpr std::string_view kLineEnd = "\n";
+#endif
 
 constexpr const char* kTags[] = {"[Error] ", "[Info]  ", "[Trace] "};
 
 constinit std::atomic<const char*> log_path{nullptr};
 constinit std::atomic<const char*> mask_path{nullptr};
+
+// The tick before which no record waits for the lock, because one has waited in vain; 0 when none has.
+constinit std::atomic<ULONGLONG> lock_pause_end{0};
 
 void ReplaceExtension(char* path, const char (&extension)[4]) {
   const std::size_t length = std::strlen(path);
@@ -58,9 +77,23 @@ bool FileExists(const char* path) {
   return GetFileAttributesA(path) != INVALID_FILE_ATTRIBUTES;
 }
 
-// The lock that orders the writers of one log file across processes. It is held when `held()`; a record waits for it no
-// longer than a caller can be kept waiting. An abandoned lock is given back, but its record is dropped: the writer that
-// died may have left half a line.
+// Takes the lock if it is free, or becomes free within what a caller can be kept waiting. Whoever knows its name can
+// hold it for good: after a wait in vain the process's records only try for a while, so that a call of many records is
+// not held up by each.
+DWORD AwaitLock(HANDLE mutex) {
+  const ULONGLONG pause_end = lock_pause_end.load(std::memory_order_relaxed);
+  const bool paused = pause_end != 0 && GetTickCount64() < pause_end;
+  const DWORD waited = WaitForSingleObject(mutex, paused ? 0 : kLockWaitMilliseconds);
+  if (waited == WAIT_TIMEOUT && !paused) {
+    lock_pause_end.store(GetTickCount64() + kLockPauseMilliseconds, std::memory_order_relaxed);
+  } else if (waited == WAIT_OBJECT_0 && pause_end != 0) {
+    lock_pause_end.store(0, std::memory_order_relaxed);
+  }
+  return waited;
+}
+
+// The lock that orders the writers of one log file across processes. It is held when `held()`. An abandoned lock is
+// given back, but its record is dropped: the writer that died may have left half a line.
 class LogLock {
  public:
   explicit LogLock(const char* path) {
@@ -70,7 +103,7 @@ class LogLock {
     SECURITY_ATTRIBUTES inheritable{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
     mutex_.reset(CreateMutexA(&inheritable, FALSE, name.get()));
     if (!mutex_) return;
-    const DWORD waited = WaitForSingleObject(mutex_.get(), kLockWaitMilliseconds);
+    const DWORD waited = AwaitLock(mutex_.get());
     owned_ = waited == WAIT_OBJECT_0 || waited == WAIT_ABANDONED;
     held_ = waited == WAIT_OBJECT_0;
   }
@@ -87,12 +120,12 @@ class LogLock {
   bool held_ = false;
 };
 
-OwnedFile OpenForAppending(const char* path) {
-  return OwnedFile(std::fopen(path, "a"));
-}
-
-bool IsOverLimit(std::FILE* file) {
-  return _fseeki64(file, 0, SEEK_END) == 0 && _ftelli64(file) > kSizeLimit;
+PlainFile OpenForAppending(const char* path) {
+  PlainFile file = OpenPlainFile(path, FILE_APPEND_DATA);
+  if (!file.handle && GetLastError() == ERROR_FILE_NOT_FOUND && CreatePlainFile(path)) {
+    file = OpenPlainFile(path, FILE_APPEND_DATA);
+  }
+  return file;
 }
 
 // Makes the current file number 1 of the rotated ones. A rename that fails is let be: the record then goes to whichever
@@ -104,24 +137,67 @@ void Rotate(const char* path) {
   if (!extension) return;
   std::memcpy(extension, kNewestRotated, sizeof kNewestRotated);
   if (FileExists(newest.get())) ShiftLogFile(newest.get());
-  std::rename(path, newest.get());
+  RenamePlainFile(path, newest.get());
 }
 
-OwnedFile OpenLogFile(const char* path) {
-  OwnedFile file = OpenForAppending(path);
-  if (!file || !IsOverLimit(file.get())) return file;
-  file.reset();
+OwnedHandle OpenLogFile(const char* path) {
+  PlainFile file = OpenForAppending(path);
+  if (!file.handle || file.size <= kSizeLimit) return std::move(file.handle);
+  file.handle.reset();
   Rotate(path);
-  return OpenForAppending(path);
+  return OpenForAppending(path).handle;
 }
 
-void WriteRecord(std::FILE* file, const SYSTEMTIME& time, DWORD level, const char* format, std::va_list arguments) {
-  std::fprintf(file, "[%d-%02d-%02d %02d:%02d:%02d.%03d] [TID: %d] %s", time.wYear, time.wMonth, time.wDay, time.wHour,
-               time.wMinute, time.wSecond, time.wMilliseconds, static_cast<int>(GetCurrentThreadId()),
-               level < std::size(kTags) ? kTags[level] : "");
-  std::vfprintf(file, format, arguments);
-  std::fputc('\n', file);
-  std::fflush(file);
+// Time, thread and tag; 0 bytes when they do not fit.
+std::size_t FormatHead(std::span<char> text, const SYSTEMTIME& time, DWORD level) {
+  const int size =
+      std::snprintf(text.data(), text.size(), "[%d-%02d-%02d %02d:%02d:%02d.%03d] [TID: %d] %s", time.wYear,
+                    time.wMonth, time.wDay, time.wHour, time.wMinute, time.wSecond, time.wMilliseconds,
+                    static_cast<int>(GetCurrentThreadId()), level < std::size(kTags) ? kTags[level] : "");
+  return size > 0 && static_cast<std::size_t>(size) < text.size() ? static_cast<std::size_t>(size) : 0;
+}
+
+// Ends the line behind its `size` bytes and writes all of it at once.
+void WriteLine(HANDLE file, char* line, std::size_t size) {
+  DWORD written = 0;
+  size += kLineEnd.copy(line + size, kLineEnd.size());
+  WriteFile(file, line, static_cast<DWORD>(size), &written, nullptr);
+}
+
+// A record longer than usual is formatted once more, into a block of its own; without memory it is dropped.
+void WriteRecord(HANDLE file, const SYSTEMTIME& time, DWORD level, const char* format, std::va_list arguments) {
+  std::va_list again;
+  va_copy(again, arguments);
+  std::array<char, kUsualRecordSize> usual;
+  const std::size_t head = FormatHead(usual, time, level);
+  const int message = std::vsnprintf(usual.data() + head, usual.size() - head, format, arguments);
+  const std::size_t size = head + static_cast<std::size_t>(std::max(message, 0));
+  if (message >= 0 && size + kLineEnd.size() <= usual.size()) {
+    WriteLine(file, usual.data(), size);
+  } else if (message >= 0) {
+    const RuntimeBlock<char> longer(static_cast<char*>(std::malloc(size + kLineEnd.size())));
+    if (longer) {
+      std::memcpy(longer.get(), usual.data(), head);
+      // What an argument points at may have become shorter meanwhile.
+      const int second = std::vsnprintf(longer.get() + head, size - head + 1, format, again);
+      WriteLine(file, longer.get(), head + static_cast<std::size_t>(std::clamp(second, 0, message)));
+    }
+  }
+  va_end(again);
+}
+
+// The number that the text begins with, after blanks and a sign, in the 32 bits that a mask has; 0 without one.
+DWORD ParseMask(std::string_view text) {
+  const std::size_t start = std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size());
+  text.remove_prefix(start);
+  const bool negative = text.starts_with('-');
+  if (negative || text.starts_with('+')) text.remove_prefix(1);
+  DWORD mask = 0;
+  for (const char digit : text) {
+    if (digit < '0' || digit > '9') break;
+    mask = mask * 10 + static_cast<DWORD>(digit - '0');
+  }
+  return negative ? 0 - mask : mask;
 }
 
 }  // namespace
@@ -135,7 +211,7 @@ void LogMessage(DWORD level, const char* format, ...) {
   if (!path) return;
   const LogLock lock(path);
   if (!lock.held()) return;
-  const OwnedFile file = OpenLogFile(path);
+  const OwnedHandle file = OpenLogFile(path);
   if (!file) return;
 
   std::va_list arguments;
@@ -148,9 +224,13 @@ void LoadLogMask() {
   const LastErrorKeeper keeper;
   const char* const path = CachedPath(mask_path, kMaskExtension);
   if (!path) return;
-  int mask = 0;
-  if (const OwnedFile file{std::fopen(path, "r")}; !file || std::fscanf(file.get(), "%d", &mask) != 1) mask = 0;
-  log_mask.store(static_cast<DWORD>(mask), std::memory_order_relaxed);
+  std::array<char, kMaskTextSize> text;
+  DWORD size = 0;
+  const PlainFile file = OpenPlainFile(path, FILE_READ_DATA);
+  if (!file.handle || !ReadFile(file.handle.get(), text.data(), static_cast<DWORD>(text.size()), &size, nullptr)) {
+    size = 0;
+  }
+  log_mask.store(ParseMask({text.data(), size}), std::memory_order_relaxed);
 }
 
 char* GetLogFilePath() {
@@ -177,14 +257,14 @@ void ShiftLogFile(const char* name) {
   const char* const extension = std::strrchr(name, '.');
   if (!extension || extension == name) return;
   if (extension[-1] == kOldestNumber) {
-    std::remove(name);
+    DeletePlainFile(name);
     return;
   }
   const PathText next = CopyText(name);
   if (!next) return;
   ++next.get()[extension - name - 1];
   if (FileExists(next.get())) ShiftLogFile(next.get());
-  std::rename(name, next.get());
+  RenamePlainFile(name, next.get());
 }
 
 }  // namespace r5lqz

@@ -35,18 +35,21 @@ inline bool Logs(DWORD bit) {
 #endif
 
 // Appends one record to the log file: UTC time, thread, the level's tag, the message in printf's format. Callers test
-// the log mask first; this does not. A record that cannot be written (no folder, lock not had within 100 ms) is dropped
-// without a sign. The thread's last error is as it was.
+// the log mask first; this does not. A record that cannot be written (no folder, no memory for a long one, lock not had
+// within 100 ms) is dropped without a sign. After a wait for the lock in vain the process's records do not wait, for
+// ten seconds or until one has had the lock. A log file that is a link, or leads elsewhere in another way, is not
+// written (diag/plain_file.h). The thread's last error is as it was.
 void LogMessage(DWORD level, const char* format, ...) R5LQZ_PRINTF(2, 3);
 
-// Reads the log mask from the mask file (one decimal integer); a missing file, or one that begins with none, turns
-// tracing off.
+// Reads the log mask from the mask file (one decimal integer within its first 16 bytes); a missing file, one that
+// begins with none, or what is no plain file, turns tracing off.
 void LoadLogMask();
 
 // The log file's path, from the module's own file name: a new runtime-heap text that the caller frees, or none.
 char* GetLogFilePath();
 
-// Moves the rotated file `name` one number up, and those above it first; number 9 is deleted.
+// Moves the rotated file `name` one number up, and those above it first; number 9 is deleted. What is no plain file
+// stays.
 void ShiftLogFile(const char* name);
 
 // The only way to write a record from code: the mask is tested before any argument is evaluated, which is why these are

@@ -1,0 +1,115 @@
+#include "diag/plain_file.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstring>
+
+#include "diag/bounded_text.h"
+
+namespace r5lqz {
+namespace {
+
+using WidePath = std::array<WCHAR, MAX_PATH>;
+
+// How a final path on a drive begins.
+constexpr WCHAR kFinalPrefix[] = L"\\\\?\\";
+constexpr std::size_t kFinalPrefixLength = std::size(kFinalPrefix) - 1;
+
+// A link in the file's own place is opened itself, not what it leads to; a pipe's other end, should there be one, can
+// identify the caller and no more.
+constexpr DWORD kNoFollowing = FILE_FLAG_OPEN_REPARSE_POINT | SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION;
+
+WidePath WidePathOf(const char* path) {
+  return WidenText<MAX_PATH>(TextAt(path, MAX_PATH));
+}
+
+OwnedHandle Open(const char* path, DWORD access, DWORD disposition) {
+  const HANDLE handle =
+      CreateFileA(path, access, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, disposition, kNoFollowing, nullptr);
+  return OwnedHandle(handle != INVALID_HANDLE_VALUE ? handle : nullptr);
+}
+
+// Whether the file is where `path` says: a link among the folders, and whatever else a path can be led away by, shows
+// in the path that the file really has. Not every platform opens a link in the file's own place when asked to; that
+// shows here too.
+bool IsAt(HANDLE file, const char* path) {
+  const WidePath wanted = WidePathOf(path);
+  std::array<WCHAR, kFinalPrefixLength + MAX_PATH> found{};
+  const DWORD length = GetFinalPathNameByHandleW(file, found.data(), static_cast<DWORD>(found.size()), 0);
+  return length > kFinalPrefixLength && length < found.size() &&
+         std::equal(kFinalPrefix, kFinalPrefix + kFinalPrefixLength, found.begin()) &&
+         CompareStringOrdinal(found.data() + kFinalPrefixLength, -1, wanted.data(), -1, TRUE) == CSTR_EQUAL;
+}
+
+bool IsPlain(HANDLE file, const char* path, LONGLONG& size) {
+  FILE_STANDARD_INFO standard{};
+  FILE_ATTRIBUTE_TAG_INFO tag{};
+  if (GetFileType(file) != FILE_TYPE_DISK ||
+      !GetFileInformationByHandleEx(file, FileStandardInfo, &standard, sizeof standard) ||
+      !GetFileInformationByHandleEx(file, FileAttributeTagInfo, &tag, sizeof tag)) {
+    return false;
+  }
+  size = standard.EndOfFile.QuadPart;
+  return !standard.Directory && standard.NumberOfLinks == 1 && !(tag.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) &&
+         IsAt(file, path);
+}
+
+bool DeleteOpened(HANDLE file) {
+  FILE_DISPOSITION_INFO disposition{TRUE};
+  return SetFileInformationByHandle(file, FileDispositionInfo, &disposition, sizeof disposition) != FALSE;
+}
+
+// Only a first look: what is made in a folder that becomes a link afterwards is taken away again.
+bool IsInFolderProper(const char* path) {
+  std::array<char, MAX_PATH> folder{};
+  CopyBounded(std::span(folder), path);
+  char* const name = std::strrchr(folder.data(), '\\');
+  if (!name) return false;
+  *name = '\0';
+  const DWORD attributes = GetFileAttributesA(folder.data());
+  return attributes != INVALID_FILE_ATTRIBUTES && !(attributes & FILE_ATTRIBUTE_REPARSE_POINT);
+}
+
+}  // namespace
+
+PlainFile OpenPlainFile(const char* path, DWORD access) {
+  PlainFile file{Open(path, access, OPEN_EXISTING)};
+  if (file.handle && !IsPlain(file.handle.get(), path, file.size)) {
+    file.handle.reset();
+    SetLastError(ERROR_ACCESS_DENIED);
+  }
+  return file;
+}
+
+bool CreatePlainFile(const char* path) {
+  if (!IsInFolderProper(path)) return false;
+  const OwnedHandle file = Open(path, DELETE, CREATE_NEW);
+  LONGLONG size = 0;
+  if (!file || IsPlain(file.get(), path, size)) return file != nullptr;
+  DeleteOpened(file.get());
+  return false;
+}
+
+// By the handle, which keeps the file's folder from becoming another: by their names both paths could be led elsewhere.
+bool RenamePlainFile(const char* from, const char* to) {
+  struct {
+    FILE_RENAME_INFO info;
+    WCHAR rest[MAX_PATH];
+  } renaming{};
+  const WidePath target = WidePathOf(to);
+  const auto name = TextIn(std::span<const WCHAR>(target));
+  if (name.empty()) return false;
+  renaming.info.FileNameLength = static_cast<DWORD>(name.size_bytes());
+  std::memcpy(reinterpret_cast<std::byte*>(&renaming) + offsetof(FILE_RENAME_INFO, FileName), name.data(),
+              name.size_bytes());
+  const PlainFile file = OpenPlainFile(from, DELETE);
+  return file.handle && SetFileInformationByHandle(file.handle.get(), FileRenameInfo, &renaming, sizeof renaming);
+}
+
+bool DeletePlainFile(const char* path) {
+  const PlainFile file = OpenPlainFile(path, DELETE);
+  return file.handle && DeleteOpened(file.handle.get());
+}
+
+}  // namespace r5lqz
