@@ -2,6 +2,7 @@
 #include "entry/forms.h"
 #include "entry/properties_context.h"
 #include "install/printer_event.h"
+#include "../trace_shape.h"
 #include "support.h"
 
 namespace r5lqz {
@@ -171,6 +172,30 @@ TEST_F(EntryPoints, DocumentPropertiesLayDefaultsStoredAndCallersRecords) {
   EXPECT_EQ(small->dmOrientation, 1);
   EXPECT_EQ(DocumentProperties(Record(200, 0, 0).get(), Record(220, 644).get(), DM_OUT_BUFFER), 1)
       << "a record that cannot be merged still gets an answer";
+}
+
+// Every record of one call: who called whom, what was said at which level, in which order.
+TEST_F(EntryPoints, DocumentPropertiesAreTracedStepByStep) {
+  StoreLabel(258, "Label", "50", "60", kMillimetres);
+  platform::SetProfiles(std::vector<std::u16string>{u"a.icc"});
+  const Record stored(Defaults()), in(Defaults()), out(220, 644);
+  std::memcpy(out.get(), &stored.whole(), sizeof stored.whole());
+  in->dmPaperSize = 258;
+  platform::SetDevMode(kPrinterName, stored.span());
+  log_mask = kMessageBit | kTraceBit;
+  EXPECT_EQ(DocumentProperties(in.get(), out.get(), DM_IN_BUFFER | DM_OUT_BUFFER), 1);
+  const auto merged = [](const std::string& list) {
+    return "MergeDevMode('pdmDest:'{} 'pdmSrc:'{} ConvertDevMode('pdmIn:'{} 'pdmOut:'{} 'pdmIn:'{} 'pdmOut:'{} =864) "
+           "CopyDevmode('dest:'{} 'src:'{} 'dest:'{} 'src:'{}) ValidateDevmode('pdm (before ValidateForm):'{} "
+           "ValidateForm(" +
+           list + ") 'pdm (After ValidateForm):'{} 'pdm:'{}) 'pdmDest:'{} 'pdmSrc:'{} =TRUE) ";
+  };
+  EXPECT_EQ(tests::TraceShape(LogLines()),
+            "DrvDocumentPropertySheets('pDPHdr->fMode = 10' CopyDocumentProperties('pDPHdr->pdmIn:'{} "
+            "'pDPHdr->pdmOut:'{} FillUiData(MyGetPrinterInfo() SetupDefaultDevMode(AssignDefaultColorProfile("
+            "GetColorProfileList('Color Profile List:' 'a.icc')) =TRUE) 'pdm:'{} " +
+                merged("") + merged("ReadPrinterLabelList(LoadPrinterLabel(=0x0) =0x0)") +
+                "AddPrinterForms()) ConvertDevMode('pdmIn:'{} 'pdmOut:'{} 'pdmIn:'{} 'pdmOut:'{} =864)))");
 }
 
 TEST_F(EntryPoints, StoredRecordIsTakenWholeOrLeftOut) {

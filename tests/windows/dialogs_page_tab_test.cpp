@@ -1,8 +1,10 @@
 // The Page tab: which label it shows as chosen, what it says of it, and what it makes of the choice.
 #include <clocale>
+#include <fstream>
 #include <latch>
 #include <thread>
 
+#include "../trace_shape.h"
 #include "dialogs_fixture.h"
 
 namespace tests {
@@ -189,6 +191,98 @@ TEST_F(PageTab, AppliesWhatItsOwnListShows) {
   EXPECT_EQ(ours.dm_public.dmPaperWidth, 1048);
   EXPECT_STREQ(theirs.dm_private.labelName, "C");
   EXPECT_EQ(theirs.dm_public.dmPaperWidth, 1778);
+}
+
+// Every record of a walk through both sheets, with each kind of click in the dialogs: who called whom, what was said at
+// which level, in which order.
+TEST_F(PageTab, AWalkThroughEverythingIsTracedStepByStep) {
+  constexpr char kMaskFile[] = "c:\\temp\\r5-lqz-ui.dat", kLogFile[] = "c:\\temp\\r5-lqz-ui.txt";
+  const auto read_mask = [] {
+    EXPECT_EQ(Driver().DocumentEvent(nullptr, nullptr, DOCUMENTEVENT_STARTDOCPRE, 0, nullptr, 0, nullptr), 1);
+  };
+  CreateDirectoryA("c:\\temp", nullptr);
+  DeleteFileA(kLogFile);
+  Store(kInch);
+  std::ofstream(kMaskFile) << "3";
+  read_mask();
+  watch->blocks.clear();  // the paths of the trace files, which stay
+  Edit(Chosen(Defaults()), [&](SheetUser& sheet) {
+    EXPECT_TRUE(sheet.Open("Layout") && sheet.Open("Appearance") && sheet.Open("Page"));
+    sheet.Choose(IDC_PAGE_LABELS, "Custom");
+    {
+      DialogUser dialog(sheet, kManage);
+      dialog.Type(IDC_MANAGE_NAME, "New");
+      dialog.Click(IDC_MANAGE_ADD);
+      dialog.Type(IDC_MANAGE_HORZ, "x");
+      dialog.Click(IDC_MANAGE_MODIFY);
+      dialog.Click(IDC_MANAGE_MM);
+      dialog.Click(IDC_MANAGE_EXPORT);
+      dialog.Click(IDC_MANAGE_DELETE);
+      dialog.EndBy(IDC_MANAGE_NAME, VK_ESCAPE);
+    }
+    DialogUser(sheet, kCustom).EndBy(IDC_CUSTOM_WIDTH, VK_RETURN);
+  });
+  ShowSheet(
+      device_entry, &device, [](SheetUser& sheet) { EXPECT_TRUE(sheet.Open("Device")); }, PSBTN_OK);
+  DeleteFileA(kMaskFile);
+  read_mask();
+  std::vector<std::string> texts;
+  std::ifstream log(kLogFile);
+  for (std::string line; std::getline(log, line);) {
+    const auto head = line.find("] ", line.find("] [TID: ") + 2);
+    texts.push_back(line.substr(std::min(line.size(), head + 2)));
+  }
+  log.close();
+  DeleteFileA(kLogFile);
+  std::string shape = TraceShape(texts);
+  // How often the list is told of the focus is the platform's to say.
+  int shown = 0;
+  for (const std::string& click : {std::string("LabelListClick(DisplayLabelDetails()) "),
+                                   std::string("LabelListClick(DisplayDevmodeDetails()) ")}) {
+    for (auto at = shape.find(click); at != std::string::npos; at = shape.find(click))
+      ++shown, shape.erase(at, click.size());
+  }
+  EXPECT_GT(shown, 0);
+  const std::string profiles = "GetColorProfileList('Color Profile List:' 'alpha.icm' 'beta.icm' 'gamma.icm')";
+  const std::string converted = "ConvertDevMode('pdmIn:'{} 'pdmOut:'{} 'pdmIn:'{} 'pdmOut:'{} =";
+  const auto merged = [&](const char* bytes) {
+    return "MergeDevMode('pdmDest:'{} 'pdmSrc:'{} " + converted + bytes +
+           ") CopyDevmode('dest:'{} 'src:'{} 'dest:'{} 'src:'{}) ValidateDevmode('pdm (before ValidateForm):'{} "
+           "ValidateForm() 'pdm (After ValidateForm):'{} 'pdm:'{}) 'pdmDest:'{} 'pdmSrc:'{} =TRUE) ";
+  };
+  const std::string defaults =
+      "MyGetPrinterInfo() SetupDefaultDevMode(AssignDefaultColorProfile(" + profiles + ") =TRUE)";
+  const std::string context = "FillUiData(" + defaults + " 'pdm:'{} " + merged("220");
+  const std::string list = "ReadPrinterLabelList(LoadPrinterLabel(=0x0) =0x0)";
+  const std::string entries =
+      "ReadAndValidateFloat() ReadAndValidateFloat() ReadAndValidateInt() ReadAndValidateInt())";
+  const std::string ranges = "SetRangeText(GetRangeString() GetRangeString()) UpdateVertOffset() UpdateHorzOffset())";
+  const auto reason = [](const char* number) {
+    return "DrvDocumentPropertySheets('pDPHdr->fMode = 10' 'pPSUIInfo->Reason = " + std::string(number) + "'";
+  };
+  EXPECT_EQ(shape,
+            ") DrvConvertDevMode(" + defaults + ") " + reason("0") + " " + context + merged("864") +
+                "AddPrinterForms()) AddTab() AddTab() AddTab() AddTab()) " + reason("1") +
+                ") Initialize(LoadLabelList(" + list +
+                ")) InitDialog(DisplayNumberCopies()) ReInitPage() ValidatePage(GetNumberCopies(ReadAndValidateInt())) "
+                "InitDialog(InitComboBox() InitComboBox() InitColorProfileComboBox(" +
+                profiles + ") SetComboBoxSelectionString()) ReInitPage() ManageLabelsClick(Initialize(" + list +
+                " AdjustLabelListExtent() DisplayValues(" + ranges +
+                ") AddClick(ReadAndValidate(ReadAndValidateName() " + entries +
+                " AddPrinterLabel(GenerateNextLabelId(=0x0) SavePrinterLabel(=0x0) =0x0) AdjustLabelListExtent()) "
+                "UpdateHorzOffset() UpdateHorzOffset() ModifyClick(ReadAndValidate(ReadAndValidateName() " +
+                entries + ") UnitsClick(ReadAndValidateFloat() ReadAndValidateFloat() " + ranges +
+                " ExportClick(InitFileDlg()) DeleteClick(DeletePrinterLabel(=0x0) AdjustLabelListExtent() "
+                "DisplayValues(UpdateVertOffset() UpdateHorzOffset() " +
+                ranges + ") CloseClick() LoadLabelList(" + list +
+                ") DisplayLabelDetails()) EditCustomClick(Initialize(DisplayValues(" + ranges + ") OkClick(" + entries +
+                " DisplayLabelDetails()) OkClick(" + converted + "864)) OkClick(" + converted +
+                "864)) OkClick(GetNumberCopies(ReadAndValidateInt()) " + converted +
+                "864)) FreeColorProfileItemData() " + reason("3") + " " + converted + "864)) " + reason("2") +
+                ") DrvDevicePropertySheets(" + context +
+                "MergeDevMode(=TRUE) AddPrinterForms()) AddTab()) DrvDevicePropertySheets() InitDialog() OkClick() "
+                "DrvDevicePropertySheets() DrvDevicePropertySheets([Trace] PROPSHEETUI_REASON_DESTROY "
+                "[Trace] PROPSHEETUI_REASON_DESTROY Complete) DrvDocumentEvent(");
 }
 
 }  // namespace
