@@ -112,6 +112,18 @@ TEST_F(Settings, ConversionCopiesWhatBothHoldAndKeepsTheOutputsForm) {
   EXPECT_EQ(ConvertDevMode(nullptr, record.get()), -1);
   EXPECT_EQ(ConvertDevMode(record.get(), nullptr), -1);
   EXPECT_EQ(ConvertDevMode(record.get(), record.get()), 864) << "one buffer as input and output";
+
+  // Two records that overlap: the input's fields come to lie where its words were, and claim 864 bytes of its 220.
+  constexpr std::size_t kShift = 8;
+  const std::unique_ptr<BYTE[]> overlapped(new BYTE[kShift + kPublicSize]());
+  auto* const out = reinterpret_cast<DEVMODEW*>(overlapped.get());
+  auto* const in = reinterpret_cast<DEVMODEW*>(overlapped.get() + kShift);
+  PutForm(out, {0x0401, 0x0401, 220, 0});
+  PutForm(in, {0x0401, 0x0401, 220, 0});
+  in->dmOrientation = 220;
+  in->dmPaperSize = 644;
+  log_mask = kMessageBit;
+  EXPECT_EQ(ConvertDevMode(in, out), 220);
 }
 
 TEST_F(Settings, OutputTakesTheCallersShape) {
