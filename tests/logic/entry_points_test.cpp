@@ -440,6 +440,14 @@ TEST_F(EntryPoints, OptionIsStoredUnderTheSpoolersIdentity) {
   EXPECT_EQ(LogLines().back(), "[Error] Couldn't get printer handle: 0x5");
   EXPECT_EQ(GetPrinterName(nullptr), nullptr);
   EXPECT_EQ(LogLines().back(), "[Error] GetPrinterName: GetPrinter failed: 0x6");
+  // A client that cannot be had back: reported, and neither the result nor the last error is hidden by it.
+  platform::AddPrinter(kPrinterName, kDriverName);
+  platform::FailCall("ImpersonatePrinterClient", 1, ERROR_BAD_IMPERSONATION_LEVEL);
+  SetLastError(kUntouchedError);
+  EXPECT_TRUE(SetBufferPrintJob(printer(), 1));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_SUCCESS});
+  EXPECT_EQ(LogLines().back(), "[Error] Could not resume the client's identity: 0x542");
+  platform::Reset();  // the token is nobody's
 }
 
 }  // namespace
