@@ -287,11 +287,29 @@ TEST_F(ManagePages, ImportedNamesAreMadeUnique) {
   });
 }
 
-long reported_size;
+LONGLONG reported_size;
+
+BOOL WINAPI Measure(HANDLE file, LARGE_INTEGER* size) {
+  const BOOL measured = GetFileSizeEx(file, size);
+  if (reported_size) size->QuadPart = reported_size;
+  return measured;
+}
+
+// What the host starts must not inherit a list's file, and whoever is behind its name must not act as the user.
+HANDLE WINAPI OpenWatched(LPCWSTR path, DWORD access, DWORD sharing, LPSECURITY_ATTRIBUTES security, DWORD disposition,
+                          DWORD flags, HANDLE like) {
+  const HANDLE file = CreateFileW(path, access, sharing, security, disposition, flags, like);
+  DWORD inherited = 0;
+  EXPECT_TRUE(file == INVALID_HANDLE_VALUE || (GetHandleInformation(file, &inherited) && inherited == 0));
+  EXPECT_EQ(flags & SECURITY_VALID_SQOS_FLAGS, DWORD{SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION});
+  return file;
+}
 
 // A file that is no list, or another one than it seemed: nothing is said or stored, the first page is shown again.
 TEST_F(ManagePages, ListsGoToFilesAndBack) {
   const std::string list = ListOf(2);
+  watch->Replace("kernel32.dll", "CreateFileW", &OpenWatched);
+  watch->Replace("kernel32.dll", "GetFileSizeEx", &Measure);
   PutFile(std::string(5000, '#'));
   Work(kManage, {{{}, Export}, {{}, [](DialogUser& dialog) { chosen_file.clear(), Export(dialog), Import(dialog); }}});
   EXPECT_EQ(FileText(), "{\n\t\"version\":\t0,\n\t\"list\":\t[]\n}") << "a longer file is replaced, and only once";
@@ -317,14 +335,13 @@ TEST_F(ManagePages, ListsGoToFilesAndBack) {
   for (const std::string& text : {list.substr(0, 0), list.substr(0, list.size() - 1), "\xEF\xBB\xBF" + list}) {
     refuse(ImportOf(text));
   }
-  // As if the file had grown since it was measured, were none, or were huge.
-  watch->Replace(
-      "msvcrt.dll", "ftell", +[](FILE* file) { return reported_size ? reported_size : ftell(file); });
-  for (const long size : {static_cast<long>(list.size()) - 5, -1L, 0x7FFFFFFFL}) {
+  // As if the file had grown since it was measured, were none, or were larger than any list.
+  constexpr LONGLONG kLargest = 1024 * 1024;
+  for (const LONGLONG size : {static_cast<LONGLONG>(list.size()) - 5, -1LL, kLargest + 1, 0x100000100LL}) {
     refuse([=](DialogUser& dialog) { reported_size = size, ImportOf(list)(dialog), reported_size = 0; });
   }
   const std::string grown = all + "261 F0 4.13 5.00 0 0 1;262 F1 4.13 5.00 0 0 1;";
-  const auto shrunk = [&](DialogUser& dialog) { reported_size = 10000, ImportOf(list)(dialog); };
+  const auto shrunk = [&](DialogUser& dialog) { reported_size = kLargest, ImportOf(list)(dialog); };
   steps.push_back({{}, shrunk, "", nullptr, grown.c_str()});
   steps.push_back({{}, [](DialogUser& dialog) { chosen_file = L"no such folder\\pages.zpk", Export(dialog); }});
   Work(kManage, steps);
