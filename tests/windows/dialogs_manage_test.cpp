@@ -287,6 +287,46 @@ TEST_F(ManagePages, ImportedNamesAreMadeUnique) {
   });
 }
 
+// Run in Chinese too, where a character takes two bytes: nothing is cut within one. Where the code page lacks the
+// characters each becomes one byte, and everything fits.
+TEST_F(ManagePages, NamesAndNumbersAreStoredWholeOrRefused) {
+  const auto stored_as = [](const std::wstring& text) {
+    char narrow[256] = "";
+    WideCharToMultiByte(CP_ACP, 0, text.c_str(), -1, narrow, sizeof narrow, nullptr, nullptr);
+    return std::string(narrow);
+  };
+  const std::wstring most(31, L'\u4E2D'), blanks = L"  ";
+  Edit(Defaults(), [&](SheetUser& sheet) {
+    DialogUser dialog(sheet, kManage);
+    const auto set = [&](int id, const std::wstring& text) { SetDlgItemTextW(dialog.Tab(), id, text.c_str()); };
+    std::string names;
+    for (const auto& name : {most + L"1", most + L"\u4E2D", most + L"12", blanks + most + blanks}) {
+      set(IDC_MANAGE_NAME, name);
+      Add(dialog);
+      const auto bytes = stored_as(name.starts_with(L' ') ? most : name);
+      const bool fits = bytes.size() < 64;
+      if (fits) names += bytes + ";";
+      EXPECT_EQ(Said(), fits ? "" : ModuleText(IDS_NAME_TOO_LONG) + ":\n" + Narrow(name.c_str(), 64)) << bytes;
+      EXPECT_EQ(StoredNames(), names);
+      EXPECT_EQ(dialog.Pages(), names);
+    }
+    // What is left of a number is no other number.
+    set(IDC_MANAGE_NAME, L"N");
+    const std::pair<int, int> kFields[] = {{IDC_MANAGE_WIDTH, IDS_INVALID_WIDTH},
+                                           {IDC_MANAGE_VERT, IDS_INVALID_OFFSET}};
+    for (const auto& [field, message] : kFields) {
+      const std::string before = dialog.Text(field);
+      set(field, std::wstring(4, L'\u4E2D'));
+      Add(dialog);
+      EXPECT_TRUE(Said().starts_with(ModuleText(message) + "\n"));
+      EXPECT_TRUE(field != IDC_MANAGE_VERT || dialog.Text(IDC_MANAGE_VERT_READOUT).starts_with("-.--- "));
+      set(field, std::wstring(before.begin(), before.end()));
+    }
+    EXPECT_EQ(StoredNames(), names);
+    dialog.EndBy(IDC_MANAGE_NAME, VK_ESCAPE);
+  });
+}
+
 LONGLONG reported_size;
 
 BOOL WINAPI Measure(HANDLE file, LARGE_INTEGER* size) {
