@@ -9,13 +9,15 @@ if(EXISTS ${R5LQZ_CJSON}/cjson/cJSON.c AND EXISTS ${R5LQZ_CJSON}/cjson/cJSON.h)
   add_library(r5lqz_cjson STATIC ${R5LQZ_CJSON}/cjson/cJSON.c)
   target_include_directories(r5lqz_cjson SYSTEM PUBLIC ${R5LQZ_CJSON})
   # Without the first its functions would be exported from the module. The second keeps the decimal point what it is
-  # in files when the host's locale has a comma.
-  target_compile_definitions(r5lqz_cjson PUBLIC CJSON_HIDE_SYMBOLS PRIVATE ENABLE_LOCALES)
+  # in files when the host's locale has a comma. The third: a label file has three levels, and each that the parser goes
+  # down takes of the host's stack.
+  target_compile_definitions(r5lqz_cjson PUBLIC CJSON_HIDE_SYMBOLS PRIVATE ENABLE_LOCALES CJSON_NESTING_LIMIT=32)
   target_compile_options(r5lqz_cjson PRIVATE -w $<$<BOOL:${R5LQZ_FUZZABLE}>:-fsanitize=fuzzer-no-link>)
   return()
 endif()
 
-# On Windows vcpkg.json names it. A library that was built elsewhere has no place in the checked build.
+# On Windows vcpkg.json names it; the limit of nested levels is then the one that it was built with (1000 as a rule),
+# which nobody here can set. A library that was built elsewhere has no place in the checked build.
 if(NOT WIN32)
   message(FATAL_ERROR "cJSON is missing: run scripts/setup")
 endif()

@@ -152,6 +152,43 @@ TEST_F(EntryPoints, DocumentPropertiesWithoutPrinterOrMemory) {
   EXPECT_EQ(DocumentProperties(nullptr, out.get(), DM_OUT_BUFFER), 1) << "a printer without names still has settings";
 }
 
+// The words that an output record brings along may be left from anything: they claim what its block need not hold.
+TEST_F(EntryPoints, OutputIsDumpedAsFarAsTheCallMayWrite) {
+  const struct {
+    WORD in_size, in_extra;  // 0: no input record
+    std::size_t room;
+    RecordForm stale;
+    DWORD mode;
+    int lines;  // the title's among them
+  } kRows[] = {{220, 80, 300, {0x0401, 0x0401, 220, 644}, DM_OUT_BUFFER, 39},
+               {188, 112, 300, {0x0401, 0x0401, 220, 644}, DM_OUT_BUFFER, 39},
+               {188, 0, 188, {0x0401, 0x0401, 220, 644}, DM_OUT_DEFAULT, 30},
+               {1000, 9000, 864, {0x0401, 0x0401, 220, 65535}, DM_OUT_BUFFER, 49},
+               {0, 0, 864, {0x0401, 0x0401, 220, 65535}, DM_OUT_BUFFER, 49},
+               {220, 80, 300, {0x0401, 0x0401, 220, 20}, DM_OUT_BUFFER, 39},
+               {220, 80, 300, {0x0401, 0x0401, 65535, 65535}, DM_OUT_BUFFER, 2},
+               {72, 0, 72, {0x0401, 0x0401, 220, 644}, DM_OUT_BUFFER, 9},
+               {40, 0, 40, {}, DM_OUT_BUFFER, 1},  // no room for the words themselves
+               {0, 0, 1, {}, DM_IN_BUFFER, 1}};    // nothing is written, so no room is promised
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(testing::Message() << "input of " << row.in_size << " + " << row.in_extra << ", room " << row.room);
+    const Record in(row.in_size, row.in_extra);
+    const std::unique_ptr<BYTE[]> block(new BYTE[row.room]);
+    std::memset(block.get(), 'A', row.room);
+    auto* const out = reinterpret_cast<DEVMODEW*>(block.get());
+    if (row.room >= kFormEnd) PutForm(out, row.stale);
+    const auto earlier = static_cast<std::ptrdiff_t>(LogLines().size());
+    log_mask = kMessageBit;
+    EXPECT_EQ(DocumentProperties(row.in_size ? in.get() : nullptr, out, row.mode), 1);
+    log_mask = 0;
+    const auto lines = LogLines();
+    const auto title = std::find(lines.begin() + earlier, lines.end(), "[Info]  pDPHdr->pdmOut:");
+    const auto end = std::find(title, lines.end(), "[Info]  Color Profile List:");  // the next records
+    EXPECT_EQ(end - title, row.lines);
+    if (row.room < kFormEnd) EXPECT_EQ(std::count(block.get(), block.get() + row.room, 'A'), row.room);
+  }
+}
+
 TEST_F(EntryPoints, DocumentPropertiesLayDefaultsStoredAndCallersRecords) {
   Record stored(Defaults());
   stored.whole().dm_private.mirrorImage = 1;
@@ -428,6 +465,14 @@ TEST_F(EntryPoints, OptionIsStoredUnderTheSpoolersIdentity) {
   EXPECT_EQ(LogLines().back(), "[Error] Couldn't get printer handle: 0x5");
   EXPECT_EQ(GetPrinterName(nullptr), nullptr);
   EXPECT_EQ(LogLines().back(), "[Error] GetPrinterName: GetPrinter failed: 0x6");
+  // A client that cannot be had back: reported, and neither the result nor the last error is hidden by it.
+  platform::AddPrinter(kPrinterName, kDriverName);
+  platform::FailCall("ImpersonatePrinterClient", 1, ERROR_BAD_IMPERSONATION_LEVEL);
+  SetLastError(kUntouchedError);
+  EXPECT_TRUE(SetBufferPrintJob(printer(), 1));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_SUCCESS});
+  EXPECT_EQ(LogLines().back(), "[Error] Could not resume the client's identity: 0x542");
+  platform::Reset();  // the token is nobody's
 }
 
 }  // namespace

@@ -42,6 +42,10 @@ TEST_F(LabelJson, ATextThatIsNoListIsRefused) {
   }
   for (std::size_t length = 0; length < list.size(); ++length) EXPECT_EQ(Read(list.substr(0, length)), "") << length;
   EXPECT_EQ(Read("\x01\r\n" + list + "anything"), "No Name 1 4.13x5.00 1 0,0 #259;");
+  // Root and list are two of the levels that a text may have.
+  const auto nested = [](std::size_t levels) { return List(std::string(levels, '[') + std::string(levels, ']')); };
+  EXPECT_EQ(Read(nested(30)), "No Name 1 4.13x5.00 1 0,0 #259;");
+  EXPECT_EQ(Read(nested(31)), "");
 }
 
 TEST_F(LabelJson, EachMemberIsCheckedOrBecomesItsDefault) {

@@ -117,6 +117,37 @@ TEST_F(LabelStore, ListHoldsAsManyAsItHasRoomFor) {
   EXPECT_EQ(Labels(0).size(), 0u);
 }
 
+// Keys without end that anybody with write access to the printer's data may have made: each listing gives them up.
+TEST_F(LabelStore, UnreadableKeysWithoutEndAreGivenUp) {
+  log_mask = kMessageBit;
+  const auto list_after = [&](int unreadable) {
+    std::u16string list = u"300|";
+    for (int key = 0; key < unreadable; ++key) list += u"400|";
+    list += u"301||";
+    std::replace(list.begin(), list.end(), u'|', u'\0');
+    platform::SetKeyListBytes(kPrinterName, "Label Sizes", std::as_bytes(std::span(list)));
+    const auto before = platform::Calls("GetPrinterDataExA");
+    std::string found;
+    for (const PrinterLabel& label : Labels()) found += label.name;
+    return found + " " + std::to_string(platform::Calls("GetPrinterDataExA") - before);
+  };
+  StoreLabel(300, "First", "50", "60", kMillimetres);
+  StoreLabel(301, "Last", "50", "60", kMillimetres);
+  EXPECT_EQ(list_after(255), "FirstLast 269");
+  EXPECT_EQ(list_after(256), "First 263");
+  EXPECT_EQ(list_after(30000), "First 263");
+  EXPECT_EQ(LogLines().back(), "[Error] Gave up the label list after 256 unreadable labels");
+
+  // Nor is memory taken for a list that no label numbers fill.
+  const std::u16string huge(9 * 1024 * 1024, u'1');
+  platform::SetKeyListBytes(kPrinterName, "Label Sizes", std::as_bytes(std::span(huge)));
+  PrinterLabel label;
+  LONG count = -1;
+  EXPECT_EQ(ReadPrinterLabelList(printer(), &label, 1, &count), DWORD{ERROR_NOT_ENOUGH_MEMORY});
+  EXPECT_EQ(count, 0);
+  EXPECT_EQ(LogLines().back(), "[Error] Could not read label list from registry: 0x8");
+}
+
 TEST_F(LabelStore, ListThatGrowsWhileItIsReadIsReadAgain) {
   StoreLabel(258, "First", "50", "60", kMillimetres);
   int enumerations = 0;

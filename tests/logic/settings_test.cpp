@@ -112,6 +112,18 @@ TEST_F(Settings, ConversionCopiesWhatBothHoldAndKeepsTheOutputsForm) {
   EXPECT_EQ(ConvertDevMode(nullptr, record.get()), -1);
   EXPECT_EQ(ConvertDevMode(record.get(), nullptr), -1);
   EXPECT_EQ(ConvertDevMode(record.get(), record.get()), 864) << "one buffer as input and output";
+
+  // Two records that overlap: the input's fields come to lie where its words were, and claim 864 bytes of its 220.
+  constexpr std::size_t kShift = 8;
+  const std::unique_ptr<BYTE[]> overlapped(new BYTE[kShift + kPublicSize]());
+  auto* const out = reinterpret_cast<DEVMODEW*>(overlapped.get());
+  auto* const in = reinterpret_cast<DEVMODEW*>(overlapped.get() + kShift);
+  PutForm(out, {0x0401, 0x0401, 220, 0});
+  PutForm(in, {0x0401, 0x0401, 220, 0});
+  in->dmOrientation = 220;
+  in->dmPaperSize = 644;
+  log_mask = kMessageBit;
+  EXPECT_EQ(ConvertDevMode(in, out), 220);
 }
 
 TEST_F(Settings, OutputTakesTheCallersShape) {
@@ -207,30 +219,38 @@ TEST_F(Settings, UnusableSourceLeavesTheDestination) {
 }
 
 TEST_F(Settings, ValidationForcesEveryField) {
-  DriverDevMode record;
-  std::memset(&record, 0x7E, sizeof record);  // every number far out of range
-  PutForm(&record.dm_public, kCurrentForm);
-  record.dm_public.dmPaperSize = 9;
-  DriverDevMode expected = record;  // what is not checked stays
-  ValidateDevmode(record, printer());
+  for (const SHORT paper : {SHORT{9}, SHORT{300}}) {  // one that is not supported, one without a label
+    DriverDevMode record;
+    std::memset(&record, 0x7E, sizeof record);  // every number far out of range, no text terminated
+    PutForm(&record.dm_public, kCurrentForm);
+    record.dm_public.dmPaperSize = paper;
+    DriverDevMode expected = record;  // what is not checked stays
+    ValidateDevmode(record, printer());
 
-  const DriverDevMode defaults = Defaults();
-  DEVMODEW& settings = expected.dm_public;
-  settings.dmPaperSize = 256;
-  std::memcpy(settings.dmFormName, defaults.dm_public.dmFormName, sizeof settings.dmFormName);
-  settings.dmPaperWidth = 1048;
-  settings.dmPaperLength = 1270;
-  settings.dmPrintQuality = settings.dmYResolution = 300;
-  settings.dmOrientation = settings.dmCopies = settings.dmDuplex = 1;
-  settings.dmScale = 100;
-  settings.dmCollate = 0;
-  settings.dmFields |= 0x0001000E;
-  PrivateDevMode& own = expected.dm_private;
-  own.vertOffset = own.horzOffset = 0;
-  own.colorAdjust = own.rotate180 = own.mirrorImage = own.usePrivateCopies = 0;
-  own.rendIntent = 1;
-  own.copies = 1;
-  ExpectSame(record, expected);
+    DEVMODEW& settings = expected.dm_public;
+    settings.dmPaperSize = paper == 9 ? 256 : paper;
+    std::memset(settings.dmFormName, 0, sizeof settings.dmFormName);
+    if (paper == 9) std::memcpy(settings.dmFormName, L"Custom", sizeof L"Custom");
+    std::memset(settings.dmDeviceName, 0, sizeof settings.dmDeviceName);
+    settings.dmPaperWidth = 1048;
+    settings.dmPaperLength = 1270;
+    settings.dmPrintQuality = settings.dmYResolution = 300;
+    settings.dmOrientation = settings.dmCopies = settings.dmDuplex = 1;
+    settings.dmScale = 100;
+    settings.dmCollate = 0;
+    settings.dmFields |= 0x0001000E;
+    PrivateDevMode& own = expected.dm_private;
+    own.vertOffset = own.horzOffset = 0;
+    own.colorAdjust = own.rotate180 = own.mirrorImage = own.usePrivateCopies = 0;
+    own.rendIntent = 1;
+    own.copies = 1;
+    // Whoever gets the record reads its texts up to their terminators.
+    std::memset(own.labelName, 0, sizeof own.labelName);
+    std::memset(own.width_string, 0, sizeof own.width_string);
+    std::memset(own.length_string, 0, sizeof own.length_string);
+    std::memset(own.colorProfile, 0, sizeof own.colorProfile);
+    ExpectSame(record, expected);
+  }
 }
 
 TEST_F(Settings, ValuesAtTheirLimitsSurviveValidation) {
@@ -260,7 +280,11 @@ TEST_F(Settings, ValuesAtTheirLimitsSurviveValidation) {
     DriverDevMode record = Defaults();
     record.dm_private.vertOffset = record.dm_private.horzOffset = offset;
     record.dm_private.rendIntent = 3;
+    std::memset(record.dm_private.labelName, 'n', kLabelNameSize - 1);
+    std::fill_n(record.dm_private.colorProfile, kProfileNameSize - 1, L'p');
     ValidateDevmode(record, printer());
+    EXPECT_EQ(std::strlen(record.dm_private.labelName), kLabelNameSize - 1);
+    EXPECT_EQ(Text(record.dm_private.colorProfile).size(), kProfileNameSize - 1);
     EXPECT_EQ(record.dm_private.vertOffset, kept);
     EXPECT_EQ(record.dm_private.horzOffset, kept);
     EXPECT_EQ(record.dm_private.rendIntent, 3u);

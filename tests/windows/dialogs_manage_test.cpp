@@ -305,11 +305,69 @@ TEST_F(ManagePages, ImportedNamesAreMadeUnique) {
   });
 }
 
-long reported_size;
+// Run in Chinese too, where a character takes two bytes: nothing is cut within one. Where the code page lacks the
+// characters each becomes one byte, and everything fits.
+TEST_F(ManagePages, NamesAndNumbersAreStoredWholeOrRefused) {
+  const auto stored_as = [](const std::wstring& text) {
+    char narrow[256] = "";
+    WideCharToMultiByte(CP_ACP, 0, text.c_str(), -1, narrow, sizeof narrow, nullptr, nullptr);
+    return std::string(narrow);
+  };
+  const std::wstring most(31, L'\u4E2D'), blanks = L"  ";
+  Edit(Defaults(), [&](SheetUser& sheet) {
+    DialogUser dialog(sheet, kManage);
+    const auto set = [&](int id, const std::wstring& text) { SetDlgItemTextW(dialog.Tab(), id, text.c_str()); };
+    std::string names;
+    for (const auto& name : {most + L"1", most + L"\u4E2D", most + L"12", blanks + most + blanks}) {
+      set(IDC_MANAGE_NAME, name);
+      Add(dialog);
+      const auto bytes = stored_as(name.starts_with(L' ') ? most : name);
+      const bool fits = bytes.size() < 64;
+      if (fits) names += bytes + ";";
+      EXPECT_EQ(Said(), fits ? "" : ModuleText(IDS_NAME_TOO_LONG) + ":\n" + Narrow(name.c_str(), 64)) << bytes;
+      EXPECT_EQ(StoredNames(), names);
+      EXPECT_EQ(dialog.Pages(), names);
+    }
+    // What is left of a number is no other number.
+    set(IDC_MANAGE_NAME, L"N");
+    const std::pair<int, int> kFields[] = {{IDC_MANAGE_WIDTH, IDS_INVALID_WIDTH},
+                                           {IDC_MANAGE_VERT, IDS_INVALID_OFFSET}};
+    for (const auto& [field, message] : kFields) {
+      const std::string before = dialog.Text(field);
+      set(field, std::wstring(4, L'\u4E2D'));
+      Add(dialog);
+      EXPECT_TRUE(Said().starts_with(ModuleText(message) + "\n"));
+      EXPECT_TRUE(field != IDC_MANAGE_VERT || dialog.Text(IDC_MANAGE_VERT_READOUT).starts_with("-.--- "));
+      set(field, std::wstring(before.begin(), before.end()));
+    }
+    EXPECT_EQ(StoredNames(), names);
+    dialog.EndBy(IDC_MANAGE_NAME, VK_ESCAPE);
+  });
+}
+
+LONGLONG reported_size;
+
+BOOL WINAPI Measure(HANDLE file, LARGE_INTEGER* size) {
+  const BOOL measured = GetFileSizeEx(file, size);
+  if (reported_size) size->QuadPart = reported_size;
+  return measured;
+}
+
+// What the host starts must not inherit a list's file, and whoever is behind its name must not act as the user.
+HANDLE WINAPI OpenWatched(LPCWSTR path, DWORD access, DWORD sharing, LPSECURITY_ATTRIBUTES security, DWORD disposition,
+                          DWORD flags, HANDLE like) {
+  const HANDLE file = CreateFileW(path, access, sharing, security, disposition, flags, like);
+  DWORD inherited = 0;
+  EXPECT_TRUE(file == INVALID_HANDLE_VALUE || (GetHandleInformation(file, &inherited) && inherited == 0));
+  EXPECT_EQ(flags & SECURITY_VALID_SQOS_FLAGS, DWORD{SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION});
+  return file;
+}
 
 // A file that is no list, or another one than it seemed: nothing is said or stored, the first page is shown again.
 TEST_F(ManagePages, ListsGoToFilesAndBack) {
   const std::string list = ListOf(2);
+  watch->Replace("kernel32.dll", "CreateFileW", &OpenWatched);
+  watch->Replace("kernel32.dll", "GetFileSizeEx", &Measure);
   PutFile(std::string(5000, '#'));
   Work(kManage, {{{}, Export}, {{}, [](DialogUser& dialog) { chosen_file.clear(), Export(dialog), Import(dialog); }}});
   EXPECT_EQ(FileText(), "{\n\t\"version\":\t0,\n\t\"list\":\t[]\n}") << "a longer file is replaced, and only once";
@@ -335,14 +393,13 @@ TEST_F(ManagePages, ListsGoToFilesAndBack) {
   for (const std::string& text : {list.substr(0, 0), list.substr(0, list.size() - 1), "\xEF\xBB\xBF" + list}) {
     refuse(ImportOf(text));
   }
-  // As if the file had grown since it was measured, were none, or were huge.
-  watch->Replace(
-      "msvcrt.dll", "ftell", +[](FILE* file) { return reported_size ? reported_size : ftell(file); });
-  for (const long size : {static_cast<long>(list.size()) - 5, -1L, 0x7FFFFFFFL}) {
+  // As if the file had grown since it was measured, were none, or were larger than any list.
+  constexpr LONGLONG kLargest = 1024 * 1024;
+  for (const LONGLONG size : {static_cast<LONGLONG>(list.size()) - 5, -1LL, kLargest + 1, 0x100000100LL}) {
     refuse([=](DialogUser& dialog) { reported_size = size, ImportOf(list)(dialog), reported_size = 0; });
   }
   const std::string grown = all + "261 F0 4.13 5.00 0 0 1;262 F1 4.13 5.00 0 0 1;";
-  const auto shrunk = [&](DialogUser& dialog) { reported_size = 10000, ImportOf(list)(dialog); };
+  const auto shrunk = [&](DialogUser& dialog) { reported_size = kLargest, ImportOf(list)(dialog); };
   steps.push_back({{}, shrunk, "", nullptr, grown.c_str()});
   steps.push_back({{}, [](DialogUser& dialog) { chosen_file = L"no such folder\\pages.zpk", Export(dialog); }});
   Work(kManage, steps);

@@ -193,6 +193,12 @@ void StockDrawingContexts() {
   for (const HDC context : contexts) ReleaseDC(nullptr, context);
 }
 
+std::string SheetTest::ModuleText(int id) {
+  wchar_t text[256] = L"";
+  LoadStringW(Module(), static_cast<UINT>(id), text, std::size(text));
+  return NarrowText(text);
+}
+
 void SheetTest::SetUp() {
   SpoolerTest::SetUp();
   if (HasFatalFailure()) return;
@@ -200,7 +206,7 @@ void SheetTest::SetUp() {
   device_entry = EntryOf(Module(), "DrvDevicePropertySheets");
   device = {sizeof device, 0, Printer(), PrinterName()};
   watch = std::make_unique<Watch>(Module());
-  settled = Edit(Defaults(), [](SheetUser& user) { EXPECT_TRUE(user.Open("Appearance")); });
+  settled = Edit(Defaults(), [](SheetUser& user) { EXPECT_TRUE(user.Open(ModuleText(IDS_TAB_COLOR))); });
   watch->shown.clear();
   heaps = GetProcessHeaps(0, nullptr);
 }

@@ -96,6 +96,8 @@ class SheetTest : public SpoolerTest {
   static DOCUMENTPROPERTYHEADER Header(const void* in, void* out, DWORD mode = DM_IN_BUFFER | DM_OUT_BUFFER);
   // The settings that come back through a document sheet closed by OK.
   static DriverDevMode Edit(const DriverDevMode& in, const Steps& steps);
+  // A text of the module's own in the language that the test runs in.
+  static std::string ModuleText(int id);
   // What a sheet's tabs report when each that was opened reports once.
   std::vector<LPARAM> Reported(LPARAM result) const;
 

@@ -41,18 +41,28 @@ void CopyBounded(std::span<Char, extent> destination, const std::type_identity_t
   CopyBounded(destination, TextAt(source, destination.size()));
 }
 
+// A wide text as a narrow one of the system's ANSI code page; what that lacks becomes its default character. Empty when
+// it does not fit with its terminator.
+template <std::size_t capacity>
+std::array<char, capacity> NarrowText(std::span<const WCHAR> wide) {
+  std::array<char, capacity> narrow{};
+  const auto text = TextIn(wide);
+  if (!text.empty()) {
+    const int bytes = WideCharToMultiByte(CP_ACP, 0, text.data(), static_cast<int>(text.size()), narrow.data(),
+                                          static_cast<int>(capacity - 1), nullptr, nullptr);
+    std::fill(narrow.begin() + std::max(bytes, 0), narrow.end(), '\0');
+  }
+  return narrow;
+}
+
 // A text of somebody else's as a trace record shows it: narrow, terminated, at most `capacity` bytes with the
 // terminator, empty when it does not fit. Control characters show as "?": a record is one line, whatever a text brings
 // along.
 template <std::size_t capacity>
 class ShownText {
  public:
-  // Wide characters, in the system's ANSI code page; what that lacks becomes its default character.
-  explicit ShownText(std::span<const WCHAR> wide) {
-    if (wide.empty()) return;
-    const int bytes = WideCharToMultiByte(CP_ACP, 0, wide.data(), static_cast<int>(wide.size()), text_.data(),
-                                          static_cast<int>(capacity - 1), nullptr, nullptr);
-    HideControls(static_cast<std::size_t>(std::max(bytes, 0)));
+  explicit ShownText(std::span<const WCHAR> wide) : text_(NarrowText<capacity>(wide)) {
+    HideControls(TextIn(std::span<const char>(text_)).size());
   }
   explicit ShownText(std::span<const char> narrow) {
     CopyBounded(std::span(text_), narrow);

@@ -1,6 +1,5 @@
 #include "dialogs/label_file.h"
 
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -10,29 +9,33 @@
 namespace r5lqz {
 namespace {
 
-// Far above what any list of pages takes: a file that somebody chose by mistake must not fill the host's memory.
-constexpr long kLargestFile = 64L * 1024 * 1024;
+// Bytes. A full list of pages takes some 25 KiB; parsed, a text can take forty times its size of the host's memory.
+constexpr LONGLONG kLargestFile = 1024 * 1024;
 
-OwnedHandle CreateOutput(const WCHAR* path) {
-  const HANDLE file =
-      CreateFileW(path, GENERIC_WRITE, FILE_SHARE_WRITE, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+// No process that the host starts inherits the handle. The name may lead to a pipe, whose other end then learns who the
+// user is but cannot act as him.
+OwnedHandle OpenFile(const WCHAR* path, DWORD access, DWORD sharing, DWORD disposition) {
+  constexpr DWORD kFlags = FILE_ATTRIBUTE_NORMAL | SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION;
+  const HANDLE file = CreateFileW(path, access, sharing, nullptr, disposition, kFlags, nullptr);
   return OwnedHandle(file == INVALID_HANDLE_VALUE ? nullptr : file);
 }
 
-// The file's size; 0 for what has none, such as a device.
-long SizeOf(std::FILE* file) {
-  if (std::fseek(file, 0, SEEK_END) != 0) return 0;
-  const long size = std::ftell(file);
-  return std::fseek(file, 0, SEEK_SET) == 0 && size > 0 && size <= kLargestFile ? size : 0;
+// The file's size; 0 for what has none, such as a device, or one that no list has.
+DWORD SizeOf(HANDLE file) {
+  LARGE_INTEGER size{};
+  if (GetFileType(file) != FILE_TYPE_DISK || !GetFileSizeEx(file, &size)) return 0;
+  return size.QuadPart > 0 && size.QuadPart <= kLargestFile ? static_cast<DWORD>(size.QuadPart) : 0;
 }
 
 // The file's bytes and a terminator. What is read counts, not what was measured: the file may have changed in between.
 RuntimeBlock<char> ReadWhole(const WCHAR* path) {
-  const OwnedFile file(_wfopen(path, L"rb"));
-  if (!file) return nullptr;
-  const auto size = static_cast<std::size_t>(SizeOf(file.get()));
-  RuntimeBlock<char> text(static_cast<char*>(std::malloc(size + 1)));
-  if (text) text.get()[std::fread(text.get(), 1, size, file.get())] = '\0';
+  const OwnedHandle file = OpenFile(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_EXISTING);
+  const DWORD size = file ? SizeOf(file.get()) : 0;
+  if (size == 0) return nullptr;
+  RuntimeBlock<char> text(static_cast<char*>(std::malloc(std::size_t{size} + 1)));
+  DWORD read = 0;
+  if (!text || !ReadFile(file.get(), text.get(), size, &read, nullptr)) return nullptr;
+  text.get()[read] = '\0';
   return text;
 }
 
@@ -41,7 +44,7 @@ RuntimeBlock<char> ReadWhole(const WCHAR* path) {
 BOOL ExportPrinterLabels(const PrinterLabel* labels, int count, const WCHAR* path) {
   const auto text = WriteLabelJson({labels, static_cast<std::size_t>(count)});
   if (!text || !path) return FALSE;
-  const OwnedHandle file = CreateOutput(path);
+  const OwnedHandle file = OpenFile(path, GENERIC_WRITE, FILE_SHARE_WRITE, CREATE_ALWAYS);
   if (!file) return FALSE;
   const auto length = static_cast<DWORD>(std::strlen(text.get()));
   DWORD written = 0;

@@ -8,7 +8,6 @@
 
 #include "diag/bounded_format.h"
 #include "diag/bounded_text.h"
-#include "diag/number_text.h"
 #include "diag/owned.h"
 #include "diag/trace.h"
 #include "dialogs/dialog_frame.h"
@@ -102,11 +101,10 @@ void ShowTooManyPages(HWND dialog) {
   MessageBoxW(dialog, LoadText(IDS_TOO_MANY_PAGES).data(), kTooManyTitle, MB_ICONERROR);
 }
 
-void ShowNameTooLong(HWND dialog, const char* name) {
+void ShowNameTooLong(HWND dialog, const WCHAR* name) {
   const StringText message = LoadText(IDS_NAME_TOO_LONG);
-  const auto wide_name = WidenText<std::tuple_size_v<CopyNameText>>(TextAt(name, std::tuple_size_v<CopyNameText>));
   StringText text;
-  FormatBounded(std::span(text), L"%s:\n%s", message.data(), wide_name.data());
+  FormatBounded(std::span(text), L"%s:\n%s", message.data(), name);
   ShowError(dialog, text.data());
 }
 
@@ -190,8 +188,12 @@ BOOL Initialize(HWND dialog, ManagePagesContext& context) {
 
 bool ReadAndValidateName(HWND dialog, PrinterLabel& page) {
   const TraceScope trace("ReadAndValidateName");
-  GetDlgItemTextA(dialog, IDC_MANAGE_NAME, page.name, sizeof page.name);
-  TrimWhitespace(page.name);
+  if (!ReadNarrowText(dialog, IDC_MANAGE_NAME, page.name)) {
+    std::array<WCHAR, kLabelNameSize> typed{};
+    GetDlgItemTextW(dialog, IDC_MANAGE_NAME, typed.data(), static_cast<int>(typed.size()));
+    ShowNameTooLong(dialog, typed.data());
+    return false;
+  }
   if (page.name[0]) return true;
   ShowMessage(dialog, IDS_NAME_MISSING);
   return false;
@@ -308,7 +310,7 @@ bool GiveFreeName(HWND dialog, const ManagePagesContext& context, PrinterLabel& 
   if (!IsLabelNameUsed(context.labels, context.count, page.name)) return true;
   const CopyNameText name = FindCopyName(context.labels, context.count, page.name);
   if (TextAt(name.data(), name.size()).size() >= sizeof page.name) {
-    ShowNameTooLong(dialog, name.data());
+    ShowNameTooLong(dialog, WidenText<std::tuple_size_v<CopyNameText>>(name).data());
     return false;
   }
   CopyBounded(std::span(page.name), name.data());

@@ -38,7 +38,7 @@ void ShowRange(HWND dialog, int control, const Limits& limits, DWORD units) {
 
 void UpdateReadout(HWND dialog, const SizeFields& fields, int edit, int readout) {
   std::array<char, 32> text{};
-  GetDlgItemTextA(dialog, edit, text.data(), static_cast<int>(text.size()));
+  if (!ReadNarrowText(dialog, edit, text)) text[0] = '?';  // no number in any case
   const bool millimetres = IsDlgButtonChecked(dialog, fields.millimetres) == BST_CHECKED;
   std::array<char, 50> word{};
   LoadStringA(ModuleHandle(), millimetres ? IDS_MM : IDS_INCHES, word.data(), static_cast<int>(word.size()));

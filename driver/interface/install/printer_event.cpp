@@ -18,7 +18,11 @@ class SpoolerIdentity {
   SpoolerIdentity() : client_(RevertToPrinterSelf()) {}
   ~SpoolerIdentity() {
     const LastErrorKeeper keeper;
-    if (client_) ImpersonatePrinterClient(client_);
+    if (!client_ || ImpersonatePrinterClient(client_)) return;
+    // The thread goes on with the spooler's rights, which only the host can end; at least it is known. The token is not
+    // closed: the call takes it over, and whether also when it fails nobody says. A token too many is the lesser evil
+    // beside closing what may be another thread's handle by now.
+    LOG_ERROR("Could not resume the client's identity: 0x%x", static_cast<unsigned>(GetLastError()));
   }
   SpoolerIdentity(const SpoolerIdentity&) = delete;
   SpoolerIdentity& operator=(const SpoolerIdentity&) = delete;

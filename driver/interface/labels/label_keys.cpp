@@ -16,6 +16,10 @@ constexpr WCHAR kParentKey[] = L"Label Sizes";
 // Somebody may add a label between the question for the size and the answer.
 constexpr int kMostAttempts = 3;
 
+// Bytes. All numbers that there are take less than half a megabyte as names; nobody's memory is filled with more junk
+// than this.
+constexpr DWORD kLargestList = 16 * 1024 * 1024;
+
 bool IsBlank(WCHAR character) {
   return character == ' ' || (character >= '\t' && character <= '\r');
 }
@@ -31,6 +35,14 @@ SHORT NumberIn(const WCHAR* name) {
   int number = 0;
   std::from_chars(digits.data(), end, number);
   return static_cast<SHORT>(number);
+}
+
+// Room for a list of `size` bytes; none without memory for it.
+RuntimeBlock<WCHAR> ListOf(DWORD size) {
+  if (size > kLargestList) return nullptr;
+  // Two more characters than asked for: the list then ends even when the store's own does not.
+  const std::size_t characters = size / sizeof(WCHAR) + 1;
+  return RuntimeBlock<WCHAR>(static_cast<WCHAR*>(std::calloc(characters + 2, sizeof(WCHAR))));
 }
 
 }  // namespace
@@ -60,9 +72,7 @@ ResultCode LabelKeyList::Read(HANDLE printer) {
   }
 
   for (int attempt = 0; attempt < kMostAttempts && code == ERROR_MORE_DATA; ++attempt) {
-    // Two more characters than asked for: the list then ends even when the store's own does not.
-    const std::size_t characters = size / sizeof(WCHAR) + 1;
-    names_.reset(static_cast<WCHAR*>(std::calloc(characters + 2, sizeof(WCHAR))));
+    names_ = ListOf(size);
     code = names_ ? EnumPrinterKeyW(printer, kParentKey, names_.get(), size, &size) : ERROR_NOT_ENOUGH_MEMORY;
   }
   if (code != ERROR_SUCCESS) {

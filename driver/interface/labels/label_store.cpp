@@ -38,6 +38,10 @@ constexpr std::array kValues{
 
 constexpr char kVersionName[] = "version";
 
+// How many labels that cannot be read one listing passes over. Each costs a call of the spooler, and whoever may write
+// the printer's data can make as many as the store holds.
+constexpr int kMostUnreadable = 256;
+
 // The largest value that a label has.
 using ValueBuffer = std::array<BYTE, kLabelNameSize>;
 
@@ -125,9 +129,15 @@ ResultCode ReadPrinterLabelList(HANDLE printer, PrinterLabel* labels, LONG capac
   LabelKeyList keys;
   const ResultCode code = keys.Read(printer);
   LONG loaded = 0;
-  for (SHORT id = 0; loaded < capacity && keys.Next(&id);) {
-    if (LoadPrinterLabel(printer, &labels[loaded], id) == ERROR_SUCCESS) ++loaded;
+  int unreadable = 0;
+  for (SHORT id = 0; loaded < capacity && unreadable < kMostUnreadable && keys.Next(&id);) {
+    if (LoadPrinterLabel(printer, &labels[loaded], id) == ERROR_SUCCESS) {
+      ++loaded;
+    } else {
+      ++unreadable;
+    }
   }
+  if (unreadable == kMostUnreadable) LOG_ERROR("Gave up the label list after %d unreadable labels", unreadable);
   *count = loaded;
   return trace.ReturnCode(code);
 }

@@ -13,8 +13,9 @@
 namespace r5lqz {
 
 // Reads the labels that can be read, in the spooler's order, into `labels` (`capacity` records of the caller's) from
-// the start; `count` is how many. A label that cannot be loaded is left out and the list still succeeds. ERROR_SUCCESS
-// also when the printer has no list; otherwise the code of the enumeration.
+// the start; `count` is how many. A label that cannot be loaded is left out and the list still succeeds; behind
+// the 256th of them nothing more is read. ERROR_SUCCESS also when the printer has no list; otherwise the code of the
+// enumeration.
 ResultCode ReadPrinterLabelList(HANDLE printer, PrinterLabel* labels, LONG capacity, LONG* count);
 
 // Reads the label numbered `id`; on failure the field that failed and those after it keep what they held.

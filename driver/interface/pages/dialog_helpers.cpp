@@ -4,7 +4,11 @@
 
 #include <commctrl.h>
 
+#include <algorithm>
+
 #include "diag/bounded_format.h"
+#include "diag/bounded_text.h"
+#include "diag/number_text.h"
 #include "diag/trace.h"
 #include "entry/module.h"
 #include "pages/number_entry.h"
@@ -12,6 +16,11 @@
 
 namespace r5lqz {
 namespace {
+
+// Characters with the terminator: no edit of the module takes more.
+constexpr std::size_t kLongestEntry = kLabelNameSize;
+// No code page takes more bytes for a UTF-16 unit.
+constexpr std::size_t kBytesPerUnit = 4;
 
 // Whole-number ranges: two signed 16-bit numbers at most.
 constexpr std::size_t kIntRangeTextSize = 16;
@@ -64,12 +73,21 @@ void SetComboBoxSelectionString(HWND dialog, int control, const WCHAR* wanted) {
   }
 }
 
+bool ReadNarrowText(HWND dialog, int control, std::span<char> text) {
+  std::array<WCHAR, kLongestEntry> typed{};
+  const auto size = static_cast<int>(std::min(text.size(), typed.size()));
+  const auto length = static_cast<std::size_t>(GetDlgItemTextW(dialog, control, typed.data(), size));
+  auto narrow = NarrowText<kBytesPerUnit * kLongestEntry>(std::span<const WCHAR>(typed).first(length));
+  const bool converted = narrow[0] || length == 0;
+  TrimWhitespace(narrow.data());
+  CopyBounded(text, std::span<const char>(narrow));
+  return converted && TextIn(std::span<const char>(narrow)).size() < text.size();
+}
+
 bool ReadAndValidateFloat(HWND dialog, int control, std::span<char, kNumberTextSize> text, LONG minimum, LONG maximum,
                           DWORD units, UINT message_id) {
   const TraceScope trace("ReadAndValidateFloat");
-  text[0] = '\0';
-  GetDlgItemTextA(dialog, control, text.data(), static_cast<int>(text.size()));
-  if (AcceptFloatEntry(text, minimum, maximum, units)) return true;
+  if (ReadNarrowText(dialog, control, text) && AcceptFloatEntry(text, minimum, maximum, units)) return true;
   std::array<WCHAR, kRangeTextSize> range;
   GetRangeString(range, minimum, maximum, units);
   ShowRangeError(dialog, message_id, range.data());
@@ -78,9 +96,7 @@ bool ReadAndValidateFloat(HWND dialog, int control, std::span<char, kNumberTextS
 
 bool ReadAndValidateInt(HWND dialog, int control, std::span<char> text, LONG minimum, LONG maximum, UINT message_id) {
   const TraceScope trace("ReadAndValidateInt");
-  text[0] = '\0';
-  GetDlgItemTextA(dialog, control, text.data(), static_cast<int>(text.size()));
-  if (AcceptIntEntry(text.data(), minimum, maximum)) return true;
+  if (ReadNarrowText(dialog, control, text) && AcceptIntEntry(text.data(), minimum, maximum)) return true;
   std::array<WCHAR, kIntRangeTextSize> range;
   FormatBounded(std::span(range), L"%d - %d", static_cast<int>(minimum), static_cast<int>(maximum));
   ShowRangeError(dialog, message_id, range.data());

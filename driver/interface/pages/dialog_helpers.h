@@ -29,6 +29,11 @@ void InitComboBox(HWND dialog, int control, std::span<const ComboBoxEntry> entri
 // Selects the first entry whose item value, a wide text, equals `wanted`; the first entry when none does.
 void SetComboBoxSelectionString(HWND dialog, int control, const WCHAR* wanted);
 
+// The one way to read a narrow text from a control: of its first text.size() - 1 characters (63 at most) what trimming
+// leaves, in the system's ANSI code page. False, with `text` empty, when that takes more bytes than there is room for:
+// a text is never cut within a character.
+bool ReadNarrowText(HWND dialog, int control, std::span<char> text);
+
 // Reads, checks and normalises a decimal entry; `text` then holds what is stored. Bounds in tenths of a millimetre,
 // shown and compared in `units`. False: the user has been told, with the message of the string table and the valid
 // range.

@@ -24,17 +24,30 @@ WORD SpecVersionOf(const RecordForm& form) {
   return known != kPublicVersions.end() ? known->spec_version : form.spec_version;
 }
 
-void DumpBoth(const DEVMODEW* in, const DEVMODEW* out) {
-  DumpTitled("pdmIn:", in);
-  DumpTitled("pdmOut:", out);
+// The two records of a conversion with their forms as they came: two records may overlap, so that afterwards the
+// input's words are anything.
+struct Conversion {
+  const DEVMODEW* in;
+  DEVMODEW* out;
+  RecordForm in_form;
+  RecordForm out_form;
+};
+
+// What may be read of a record whose words have been.
+DWORD BytesOf(const RecordForm& form) {
+  return std::max<DWORD>(form.total(), kFormEnd);
 }
 
-LONG Convert(const DEVMODEW* in, DEVMODEW* out) {
-  if (!in) return -1;
-  const RecordForm in_form = FormOf(in);
-  if (SpecVersionOf(in_form) == 0 || !out) return -1;
+void DumpBoth(const Conversion& both) {
+  DumpTitled("pdmIn:", both.in, BytesOf(both.in_form));
+  DumpTitled("pdmOut:", both.out, BytesOf(both.out_form));
+}
 
-  RecordForm out_form = FormOf(out);
+LONG Convert(const Conversion& both) {
+  const auto& [in, out, in_form, out_words] = both;
+  if (!in || SpecVersionOf(in_form) == 0 || !out) return -1;
+
+  RecordForm out_form = out_words;
   out_form.spec_version = SpecVersionOf(out_form);
   // An output that is too small for its own form words could not keep them: its private part would lie over them.
   if (out_form.spec_version == 0 || out_form.public_size < kFormEnd) return -1;
@@ -54,21 +67,17 @@ LONG Convert(const DEVMODEW* in, DEVMODEW* out) {
 
 LONG ConvertDevMode(const DEVMODEW* in, DEVMODEW* out) {
   const TraceScope trace("ConvertDevMode");
-  DumpBoth(in, out);
-  const LONG copied = Convert(in, out);
-  if (copied >= 0) DumpBoth(in, out);
+  const Conversion both{in, out, in ? FormOf(in) : RecordForm{}, out ? FormOf(out) : RecordForm{}};
+  DumpBoth(both);
+  const LONG copied = Convert(both);
+  if (copied >= 0) DumpBoth(both);
   return trace.ReturnCount(copied);
 }
 
-BOOL CopyDevModeToOutput(const DriverDevMode& working, const DEVMODEW* shape, DEVMODEW* out) {
-  if (!shape) {
-    std::memcpy(out, &working, sizeof working);
-    return TRUE;
-  }
-  // The shape and the output may be one record, so it is read before anything is written.
+RecordForm OutputForm(const DEVMODEW* shape) {
+  RecordForm form = kCurrentForm;
+  if (!shape) return form;
   const RecordForm wanted = FormOf(shape);
-  const RecordForm before = FormOf(out);
-  RecordForm form = FormOf(&working.dm_public);
   if (wanted.public_size < form.public_size) {
     form.spec_version = wanted.spec_version;
     form.public_size = wanted.public_size;
@@ -77,6 +86,18 @@ BOOL CopyDevModeToOutput(const DriverDevMode& working, const DEVMODEW* shape, DE
     form.driver_version = wanted.driver_version;
     form.private_size = wanted.private_size;
   }
+  return form;
+}
+
+BOOL CopyDevModeToOutput(const DriverDevMode& working, const DEVMODEW* shape, DEVMODEW* out) {
+  if (!shape) {
+    std::memcpy(out, &working, sizeof working);
+    return TRUE;
+  }
+  // The shape and the output may be one record, so it is read before anything is written.
+  const RecordForm form = OutputForm(shape);
+  if (form.total() < kFormEnd) return FALSE;
+  const RecordForm before = FormOf(out);
   PutForm(out, form);
   if (ConvertDevMode(&working.dm_public, out) > 0) return TRUE;
   PutForm(out, before);

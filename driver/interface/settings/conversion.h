@@ -12,8 +12,12 @@ namespace r5lqz {
 // record is missing, or its form is unknown.
 LONG ConvertDevMode(const DEVMODEW* in, DEVMODEW* out);
 
+// The form in which a record is handed back to a caller whose record is `shape` (or none): of each part the smaller of
+// its size and the driver's own. More than its total is never written.
+RecordForm OutputForm(const DEVMODEW* shape);
+
 // Hands the working record back into `out` in the size that the caller's `shape` has (864 bytes without one), never in
-// a larger one. FALSE, with `out` unchanged, when the shape's form is unknown.
+// a larger one. FALSE, with `out` unchanged, when the shape's form is unknown, or too small for its own words.
 BOOL CopyDevModeToOutput(const DriverDevMode& working, const DEVMODEW* shape, DEVMODEW* out);
 
 // Lays `source` (any record, or none) over `destination` and validates the result with `printer`'s labels. FALSE, with

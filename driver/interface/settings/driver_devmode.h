@@ -112,10 +112,14 @@ inline constexpr Limits kOffsetLimits{-2400, 2400, 0};   // 1/1200 inch
 // `printer` (open, or none) gives the default colour profile. Always TRUE.
 BOOL SetupDefaultDevMode(DriverDevMode& record, const WCHAR* device_name, HANDLE printer);
 
-// Writes a record (which must be there) to the trace log, line by line; reads nothing beyond what it claims to hold.
-void DumpDevMode(const DEVMODEW* record);
+// For a record that holds what its words claim.
+inline constexpr DWORD kAsItClaims = ~DWORD{0};
+
+// Writes a record (which must be there) to the trace log, line by line; reads nothing beyond what it claims to hold,
+// nor beyond its first `readable` bytes. Of a record whose words lie beyond those nothing is written.
+void DumpDevMode(const DEVMODEW* record, DWORD readable = kAsItClaims);
 
 // A line of text, then the record, when messages are traced and there is a record.
-void DumpTitled(const char* title, const DEVMODEW* record);
+void DumpTitled(const char* title, const DEVMODEW* record, DWORD readable = kAsItClaims);
 
 }  // namespace r5lqz

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -134,25 +135,27 @@ void DumpPart(std::span<const DumpedField> fields, int name_width, std::span<con
 
 }  // namespace
 
-void DumpDevMode(const DEVMODEW* record) {
+void DumpDevMode(const DEVMODEW* record, DWORD readable) {
+  if (readable < kFormEnd) return;
   const RecordForm form = FormOf(record);
   if (form.public_size != kPublicSize) {
     LOG_INFO("DevMode is invalid. The values of sizeof(DEVMODE) and dmSize do not match.");
     return;
   }
-  const std::span bytes(reinterpret_cast<const std::byte*>(record), form.total());
+  const std::span bytes(reinterpret_cast<const std::byte*>(record), std::min(form.total(), readable));
+  const auto public_part = bytes.first(std::min<std::size_t>(bytes.size(), kPublicSize));
   LOG_INFO("<Public-DevMode>");
-  DumpPart(kPublicFields, kPublicNameWidth, bytes.first(kPublicSize));
+  DumpPart(kPublicFields, kPublicNameWidth, public_part);
   LOG_INFO("</Public-DevMode>");
   LOG_INFO("<Private-DevMode>");
-  DumpPart(kPrivateFields, kPrivateNameWidth, bytes.subspan(kPublicSize));
+  DumpPart(kPrivateFields, kPrivateNameWidth, bytes.subspan(public_part.size()));
   LOG_INFO("</Private-DevMode>");
 }
 
-void DumpTitled(const char* title, const DEVMODEW* record) {
+void DumpTitled(const char* title, const DEVMODEW* record, DWORD readable) {
   if (!Logs(kMessageBit)) return;
   LOG_INFO("%s", title);
-  if (record) DumpDevMode(record);
+  if (record) DumpDevMode(record, readable);
 }
 
 }  // namespace r5lqz

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <iterator>
 #include <memory>
 
 #include "diag/bounded_text.h"
@@ -18,6 +19,12 @@ constexpr DWORD kPaperFields = DM_PAPERSIZE | DM_PAPERLENGTH | DM_PAPERWIDTH | D
 
 void ForceFlag(DWORD& flag) {
   if (flag > 1) flag = 0;
+}
+
+// A text without a terminator would be read on beyond its field by whoever gets the record.
+template <typename Char, std::size_t size>
+void ForceTerminated(Char (&text)[size]) {
+  if (std::find(std::begin(text), std::end(text), Char{}) == std::end(text)) std::fill_n(text, size, Char{});
 }
 
 void SetCustomForm(DEVMODEW& record) {
@@ -53,6 +60,8 @@ void ForcePublicFields(DEVMODEW& settings) {
   settings.dmDuplex = DMDUP_SIMPLEX;
   settings.dmScale = kFullScale;
   settings.dmCollate = DMCOLLATE_FALSE;
+  ForceTerminated(settings.dmDeviceName);
+  ForceTerminated(settings.dmFormName);
 }
 
 void ForcePrivateFields(PrivateDevMode& own) {
@@ -63,6 +72,10 @@ void ForcePrivateFields(PrivateDevMode& own) {
   for (DWORD* const flag : {&own.colorAdjust, &own.rotate180, &own.mirrorImage, &own.usePrivateCopies}) {
     ForceFlag(*flag);
   }
+  ForceTerminated(own.labelName);
+  ForceTerminated(own.width_string);
+  ForceTerminated(own.length_string);
+  ForceTerminated(own.colorProfile);
 }
 
 }  // namespace
