@@ -12,6 +12,7 @@ struct World {
   Component component = Component::kMissing;
   std::wstring help_file = L"C:\\help\\guide.chm";
   std::wstring language = L"en";
+  std::wstring registered = L"c:\\Windows\\help.ocx";
   HWND tab = nullptr;
   Texts shown;
   int searches = 0;
@@ -23,20 +24,35 @@ HWND WINAPI ShowHelp(HWND caller, LPCWSTR file, UINT command, DWORD_PTR data) {
   return nullptr;
 }
 
-LSTATUS WINAPI FindComponent(HKEY, LPCWSTR, LPCWSTR, DWORD, LPDWORD, PVOID data, LPDWORD) {
+LSTATUS WINAPI FindComponent(HKEY root, LPCWSTR key, LPCWSTR, DWORD, LPDWORD, PVOID data, LPDWORD) {
   ++world.searches;
-  memcpy(data, L"help.ocx", sizeof L"help.ocx");
+  EXPECT_TRUE(root == HKEY_LOCAL_MACHINE && wcsncmp(key, L"Software\\Classes\\CLSID\\{", 24) == 0)
+      << "the user's own entry is nobody's to load from";
+  wcscpy(static_cast<wchar_t*>(data), world.registered.c_str());
   return world.component == Component::kMissing ? ERROR_FILE_NOT_FOUND : ERROR_SUCCESS;
 }
 
-HMODULE WINAPI LoadComponent(LPCWSTR file) {
-  EXPECT_EQ(Narrow(file, wcslen(file)), "help.ocx");
+HMODULE WINAPI LoadComponent(LPCWSTR file, HANDLE, DWORD flags) {
+  EXPECT_EQ(file, world.registered);
+  EXPECT_EQ(flags, DWORD{LOAD_WITH_ALTERED_SEARCH_PATH}) << "what it needs is looked for beside it";
   return world.component == Component::kNotLoaded ? nullptr : GetModuleHandleW(nullptr);
+}
+
+// ShowHelp at an odd address, where a function may well lie.
+void* OddEntry() {
+  static BYTE* const code = [] {
+    auto* const block = static_cast<BYTE*>(VirtualAlloc(nullptr, 64, MEM_RESERVE | MEM_COMMIT, PAGE_EXECUTE_READWRITE));
+    BYTE jump[] = {0x48, 0xB8, 0, 0, 0, 0, 0, 0, 0, 0, 0xFF, 0xE0};  // mov rax, ...; jmp rax
+    const auto target = reinterpret_cast<std::uintptr_t>(&ShowHelp);
+    memcpy(jump + 2, &target, sizeof target);
+    return static_cast<BYTE*>(memcpy(block + 3, jump, sizeof jump));
+  }();
+  return code;
 }
 
 void* WINAPI FindEntry(HMODULE, LPCSTR name) {
   EXPECT_STREQ(name, "HtmlHelpW");
-  return world.component == Component::kWhole ? reinterpret_cast<void*>(&ShowHelp) : nullptr;
+  return world.component == Component::kWhole ? OddEntry() : nullptr;
 }
 
 int WINAPI LoadTextOrLanguage(HINSTANCE module, UINT id, LPWSTR text, int size) {
@@ -56,8 +72,9 @@ BOOL WINAPI DriverWithHelp(HANDLE, LPWSTR, DWORD level, LPBYTE buffer, DWORD siz
 
 struct Help : SheetTest {
   // The module looks for the component once in its life, so every case takes a module of its own.
-  void Open(Component component, const Steps& steps) {
+  void Open(Component component, const Steps& steps, const wchar_t* registered = L"c:\\Windows\\help.ocx") {
     world = {component};
+    world.registered = registered;
     wchar_t path[MAX_PATH];
     GetTempPathW(MAX_PATH, path);
     wcscat(path, L"r5-lqz-help.dll");
@@ -70,7 +87,7 @@ struct Help : SheetTest {
     watch->Replace("winspool.drv", "DeletePrinterKeyW", &platform::RegistryDeletePrinterKey);
     watch->Replace("winspool.drv", "GetPrinterDriverW", &DriverWithHelp);
     watch->Replace("advapi32.dll", "RegGetValueW", &FindComponent);
-    watch->Replace("kernel32.dll", "LoadLibraryW", &LoadComponent);
+    watch->Replace("kernel32.dll", "LoadLibraryExW", &LoadComponent);
     watch->Replace("kernel32.dll", "GetProcAddress", &FindEntry);
     watch->Replace("user32.dll", "LoadStringW", &LoadTextOrLanguage);
     auto header = Header(nullptr, nullptr);
@@ -90,7 +107,8 @@ struct Help : SheetTest {
 };
 
 TEST_F(Help, ShowsTheTabsTopicInTheLanguagesFile) {
-  constexpr const char* kTopics[][2] = {{"Appearance", "::/topics/task-setting_up_appearance_options.html"},
+  constexpr const char* kTopics[][2] = {{"Page", "::/topics/task-selecting_a_label_stock.html"},
+                                        {"Appearance", "::/topics/task-setting_up_appearance_options.html"},
                                         {"Layout", "::/topics/task-setting_up_layout_options.html"},
                                         {"About", "::/topics/concept-setting_up_the_printer_driver.html"}};
   const std::pair<const wchar_t*, const char*> kFiles[] = {
@@ -112,6 +130,15 @@ TEST_F(Help, ShowsTheTabsTopicInTheLanguagesFile) {
 }
 
 TEST_F(Help, IsSilentWithoutTheComponentAndLooksForItOnce) {
+  for (const wchar_t* const registered : {L"help.ocx", L"\\help.ocx", L"c:help.ocx", L"\\\\server\\help.ocx", L""}) {
+    Open(
+        Component::kWhole,
+        [&](SheetUser& user) {
+          ASSERT_TRUE(user.Open("Layout"));
+          EXPECT_EQ(ShownFor(user), Texts{}) << "somebody else's folder";
+        },
+        registered);
+  }
   for (const Component missing : {Component::kMissing, Component::kNotLoaded, Component::kWithoutEntry}) {
     Open(missing, [&](SheetUser& user) {
       ASSERT_TRUE(user.Open("Layout"));

@@ -1,5 +1,6 @@
 #include "pages/help.h"
 
+#include <atomic>
 #include <iterator>
 
 #include "diag/owned.h"
@@ -13,7 +14,7 @@ namespace {
 
 // The platform's HTML Help: its command to show a topic (HH_DISPLAY_TOPIC), and the class by which its file is found.
 constexpr UINT kDisplayTopic = 0;
-constexpr WCHAR kComponentKey[] = L"CLSID\\{ADB880A6-D8FF-11CF-9377-00AA003B7A11}\\InprocServer32";
+constexpr WCHAR kComponentKey[] = L"Software\\Classes\\CLSID\\{ADB880A6-D8FF-11CF-9377-00AA003B7A11}\\InprocServer32";
 
 using HtmlHelpFunction = HWND(WINAPI*)(HWND caller, LPCWSTR file, UINT command, DWORD_PTR data);
 
@@ -27,29 +28,42 @@ constexpr struct {
     {L"es", UiLanguage::kSpanish},
 };
 
-// The file that the registry names as the component's, or none. Never a file of that name found on the search path: we
-// are in somebody else's process, which may have been started anywhere.
-HMODULE LoadComponent() {
-  WCHAR file[MAX_PATH];
-  DWORD size = sizeof file;
-  if (RegGetValueW(HKEY_CLASSES_ROOT, kComponentKey, nullptr, RRF_RT_REG_SZ, nullptr, file, &size) != ERROR_SUCCESS) {
-    return nullptr;
-  }
-  return LoadLibraryW(file);
+// With a drive: what a path without one leads to is the host's, or the current directory's, to say.
+bool IsAbsolute(const WCHAR* path) {
+  const WCHAR drive = static_cast<WCHAR>(path[0] | 0x20);  // in lower case, if it is a letter
+  return drive >= L'a' && drive <= L'z' && path[1] == L':' && path[2] == L'\\';
 }
 
-BOOL CALLBACK FindHtmlHelp(PINIT_ONCE, void*, void** found) {
-  const HMODULE component = LoadComponent();
-  *found = component ? reinterpret_cast<void*>(GetProcAddress(component, "HtmlHelpW")) : nullptr;
+// The file that the machine's registry names as the component's, or none: the user's own entries, which the merged view
+// of both prefers, have no say in a program that runs with more rights than the user. Never a file of that name found
+// on the search path, nor its imports: we are in somebody else's process, which may have been started anywhere.
+HMODULE LoadComponent() {
+  WCHAR file[MAX_PATH]{};
+  DWORD size = sizeof file;
+  if (RegGetValueW(HKEY_LOCAL_MACHINE, kComponentKey, nullptr, RRF_RT_REG_SZ, nullptr, file, &size) != ERROR_SUCCESS ||
+      !IsAbsolute(file)) {
+    return nullptr;
+  }
+  return LoadLibraryExW(file, nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+}
+
+// Beside the gate, not in it: the platform keeps two bits of a gate's own value for itself, and a function may lie at
+// any address.
+constinit std::atomic<HtmlHelpFunction> html_help_entry{nullptr};
+
+BOOL CALLBACK FindHtmlHelp(PINIT_ONCE, void*, void**) {
+  if (const HMODULE component = LoadComponent()) {
+    html_help_entry =
+        reinterpret_cast<HtmlHelpFunction>(reinterpret_cast<void*>(GetProcAddress(component, "HtmlHelpW")));
+  }
   return TRUE;
 }
 
 // The component's entry, looked for at the first call of the process and never again; it stays loaded.
 HtmlHelpFunction HtmlHelp() {
   static INIT_ONCE looked_for = INIT_ONCE_STATIC_INIT;
-  void* found = nullptr;
-  InitOnceExecuteOnce(&looked_for, FindHtmlHelp, nullptr, &found);
-  return reinterpret_cast<HtmlHelpFunction>(found);
+  InitOnceExecuteOnce(&looked_for, FindHtmlHelp, nullptr, nullptr);
+  return html_help_entry;
 }
 
 // The driver's information in one runtime-heap block, or none.
