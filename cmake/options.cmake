@@ -23,6 +23,22 @@ else()
     $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>)
 endif()
 
+# What ends the host at once instead of letting somebody take it over, for the module and for what is linked into it.
+add_library(r5lqz_hardening INTERFACE)
+if(MINGW)
+  # The guard beside a return address is the address of the process's environment block, which every thread finds in its
+  # own block (gs:60h) on this platform: nothing has to be set up at load and nothing in the image tells it, it differs
+  # from process to process, and its lowest byte is a zero, which ends a text that runs over. diag/fast_fail.cpp is
+  # what a broken guard calls; the compiler's own library would import a cryptographic DLL into every program that
+  # prints. The flow of control is not guarded: this compiler does not have Control Flow Guard (clang and MSVC do).
+  target_compile_options(r5lqz_hardening INTERFACE -fstack-protector-strong -mstack-protector-guard=tls
+    -mstack-protector-guard-reg=gs -mstack-protector-guard-offset=0x60 -ftrivial-auto-var-init=zero)
+  target_compile_definitions(r5lqz_hardening INTERFACE _FORTIFY_SOURCE=2)
+elseif(MSVC)
+  target_compile_options(r5lqz_hardening INTERFACE /GS /sdl /guard:cf)
+endif()
+target_link_libraries(r5lqz_module_options INTERFACE r5lqz_hardening)
+
 # What the module imports: DLLs that every Windows has.
 if(WIN32)
   set(identity_def ${CMAKE_SOURCE_DIR}/driver/interface/spooler-identity.def)

@@ -26,6 +26,8 @@ if(MSVC)
 else()
   target_compile_options(r5lqz_test_options INTERFACE -Wall -Wextra -Wno-missing-field-initializers
     -fstack-protector-strong)
+  # The module's objects bring what a broken guard calls; programs without them have it from the compiler's library.
+  target_link_libraries(r5lqz_test_options INTERFACE r5lqz_hardening)
   target_compile_definitions(r5lqz_test_options INTERFACE _GLIBCXX_ASSERTIONS)
 endif()
 if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
