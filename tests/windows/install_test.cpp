@@ -1,6 +1,8 @@
 // The driver's installation and removal, as the module that ships does them on this machine's own folders.
 #include "install_machine.h"
 
+#include <aclapi.h>
+#include <sddl.h>
 #include <shlobj.h>
 #include <winspool.h>
 
@@ -188,21 +190,14 @@ TEST_F(InstallTest, RemovalTakesTheStartMenuFolderAndNothingBesideIt) {
   fs::remove_all(beside);
 }
 
-std::string HostPath(const fs::path& path) {
-  const auto convert = reinterpret_cast<char*(CDECL*)(LPCWSTR)>(
-      reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "wine_get_unix_file_name")));
-  return std::string(" \"") + (convert ? convert(path.c_str()) : "") + '"';
+// A path as RunOnHostDrive's scripts name it, in apostrophes.
+std::string OnHost(const fs::path& path) {
+  return '\'' + path.relative_path().generic_string() + '\'';
 }
 
-// On this platform only the host makes and removes links to folders, in its own time.
-void RunOnHost(const std::string& program, std::string arguments, const fs::path& link, bool exists) {
-  STARTUPINFOA startup{sizeof startup};
-  PROCESS_INFORMATION created{};
-  const std::string path = "Z:\\bin\\" + program;
-  arguments.insert(0, program);
-  CreateProcessA(path.c_str(), arguments.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &created);
-  for (int wait = 0; wait < 200 && fs::exists(link) != exists; ++wait) Sleep(20);
-  ASSERT_EQ(fs::exists(link), exists);
+// On this platform only the host makes and removes links to folders.
+void Link(const fs::path& to, const fs::path& link) {
+  RunOnHostDrive("IFS= && ln -s $PWD/" + OnHost(to) + ' ' + OnHost(link));
 }
 
 TEST_F(InstallTest, RemovalFollowsNoLink) {
@@ -212,13 +207,12 @@ TEST_F(InstallTest, RemovalFollowsNoLink) {
     Clear();
     scheduled.clear();
     if (link != StartMenuFolder()) MakeFile(StartMenuFolder() / "f");
-    RunOnHost("ln", " -s" + HostPath(others) + HostPath(link), link, true);
+    Link(others, link);
     EXPECT_EQ(Remove(), Lines{});
     EXPECT_EQ(Listing(others), Lines{"f"});
-    // This platform does not remove it either.
-    ASSERT_FALSE(scheduled.empty());
-    EXPECT_EQ(scheduled.front(), link.filename());
-    RunOnHost("rm", HostPath(link), link, false);
+    // This platform opens no link itself: it stays, and so does what holds it.
+    EXPECT_EQ(scheduled, link == StartMenuFolder() ? Lines{} : Lines{StartMenuFolder().filename().string()});
+    RunOnHostDrive("rm -f " + OnHost(link));
   }
   fs::remove_all(others);
 }
@@ -232,13 +226,156 @@ TEST_F(InstallTest, RemovalFollowsNoLinkToTheRasterSdk) {
     const fs::path file = link == SdkFolder() ? others / kSdkFiles[0] : others / SdkFolder().filename() / kSdkFiles[0];
     MakeFile(file);
     fs::create_directories(link.parent_path());
-    RunOnHost("ln", " -s" + HostPath(others) + HostPath(link), link, true);
+    Link(others, link);
     EXPECT_EQ(Remove(), Lines{});
     EXPECT_TRUE(fs::exists(file));
     EXPECT_EQ(scheduled, Lines{});
-    RunOnHost("rm", HostPath(link), link, false);
+    RunOnHostDrive("rm -f " + OnHost(link));
     fs::remove_all(others);
   }
+}
+
+// Puts a link in the place of a folder, once, while the module is at work: at the call that the test has chosen.
+std::string swap_script;
+void Swap() {
+  if (!swap_script.empty()) RunOnHostDrive(std::exchange(swap_script, {}));
+}
+std::string SwapScript(const fs::path& folder, const fs::path& aside, const fs::path& others) {
+  return "mv " + OnHost(folder) + ' ' + OnHost(aside) + " && IFS= && ln -s $PWD/" + OnHost(others) + ' ' +
+         OnHost(folder);
+}
+
+HANDLE WINAPI SwappingCreate(LPCWSTR path, DWORD access, DWORD sharing, LPSECURITY_ATTRIBUTES attributes,
+                             DWORD disposition, DWORD flags, HANDLE like) {
+  if (disposition == CREATE_NEW) Swap();
+  return CreateFileW(path, access, sharing, attributes, disposition, flags, like);
+}
+
+const Lines kNothingPut{"[Error] Could create userguide shortcut: 0x5", "[Error] Could not copy Raster SDK files: 0x5"};
+
+// Users may make folders in the common application data before the driver does, and more than that by mistake.
+TEST_F(InstallTest, NothingIsPutBehindALinkOrIntoAStrangersFolder) {
+  const fs::path others = SdkFolder().parent_path().parent_path() / "others of the tests";
+  for (const fs::path& link : {SdkFolder(), SdkFolder().parent_path()}) {
+    SCOPED_TRACE(link);
+    Clear();
+    fs::create_directories(others);
+    fs::create_directories(link.parent_path());
+    Link(others, link);
+    Link(others, StartMenuFolder());
+    EXPECT_EQ(Install(), kNothingPut);
+    EXPECT_EQ(Listing(others), Lines{});
+    RunOnHostDrive("rm -f " + OnHost(link) + ' ' + OnHost(StartMenuFolder()));
+    fs::remove_all(others);
+  }
+  {
+    Clear();
+    fs::create_directories(others);
+    const fs::path aside = others.parent_path() / "aside of the tests";
+    const auto patch = Patch("kernel32.dll", "CreateFileW", &SwappingCreate);
+    swap_script = SwapScript(StartMenuFolder(), aside, others);
+    EXPECT_EQ(Install(), Lines{kNothingPut[0]}) << "a folder that becomes a link meanwhile";
+    EXPECT_EQ(Listing(others), Lines{});
+    RunOnHostDrive("rm -f " + OnHost(StartMenuFolder()));
+    fs::remove_all(others);
+    fs::remove_all(aside);
+  }
+  Clear();
+  const fs::path file = StartMenuFolder() / "R5-LQZ User Guide.url";
+  MakeFile(StartMenuFolder().parent_path() / "stranger's");
+  RunOnHostDrive("mkdir " + OnHost(StartMenuFolder()) + " && ln " + OnHost(StartMenuFolder().parent_path()) +
+                 "/stranger*s " + OnHost(file));
+  EXPECT_EQ(Install(), Lines{kNothingPut[0]}) << "a file that has another name";
+  EXPECT_EQ(ReadBytes(file.string()), "x");
+  fs::remove(StartMenuFolder().parent_path() / "stranger's");
+}
+
+PSID owner;  // of every folder
+DWORD WINAPI OwnerIs(HANDLE, SE_OBJECT_TYPE, SECURITY_INFORMATION, PSID* sid, PSID*, PACL*, PACL*,
+                     PSECURITY_DESCRIPTOR* descriptor) {
+  *sid = owner;
+  *descriptor = nullptr;
+  return ERROR_SUCCESS;
+}
+
+TEST_F(InstallTest, FoldersBelongToTheSystemItsAdministratorsOrWhoeverInstalls) {
+  // This platform's own answer, which the other tests live by, is the identity itself.
+  const auto patch = Patch("advapi32.dll", "GetSecurityInfo", &OwnerIs);
+  const std::pair<const wchar_t*, bool> rows[] = {
+      {L"S-1-5-18", true},
+      {L"S-1-5-32-544", true},
+      {L"S-1-5-80-956008885-3418522649-1831038044-1853292631-2271478464", true},
+      {L"S-1-5-80-956008885-3418522649-1831038044-1853292631-2271478465", false},
+      {L"S-1-5-32-545", false},
+      {L"S-1-5-21-1-2-3-1001", false},
+      {L"S-1-1-0", false}};
+  for (const auto& [sid, trusted] : rows) {
+    SCOPED_TRACE(fs::path(sid));
+    Clear();
+    // Planted: not taken for the file that is there already.
+    if (!trusted) MakeFile(SdkFolder() / kSdkFiles[0]);
+    ASSERT_TRUE(ConvertStringSidToSidW(sid, &owner));
+    EXPECT_EQ(Install(), trusted ? Lines{} : kNothingPut);
+    LocalFree(owner);
+    EXPECT_EQ(Listing(StartMenuFolder()).size() + Listing(SdkFolder()).size(), trusted ? 5u : 1u);
+  }
+}
+
+Lines made;  // the folders that were asked for, each with the access list asked for
+BOOL WINAPI WatchedCreate(LPCWSTR path, LPSECURITY_ATTRIBUTES attributes) {
+  LPWSTR text = nullptr;
+  if (attributes && attributes->nLength == sizeof *attributes) {
+    ConvertSecurityDescriptorToStringSecurityDescriptorW(attributes->lpSecurityDescriptor, SDDL_REVISION_1,
+                                                         DACL_SECURITY_INFORMATION, &text, nullptr);
+  }
+  made.push_back(fs::path(path).filename().string() + ' ' + fs::path(text ? text : L"").string());
+  LocalFree(text);
+  return CreateDirectoryW(path, nullptr);
+}
+
+TEST_F(InstallTest, FoldersAreMadeForTheSystemToChangeAndUsersToRead) {
+  const auto patch = Patch("kernel32.dll", "CreateDirectoryW", &WatchedCreate);
+  made.clear();
+  EXPECT_EQ(Install(), Lines{});
+  const std::string list = " D:P(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)(A;OICI;0x1200a9;;;BU)";
+  EXPECT_EQ(made, (Lines{"Brindlewick R5-LQZ" + list, "Brindlewick" + list, "Brindlewick R5-LQZ Driver" + list}));
+}
+
+BOOL WINAPI SwappingMove(LPCWSTR from, LPCWSTR to, DWORD flags) {
+  Swap();
+  return WatchedMove(from, to, flags);
+}
+
+TEST_F(InstallTest, RemovalStaysInTheFolderThatItCheckedWhenAnotherTakesItsPlace) {
+  const auto patch = Patch("kernel32.dll", "MoveFileExW", &SwappingMove);
+  const fs::path others = SdkFolder().parent_path().parent_path() / "others of the tests";
+  const fs::path aside = others.parent_path() / "aside of the tests";
+  for (const fs::path& folder : {SdkFolder(), StartMenuFolder()}) {
+    SCOPED_TRACE(folder);
+    Clear();
+    scheduled.clear();
+    fs::remove_all(others);
+    fs::remove_all(aside);
+    std::vector<HANDLE> busy;
+    for (const std::string& name : kSdkFiles) {
+      for (const fs::path& place : {folder / "sub", others / "sub", folder, others}) MakeFile(place / name);
+      for (const fs::path& place : {folder / "sub", folder}) {
+        busy.push_back(CreateFileW((place / name).c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+      }
+    }
+    const Lines before = Listing(others);
+    swap_script = SwapScript(folder, aside, others);
+    EXPECT_EQ(Remove(), Lines{});
+    EXPECT_EQ(swap_script, "");
+    EXPECT_EQ(Listing(others), before);
+    // The folders of the Raster SDK go at the restart if they are empty then, whatever they are.
+    const std::size_t known = folder == SdkFolder() ? 3 : 1;
+    EXPECT_EQ(scheduled.size(), known) << testing::PrintToString(scheduled);
+    for (const HANDLE handle : busy) CloseHandle(handle);
+    RunOnHostDrive("rm -f " + OnHost(folder));
+  }
+  fs::remove_all(others);
+  fs::remove_all(aside);
 }
 
 TEST_F(InstallTest, WhatIsInUseOrTooDeepIsLeftForTheNextRestart) {
@@ -287,15 +424,17 @@ TEST_F(InstallTest, TasksFailOnTheirOwn) {
     const char* copy;
     const char* menu;
     const char* deletion;
-  } rows[] = {{kShell, kFolder, with(&Fail), "0x15", "0x15", "0x15", "0x15"},
-              {kShell, kFolder, with(&DeepFolder<kPrograms>), "0x20010009", "", "0x20010009", ""},
-              {kShell, kFolder, with(&DeepFolder<kData>), "", "0x20010009", "", "0x20010009"},
-              {kSpooler, kDirectory, with(&Fail), "", "0x2001000d", "", ""},
-              {kSpooler, kDirectory, with(&DeepDirectory), "", "0x20010009", "", ""},
-              {"msvcrt.dll", "calloc", with(&Fail), "0x20010001", "0x20010001", "0x20010001", "0x20010001"},
-              {"msvcrt.dll", "_wfopen", with(&Fail), "0x15", "", "", ""},
-              {"kernel32.dll", "CopyFileW", with(&Fail), "", "0x15", "", ""},
-              {"kernel32.dll", "CreateDirectoryW", with(&Fail), "0x15", "0x3", "", ""}};
+  } rows[] = {
+      {kShell, kFolder, with(&Fail), "0x15", "0x15", "0x15", "0x15"},
+      {kShell, kFolder, with(&DeepFolder<kPrograms>), "0x20010009", "", "0x20010009", ""},
+      {kShell, kFolder, with(&DeepFolder<kData>), "", "0x20010009", "", "0x20010009"},
+      {kSpooler, kDirectory, with(&Fail), "", "0x2001000d", "", ""},
+      {kSpooler, kDirectory, with(&DeepDirectory), "", "0x20010009", "", ""},
+      {"msvcrt.dll", "calloc", with(&Fail), "0x20010001", "0x20010001", "0x20010001", "0x20010001"},
+      {"kernel32.dll", "SetEndOfFile", with(&Fail), "0x15", "", "", ""},
+      {"advapi32.dll", "ConvertStringSecurityDescriptorToSecurityDescriptorW", with(&Fail), "0x15", "0x3", "", ""},
+      {"kernel32.dll", "CopyFileW", with(&Fail), "", "0x15", "", ""},
+      {"kernel32.dll", "CreateDirectoryW", with(&Fail), "0x15", "0x3", "", ""}};
   const auto add = [](Lines& records, const char* text, const char* code) {
     if (*code) records.push_back(std::string("[Error] ") + text + code);
   };

@@ -12,8 +12,6 @@ namespace {
 
 using WidePath = std::array<WCHAR, MAX_PATH>;
 
-// How a final path on a drive begins.
-constexpr WCHAR kFinalPrefix[] = L"\\\\?\\";
 constexpr std::size_t kFinalPrefixLength = std::size(kFinalPrefix) - 1;
 
 // A link in the file's own place is opened itself, not what it leads to; a pipe's other end, should there be one, can
@@ -35,29 +33,13 @@ OwnedHandle Open(const char* path, DWORD access, DWORD disposition) {
 // shows here too.
 bool IsAt(HANDLE file, const char* path) {
   const WidePath wanted = WidePathOf(path);
-  std::array<WCHAR, kFinalPrefixLength + MAX_PATH> found{};
-  const DWORD length = GetFinalPathNameByHandleW(file, found.data(), static_cast<DWORD>(found.size()), 0);
-  return length > kFinalPrefixLength && length < found.size() &&
-         std::equal(kFinalPrefix, kFinalPrefix + kFinalPrefixLength, found.begin()) &&
+  const FinalPath found = FinalPathOf(file);
+  return std::equal(kFinalPrefix, kFinalPrefix + kFinalPrefixLength, found.begin()) &&
          CompareStringOrdinal(found.data() + kFinalPrefixLength, -1, wanted.data(), -1, TRUE) == CSTR_EQUAL;
 }
 
 bool IsPlain(HANDLE file, const char* path, LONGLONG& size) {
-  FILE_STANDARD_INFO standard{};
-  FILE_ATTRIBUTE_TAG_INFO tag{};
-  if (GetFileType(file) != FILE_TYPE_DISK ||
-      !GetFileInformationByHandleEx(file, FileStandardInfo, &standard, sizeof standard) ||
-      !GetFileInformationByHandleEx(file, FileAttributeTagInfo, &tag, sizeof tag)) {
-    return false;
-  }
-  size = standard.EndOfFile.QuadPart;
-  return !standard.Directory && standard.NumberOfLinks == 1 && !(tag.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) &&
-         IsAt(file, path);
-}
-
-bool DeleteOpened(HANDLE file) {
-  FILE_DISPOSITION_INFO disposition{TRUE};
-  return SetFileInformationByHandle(file, FileDispositionInfo, &disposition, sizeof disposition) != FALSE;
+  return IsPlainFile(file, size) && IsAt(file, path);
 }
 
 // Only a first look: what is made in a folder that becomes a link afterwards is taken away again.
@@ -72,6 +54,30 @@ bool IsInFolderProper(const char* path) {
 }
 
 }  // namespace
+
+FinalPath FinalPathOf(HANDLE file) {
+  FinalPath path{};
+  const DWORD length = GetFinalPathNameByHandleW(file, path.data(), static_cast<DWORD>(path.size()), 0);
+  if (length == 0 || length >= path.size()) path = {};
+  return path;
+}
+
+bool IsPlainFile(HANDLE file, LONGLONG& size) {
+  FILE_STANDARD_INFO standard{};
+  FILE_ATTRIBUTE_TAG_INFO tag{};
+  if (GetFileType(file) != FILE_TYPE_DISK ||
+      !GetFileInformationByHandleEx(file, FileStandardInfo, &standard, sizeof standard) ||
+      !GetFileInformationByHandleEx(file, FileAttributeTagInfo, &tag, sizeof tag)) {
+    return false;
+  }
+  size = standard.EndOfFile.QuadPart;
+  return !standard.Directory && standard.NumberOfLinks == 1 && !(tag.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT);
+}
+
+bool DeleteOpened(HANDLE file) {
+  FILE_DISPOSITION_INFO disposition{TRUE};
+  return SetFileInformationByHandle(file, FileDispositionInfo, &disposition, sizeof disposition) != FALSE;
+}
 
 PlainFile OpenPlainFile(const char* path, DWORD access) {
   PlainFile file{Open(path, access, OPEN_EXISTING)};

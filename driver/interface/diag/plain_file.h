@@ -4,6 +4,8 @@
 
 #include <windows.h>
 
+#include <array>
+
 #include "diag/owned.h"
 
 namespace r5lqz {
@@ -31,5 +33,20 @@ bool RenamePlainFile(const char* from, const char* to);
 
 // Deletes the file; false as above.
 bool DeletePlainFile(const char* path);
+
+// How a final path on a drive begins.
+inline constexpr WCHAR kFinalPrefix[] = L"\\\\?\\";
+
+// Where an open file or folder really lies, whatever links led to it: a full path after kFinalPrefix. Empty when it has
+// none, or a longer one than the platform's usual greatest.
+using FinalPath = std::array<WCHAR, MAX_PATH + 4>;
+FinalPath FinalPathOf(HANDLE file);
+
+// Whether an open file is one on a disk, no folder, link, pipe or device, and has no other name. `size` is its size in
+// bytes then.
+bool IsPlainFile(HANDLE file, LONGLONG& size);
+
+// Deletes what the handle, which needs the access DELETE, has opened: it is gone when the handle is closed.
+bool DeleteOpened(HANDLE file);
 
 }  // namespace r5lqz

@@ -21,16 +21,16 @@ bool IsDotEntry(const WCHAR* name) {
   return name[0] == '.' && (name[1] == 0 || (name[1] == '.' && name[2] == 0));
 }
 
-void DeleteEntry(const WIN32_FIND_DATAW& entry, const WCHAR* path) {
+void DeleteEntry(const HeldFolder& folder, const WIN32_FIND_DATAW& entry, const WCHAR* path) {
   if (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
-    DeleteDirectoryTree(path);
+    DeleteDirectoryTree(folder, path);
   } else {
-    DeleteFileNowOrLater(path);
+    DeleteNowOrLater(folder, path);
   }
 }
 
 // The search is closed when this returns, so that it is not in the way of the folder's removal.
-ResultCode DeleteEntries(const WCHAR* folder) {
+ResultCode DeleteEntries(const HeldFolder& held, const WCHAR* folder) {
   OwnedPath path;
   // Not begun where even a short name would not fit.
   if (const ResultCode code = JoinPath(folder, L"foo", path)) return code;
@@ -41,60 +41,72 @@ ResultCode DeleteEntries(const WCHAR* folder) {
     do {
       if (IsDotEntry(entry.cFileName)) continue;
       if (const ResultCode code = JoinPath(folder, entry.cFileName, path)) return code;
-      DeleteEntry(entry, path.get());
+      DeleteEntry(held, entry, path.get());
     } while (FindNextFileW(search.get(), &entry));
   }
   const DWORD error = GetLastError();
   return error == ERROR_NO_MORE_FILES ? ERROR_SUCCESS : error;
 }
 
+enum class Missing { kStays, kIsCreated };
+
+ResultCode HoldTree(const WCHAR* folder, int own_levels, Trust trust, Missing missing, HeldFolder& held) {
+  if (own_levels == 0) return HoldSystemFolder(folder, held);
+  OwnedPath above;
+  if (const ResultCode code = CopyPath(folder, above)) return code;
+  if (!PathRemoveFileSpecW(above.get())) return kPathNotBuilt;
+  HeldFolder parent;
+  if (const ResultCode code = HoldTree(above.get(), own_levels - 1, trust, missing, parent)) return code;
+  const ResultCode code = HoldFolder(parent, folder, trust, held);
+  if (code != ERROR_PATH_NOT_FOUND || missing == Missing::kStays) return code;
+  // Whether it was created, by whoever, and what it is, shows when it is held.
+  CreateProtectedFolder(folder);
+  return HoldFolder(parent, folder, trust, held);
+}
+
+ResultCode CopyInto(const WCHAR* source, const WCHAR* target, int own_levels) {
+  if (!PathExists(source)) return kSourceMissing;
+  OwnedPath folder;
+  if (const ResultCode code = CopyPath(target, folder)) return code;
+  if (!PathRemoveFileSpecW(folder.get())) return kPathNotBuilt;
+  HeldFolder held;
+  // A target in a folder that is not to be trusted is not taken for the file that it is named like.
+  const ResultCode code = HoldDirectoryTree(folder.get(), own_levels, Trust::kItsOwner, held);
+  if (code != ERROR_SUCCESS && code != ERROR_PATH_NOT_FOUND) return code;
+  if (PathExists(target)) return kTargetExists;
+  if (code == ERROR_PATH_NOT_FOUND) {
+    if (const ResultCode created = CreateDirectoryTree(folder.get(), own_levels, held)) return created;
+  }
+  return CopyFileW(source, target, TRUE) ? ERROR_SUCCESS : GetLastError();
+}
+
 }  // namespace
 
-ResultCode DeleteDirectoryTree(const WCHAR* folder) {
-  // What a link leads to is none of ours.
-  if (!IsLink(folder)) {
-    if (const ResultCode code = DeleteEntries(folder)) return code;
-  }
-  if (!RemoveDirectoryW(folder)) DeleteLater(folder);
-  return ERROR_SUCCESS;
+ResultCode HoldDirectoryTree(const WCHAR* folder, int own_levels, Trust trust, HeldFolder& held) {
+  return HoldTree(folder, own_levels, trust, Missing::kStays, held);
 }
 
-bool IsLink(const WCHAR* path) {
-  const DWORD attributes = GetFileAttributesW(path);
-  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT);
+ResultCode CreateDirectoryTree(const WCHAR* folder, int own_levels, HeldFolder& held) {
+  return HoldTree(folder, own_levels, Trust::kItsOwner, Missing::kIsCreated, held);
 }
 
-ResultCode CopyNewFile(const WCHAR* source, const WCHAR* target) {
-  ResultCode code = ERROR_SUCCESS;
-  if (!PathExists(source)) {
-    code = kSourceMissing;
-  } else if (PathExists(target)) {
-    code = kTargetExists;
-  } else {
-    OwnedPath folder;
-    if (CopyPath(target, folder) == ERROR_SUCCESS && PathRemoveFileSpecW(folder.get())) {
-      CreateDirectoryTree(folder.get());
-    }
-    if (!CopyFileW(source, target, TRUE)) code = GetLastError();
-  }
+ResultCode CopyNewFile(const WCHAR* source, const WCHAR* target, int own_levels) {
+  const ResultCode code = CopyInto(source, target, own_levels);
   SetLastError(code);
   return code;
 }
 
-ResultCode CreateDirectoryTree(const WCHAR* folder) {
-  if (PathExists(folder)) return ERROR_SUCCESS;
-  OwnedPath parent;
-  if (const ResultCode code = CopyPath(folder, parent)) return code;
-  if (PathRemoveFileSpecW(parent.get()) && parent.get()[0]) CreateDirectoryTree(parent.get());
-  return CreateDirectoryW(folder, nullptr) ? ERROR_SUCCESS : GetLastError();
-}
-
-void DeleteFileNowOrLater(const WCHAR* file) {
-  if (!DeleteFileW(file)) DeleteLater(file);
-}
-
-void DeleteLater(const WCHAR* path) {
-  MoveFileExW(path, nullptr, MOVEFILE_DELAY_UNTIL_REBOOT);
+ResultCode DeleteDirectoryTree(const HeldFolder& parent, const WCHAR* folder) {
+  {
+    HeldFolder held;
+    // What a link leads to is none of ours.
+    if (HoldFolder(parent, folder, Trust::kItsPlace, held) == ERROR_SUCCESS) {
+      if (const ResultCode code = DeleteEntries(held, folder)) return code;
+    }
+  }
+  // Not while it is held.
+  DeleteNowOrLater(parent, folder);
+  return ERROR_SUCCESS;
 }
 
 }  // namespace r5lqz

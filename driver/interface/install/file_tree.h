@@ -1,31 +1,29 @@
-// Files and folders put in place at installation and taken away at removal. What is in use then goes at the next
-// restart.
+// Files and folders put in place at installation and taken away at removal, each in a folder that is held meanwhile
+// (install/held_folder.h). What is in use then goes at the next restart.
 #pragma once
 
 #include <windows.h>
 
 #include "diag/result_codes.h"
+#include "install/held_folder.h"
 
 namespace r5lqz {
 
-// Deletes a folder with all that it holds; a link to another folder is removed, not followed. kPathNotBuilt for what
-// lies too deep, or the platform's error with which the folder could not be listed.
-ResultCode DeleteDirectoryTree(const WCHAR* folder);
+// Holds a folder whose last `own_levels` components are the driver's, for nobody but the driver makes or trusts them;
+// what lies above is the system's. kNoMemoryForPath, kPathNotBuilt, or as HoldFolder.
+ResultCode HoldDirectoryTree(const WCHAR* folder, int own_levels, Trust trust, HeldFolder& held);
 
-// Whether a folder, or a file, is a link to somewhere else. What is not there is none.
-bool IsLink(const WCHAR* path);
+// The same with trust in the owners, for a folder that may be missing: creates, protected, what of its own levels is
+// not there. What could not be created is reported as missing.
+ResultCode CreateDirectoryTree(const WCHAR* folder, int own_levels, HeldFolder& held);
 
-// Copies a file to where there is none, with the folders that lead there. kSourceMissing, kTargetExists or the
-// platform's error; the code is the thread's last error too.
-ResultCode CopyNewFile(const WCHAR* source, const WCHAR* target);
+// Copies a file to where there is none, into a folder as above, which is created when it is missing. kSourceMissing,
+// kTargetExists or the platform's error, ERROR_ACCESS_DENIED for a folder that is not to be trusted; the code is the
+// thread's last error too.
+ResultCode CopyNewFile(const WCHAR* source, const WCHAR* target, int own_levels);
 
-// Creates a folder and those that lead there. The platform's error when the folder itself could not be created.
-ResultCode CreateDirectoryTree(const WCHAR* folder);
-
-// Deletes a file, or has it deleted at the next restart.
-void DeleteFileNowOrLater(const WCHAR* file);
-
-// Has a file, or a folder that is empty by then, deleted at the next restart.
-void DeleteLater(const WCHAR* path);
+// Deletes a folder that lies in a held one, with all that it holds; a link to another folder is removed, not followed.
+// kPathNotBuilt for what lies too deep, or the platform's error with which the folder could not be listed.
+ResultCode DeleteDirectoryTree(const HeldFolder& parent, const WCHAR* folder);
 
 }  // namespace r5lqz

@@ -51,7 +51,9 @@ ResultCode SpecialFolderPath(int folder, const WCHAR* more, OwnedPath& path) {
     const DWORD error = GetLastError();
     return error != ERROR_SUCCESS ? error : DWORD{ERROR_PATH_NOT_FOUND};
   }
-  if (const ResultCode code = AppendPath(built.get(), more)) return code;
+  if (more) {
+    if (const ResultCode code = AppendPath(built.get(), more)) return code;
+  }
   path = std::move(built);
   return ERROR_SUCCESS;
 }

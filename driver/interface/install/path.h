@@ -24,7 +24,8 @@ ResultCode AppendPath(WCHAR* path, const WCHAR* more);
 // The path of `name` in `folder`, both taken as they are; failures as CopyPath's.
 ResultCode JoinPath(const WCHAR* folder, const WCHAR* name, OwnedPath& path);
 
-// One of the machine's special folders (a CSIDL_ constant), which is not created, with `more` appended. On failure
+// One of the machine's special folders (a CSIDL_ constant), which is not created, with `more` (or nothing)
+// appended. On failure
 // `path` is none and the code says why: kNoMemoryForPath, the platform's error or kPathNotBuilt.
 ResultCode SpecialFolderPath(int folder, const WCHAR* more, OwnedPath& path);
 

@@ -14,6 +14,8 @@ namespace {
 
 constexpr WCHAR kMakersFolder[] = L"Brindlewick";
 constexpr WCHAR kSdkFolder[] = L"Brindlewick\\Brindlewick R5-LQZ Driver";
+constexpr int kMakersLevels = 1;
+constexpr int kSdkLevels = 2;
 
 // The driver directory's subfolder for drivers of version 3.
 constexpr WCHAR kVersionFolder[] = L"3";
@@ -46,16 +48,16 @@ ResultCode CopyFiles(const WCHAR* source_folder, const WCHAR* target_folder) {
     OwnedPath target;
     if (const ResultCode code = JoinPath(source_folder, file.source, source)) return code;
     if (const ResultCode code = JoinPath(target_folder, file.target, target)) return code;
-    if (const ResultCode code = CopyNewFile(source.get(), target.get())) return code;
+    if (const ResultCode code = CopyNewFile(source.get(), target.get(), kSdkLevels)) return code;
   }
   return ERROR_SUCCESS;
 }
 
-ResultCode DeleteFiles(const WCHAR* folder) {
+ResultCode DeleteFiles(const HeldFolder& held, const WCHAR* folder) {
   for (const auto& file : kFiles) {
     OwnedPath path;
     if (const ResultCode code = JoinPath(folder, file.target, path)) return code;
-    DeleteFileNowOrLater(path.get());
+    DeleteNowOrLater(held, path.get());
   }
   return ERROR_SUCCESS;
 }
@@ -76,10 +78,14 @@ ResultCode DeleteRasterSdkFiles() {
   OwnedPath makers_folder;
   if (const ResultCode code = SpecialFolderPath(CSIDL_COMMON_APPDATA, kMakersFolder, makers_folder)) return code;
   if (!folder) return folder_error;
-  if (!PathExists(folder.get())) return ERROR_SUCCESS;
-  // Every user may make folders in the common application data: files behind a link are none of ours.
-  if (IsLink(makers_folder.get()) || IsLink(folder.get())) return ERROR_SUCCESS;
-  if (const ResultCode code = DeleteFiles(folder.get())) return code;
+  HeldFolder held_makers_folder;
+  HeldFolder held;
+  // Every user may make folders in the common application data: what is missing or lies behind a link is none of ours.
+  if (HoldDirectoryTree(makers_folder.get(), kMakersLevels, Trust::kItsPlace, held_makers_folder) != ERROR_SUCCESS ||
+      HoldFolder(held_makers_folder, folder.get(), Trust::kItsPlace, held) != ERROR_SUCCESS) {
+    return ERROR_SUCCESS;
+  }
+  if (const ResultCode code = DeleteFiles(held, folder.get())) return code;
   // Another model's driver may use the folders until then; the system removes them only if they are empty.
   DeleteLater(folder.get());
   DeleteLater(makers_folder.get());

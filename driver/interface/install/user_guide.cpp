@@ -4,8 +4,6 @@
 
 #include <shlobj.h>
 
-#include <cstdio>
-
 #include "diag/owned.h"
 #include "install/file_tree.h"
 #include "install/path.h"
@@ -25,35 +23,61 @@ constexpr const WCHAR* kShortcutNames[] = {
 };
 
 // The maker's online user guide; the only place that names it.
-constexpr char kUserGuideAddress[] = "https://support.brindlewick.example/r5-lqz/user-guide";
+constexpr char kContent[] = "[InternetShortcut]\r\nURL=https://support.brindlewick.example/r5-lqz/user-guide";
 
-// The runtime library tells by errno why a file could not be opened; the platform's error beside it is reported.
-ResultCode OpenFailure() {
-  const DWORD error = GetLastError();
-  return error != ERROR_SUCCESS ? error : DWORD{ERROR_OPEN_FAILED};
+ResultCode FindFolder(OwnedPath& path) {
+  return SpecialFolderPath(CSIDL_COMMON_PROGRAMS, kStartMenuFolder, path);
 }
 
-ResultCode WriteShortcut(const WCHAR* path) {
-  const OwnedFile file(_wfopen(path, L"wt"));
-  if (!file) return OpenFailure();
-  const bool written = std::fprintf(file.get(), "[InternetShortcut]\nURL=%s", kUserGuideAddress) >= 0;
-  return written && std::fflush(file.get()) == 0 ? ERROR_SUCCESS : DWORD{ERROR_WRITE_FAULT};
+// In the place of one that is there already.
+OwnedHandle OpenShortcut(const HeldFolder& folder, const WCHAR* path) {
+  constexpr DWORD kAccess = GENERIC_WRITE | DELETE;
+  OwnedHandle file = OpenIn(folder, path, kAccess);
+  if (!file && GetLastError() == ERROR_FILE_NOT_FOUND) file = OpenIn(folder, path, kAccess, CREATE_NEW);
+  LONGLONG size = 0;
+  if (file && !IsPlainFile(file.get(), size)) {
+    file.reset();
+    SetLastError(ERROR_ACCESS_DENIED);
+  }
+  return file;
+}
+
+ResultCode WriteShortcut(const HeldFolder& folder, const WCHAR* path) {
+  const OwnedHandle file = OpenShortcut(folder, path);
+  if (!file) return GetLastError();
+  constexpr DWORD kSize = sizeof kContent - 1;
+  DWORD written = 0;
+  if (SetEndOfFile(file.get()) && WriteFile(file.get(), kContent, kSize, &written, nullptr)) {
+    if (written == kSize) return ERROR_SUCCESS;
+    SetLastError(ERROR_WRITE_FAULT);
+  }
+  // None is better than half of one.
+  const DWORD error = GetLastError();
+  DeleteOpened(file.get());
+  return error;
 }
 
 }  // namespace
 
 ResultCode CreateUserGuideShortcut(UiLanguage language) {
   OwnedPath path;
-  if (const ResultCode code = SpecialFolderPath(CSIDL_COMMON_PROGRAMS, kStartMenuFolder, path)) return code;
-  if (!PathExists(path.get()) && !CreateDirectoryW(path.get(), nullptr)) return GetLastError();
+  if (const ResultCode code = FindFolder(path)) return code;
+  if (!PathExists(path.get())) {
+    if (const ResultCode code = CreateProtectedFolder(path.get())) return code;
+  }
+  HeldFolder folder;
+  if (const ResultCode code = HoldDirectoryTree(path.get(), 1, Trust::kItsOwner, folder)) return code;
   if (const ResultCode code = AppendPath(path.get(), kShortcutNames[static_cast<std::size_t>(language)])) return code;
-  return WriteShortcut(path.get());
+  return WriteShortcut(folder, path.get());
 }
 
 ResultCode DeleteStartMenuFolder() {
   OwnedPath path;
-  if (const ResultCode code = SpecialFolderPath(CSIDL_COMMON_PROGRAMS, kStartMenuFolder, path)) return code;
-  if (PathExists(path.get())) DeleteDirectoryTree(path.get());
+  OwnedPath programs;
+  if (const ResultCode code = FindFolder(path)) return code;
+  if (const ResultCode code = SpecialFolderPath(CSIDL_COMMON_PROGRAMS, nullptr, programs)) return code;
+  HeldFolder parent;
+  if (HoldSystemFolder(programs.get(), parent) == ERROR_SUCCESS) DeleteDirectoryTree(parent, path.get());
   return ERROR_SUCCESS;
 }
 

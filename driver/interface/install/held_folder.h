@@ -1,0 +1,48 @@
+// Folders that are held while something is done in them, so that what was found out about them stays true: as long as a
+// folder is held, neither it nor one that leads to it can be renamed, removed or replaced. What lies in one is opened,
+// checked and deleted through one handle.
+#pragma once
+
+#include <windows.h>
+
+#include "diag/owned.h"
+#include "diag/plain_file.h"
+#include "diag/result_codes.h"
+
+namespace r5lqz {
+
+struct HeldFolder {
+  OwnedHandle handle;
+  FinalPath place{};
+};
+
+enum class Trust {
+  kItsPlace,  // that it is a folder where its path says
+  kItsOwner,  // that it also belongs to the system, its administrators or the identity that the thread runs under
+};
+
+// Holds a folder of the system's, which may lie behind a link: who may lead it elsewhere may do anything.
+// ERROR_PATH_NOT_FOUND when it is missing, or the platform's error.
+ResultCode HoldSystemFolder(const WCHAR* path, HeldFolder& folder);
+
+// Holds a folder that lies in a held one, and is named by the last component of `path`. ERROR_ACCESS_DENIED when it is
+// a link, lies elsewhere or lacks the trust asked for; failures as above.
+ResultCode HoldFolder(const HeldFolder& parent, const WCHAR* path, Trust trust, HeldFolder& folder);
+
+// Creates a folder that the system and its administrators may change and every user may read; the platform's error.
+ResultCode CreateProtectedFolder(const WCHAR* path);
+
+// Opens what has the name that `path` ends with in a held folder, to read, write or delete it, itself and not what it
+// leads to; with CREATE_NEW makes it. None, with the last error ERROR_ACCESS_DENIED, when it is not in that folder;
+// nothing that was made is left there. The handle is not inheritable. While it is open, it can be neither renamed nor
+// deleted.
+OwnedHandle OpenIn(const HeldFolder& folder, const WCHAR* path, DWORD access, DWORD disposition = OPEN_EXISTING);
+
+// Deletes what has that name in a held folder, or has it deleted at the next restart. What is missing, or not in that
+// folder, is left alone.
+void DeleteNowOrLater(const HeldFolder& folder, const WCHAR* path);
+
+// Has a file, or a folder that is empty by then, deleted at the next restart.
+void DeleteLater(const WCHAR* path);
+
+}  // namespace r5lqz
