@@ -63,13 +63,16 @@ own_build_folder() {
 }
 
 configure_preset() { # preset
+  local fresh=
   # A clone that was moved or copied together with its build folder starts anew instead of failing.
   if [ -e "$build/$1/CMakeCache.txt" ] &&
     ! grep -qxF "CMAKE_HOME_DIRECTORY:INTERNAL=$root" "$build/$1/CMakeCache.txt"; then
     rm -rf "${build:?}/$1"
   fi
   cd "$root"
-  step "Configuring the $1 build" "configure-$1" cmake --preset "$1"
+  # Told of another compiler, CMake forgets what else a preset says, sanitizers among it.
+  if [ CMakePresets.json -nt "$build/$1/CMakeCache.txt" ]; then fresh=--fresh; fi
+  step "Configuring the $1 build" "configure-$1" cmake --preset "$1" ${fresh:+"$fresh"}
 }
 
 build_preset() { # preset [targets...]
@@ -85,9 +88,10 @@ build_preset() { # preset [targets...]
 export_wine_environment() {
   # The user's display authority is looked for in the home folder, which Wine is about to lose sight of.
   export XAUTHORITY="${XAUTHORITY:-${HOME:-/nonexistent}/.Xauthority}"
-  # Home, temporary files and prefix all lie in the build folder: Wine links to the first and keeps its server's
-  # socket in the second.
-  export WINEPREFIX="$build/wine-prefix" HOME="$build/wine-home" TMPDIR="$build/wine-tmp"
+  # Home and prefix lie in the build folder; Wine links to the first.
+  export WINEPREFIX="$build/wine-prefix" HOME="$build/wine-home"
+  # Where the user has no runtime folder, Wine 10's server frees this variable's value, which is not its own, and dies.
+  unset TMPDIR
   # -all also silences the remark about a 32-bit Wine, which nothing here needs.
   export WINEDEBUG="${WINEDEBUG:--all}" WINEARCH=win64
   # No start-menu entries of Wine's for the user's desktop.
@@ -95,7 +99,7 @@ export_wine_environment() {
   # Fixed whatever the user's locale is; and without a UTF-8 locale Wine finds no file whose path is not ASCII.
   # Wine knows more locales than this shell, which would complain.
   export LC_ALL="${R5LQZ_LOCALE:-C.UTF-8}" 2>/dev/null
-  mkdir -p "$HOME" "$TMPDIR"
+  mkdir -p "$HOME"
 }
 
 # Makes the prefix once; several callers at a time are let in one by one.
@@ -104,6 +108,7 @@ ensure_wine_prefix() {
   (
     flock 8
     [ -e "$WINEPREFIX/.ready-with-fonts" ] && exit
+    remove_server_folder
     rm -rf "$WINEPREFIX"
     # Neither the .NET nor the HTML engine is needed, and no dialog may offer to fetch them.
     WINEDLLOVERRIDES="$WINEDLLOVERRIDES;mscoree,mshtml=" DISPLAY='' wineboot -i 8>&- || exit 1
@@ -129,18 +134,28 @@ ensure_wine_runs() {
   ) 8>"$build/.wine-prefix.lock" >/dev/null 2>&1 </dev/null
 }
 
-# Ends what still runs in the project's own prefix, and takes away the folder of its server's socket: where the user
-# has a runtime folder it lies there, outside the build folder.
-stop_wine() {
-  local sockets
-  wineserver -k >/dev/null 2>&1 || true
-  wineserver -w >/dev/null 2>&1 || true
+# Takes away the folder of the socket of Wine's server, which lies outside the build folder: where the user has a
+# runtime folder it is there, else in /tmp under a name that the prefix keeps.
+remove_server_folder() {
+  local sockets name=
+  [ -d "$WINEPREFIX" ] || return 0
   sockets=/run/user/$(id -u)/wine
-  if [ -d "$sockets" ] && [ -d "$WINEPREFIX" ]; then
+  if [ -d "$sockets" ]; then
     # shellcheck disable=SC2046 # two numbers
     rm -rf "$sockets/$(printf 'server-%x-%x' $(stat -c '%d %i' "$WINEPREFIX"))"
     rmdir "$sockets" 2>/dev/null || true
   fi
+  [ -f "$WINEPREFIX/wineserver" ] || return 0
+  read -r name <"$WINEPREFIX/wineserver" || true
+  [[ ! $name =~ ^wine-[[:alnum:]]{6}$ ]] || [ ! -O "/tmp/$name" ] || rm -rf "/tmp/$name"
+  rm -f "$WINEPREFIX/wineserver"
+}
+
+# Ends what still runs in the project's own prefix.
+stop_wine() {
+  wineserver -k >/dev/null 2>&1 || true
+  wineserver -w >/dev/null 2>&1 || true
+  remove_server_folder
 }
 
 # Y: a window manager sees to the frames and the focus of Wine's windows. N: Wine does so itself, as it has to on a
