@@ -104,20 +104,22 @@ export_wine_environment() {
 
 # Makes the prefix once; several callers at a time are let in one by one.
 ensure_wine_prefix() {
-  [ -e "$WINEPREFIX/.ready-with-fonts" ] && return
+  [ -e "$WINEPREFIX/.ready-on-x11" ] && return
   (
     flock 8
-    [ -e "$WINEPREFIX/.ready-with-fonts" ] && exit
+    [ -e "$WINEPREFIX/.ready-on-x11" ] && exit
     remove_server_folder
     rm -rf "$WINEPREFIX"
     # Neither the .NET nor the HTML engine is needed, and no dialog may offer to fetch them.
     WINEDLLOVERRIDES="$WINEDLLOVERRIDES;mscoree,mshtml=" DISPLAY='' wineboot -i 8>&- || exit 1
-    # The font of dialogs as Windows has it, in its metrics: Debian's Wine does not look into the folder of its own
-    # fonts, and takes Tahoma, which is wider, for every "MS Shell Dlg".
+    # Wine 10 would look for a Wayland where there is no display, and complain.
+    DISPLAY='' wine reg add 'HKCU\Software\Wine\Drivers' /v Graphics /d x11 /f 8>&- || exit 1
+    # The font of dialogs as Windows has it, in its metrics: Wine takes Tahoma, which is wider, for every "MS Shell Dlg".
+    # Wine 8 does not look into the folder of its own fonts, and heeds the replacement; Wine 10 finds Tahoma there.
     ln -sf /usr/share/wine/fonts/sserife.fon "$WINEPREFIX/drive_c/windows/Fonts/" || exit 1
     DISPLAY='' wine reg add 'HKCU\Software\Wine\Fonts\Replacements' /v Tahoma /d 'MS Sans Serif' /f 8>&- || exit 1
     wineserver -w 8>&- || true
-    [ -d "$WINEPREFIX/drive_c/windows/system32" ] && touch "$WINEPREFIX/.ready-with-fonts"
+    [ -d "$WINEPREFIX/drive_c/windows/system32" ] && touch "$WINEPREFIX/.ready-on-x11"
   ) 8>"$build/.wine-prefix.lock"
 }
 
