@@ -92,8 +92,9 @@ export_wine_environment() {
   export WINEPREFIX="$build/wine-prefix" HOME="$build/wine-home"
   # Where the user has no runtime folder, Wine 10's server frees this variable's value, which is not its own, and dies.
   unset TMPDIR
-  # -all also silences the remark about a 32-bit Wine, which nothing here needs.
-  export WINEDEBUG="${WINEDEBUG:--all}" WINEARCH=win64
+  # Why a program did not start, and nothing else: -all also silences the remark about a 32-bit Wine, which nothing here
+  # needs.
+  export WINEDEBUG="${WINEDEBUG:--all,err+module}" WINEARCH=win64
   # No start-menu entries of Wine's for the user's desktop.
   export WINEDLLOVERRIDES="winemenubuilder.exe=d${WINEDLLOVERRIDES:+;$WINEDLLOVERRIDES}"
   # Fixed whatever the user's locale is; and without a UTF-8 locale Wine finds no file whose path is not ASCII.
