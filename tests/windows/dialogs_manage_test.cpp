@@ -318,8 +318,7 @@ TEST_F(ManagePages, ListsGoToFilesAndBack) {
     refuse(ImportOf(text));
   }
   // As if the file had grown since it was measured, were none, or were huge.
-  watch->Replace(
-      "msvcrt.dll", "ftell", +[](FILE* file) { return reported_size ? reported_size : ftell(file); });
+  watch->Replace("msvcrt.dll", "ftell", +[](FILE* file) { return reported_size ? reported_size : ftell(file); });
   for (const long size : {static_cast<long>(list.size()) - 5, -1L, 0x7FFFFFFFL}) {
     refuse([=](DialogUser& dialog) { reported_size = size, ImportOf(list)(dialog), reported_size = 0; });
   }
