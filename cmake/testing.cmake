@@ -46,7 +46,7 @@ set(R5LQZ_TEST_ENVIRONMENT)
 if(NOT WIN32)
   # Two properties of one variable each: a list would fall apart on its way through gtest_discover_tests.
   set(R5LQZ_TEST_ENVIRONMENT ENVIRONMENT UBSAN_OPTIONS=print_stacktrace=1)
-  find_program(R5LQZ_SYMBOLIZER NAMES llvm-symbolizer-16 llvm-symbolizer)
+  find_program(R5LQZ_SYMBOLIZER NAMES llvm-symbolizer-19 llvm-symbolizer)
   if(R5LQZ_SYMBOLIZER)
     list(APPEND R5LQZ_TEST_ENVIRONMENT ENVIRONMENT_MODIFICATION ASAN_SYMBOLIZER_PATH=set:${R5LQZ_SYMBOLIZER})
   endif()

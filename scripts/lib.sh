@@ -63,13 +63,16 @@ own_build_folder() {
 }
 
 configure_preset() { # preset
+  local fresh=
   # A clone that was moved or copied together with its build folder starts anew instead of failing.
   if [ -e "$build/$1/CMakeCache.txt" ] &&
     ! grep -qxF "CMAKE_HOME_DIRECTORY:INTERNAL=$root" "$build/$1/CMakeCache.txt"; then
     rm -rf "${build:?}/$1"
   fi
   cd "$root"
-  step "Configuring the $1 build" "configure-$1" cmake --preset "$1"
+  # Told of another compiler, CMake forgets what else a preset says, sanitizers among it.
+  if [ CMakePresets.json -nt "$build/$1/CMakeCache.txt" ]; then fresh=--fresh; fi
+  step "Configuring the $1 build" "configure-$1" cmake --preset "$1" ${fresh:+"$fresh"}
 }
 
 build_preset() { # preset [targets...]
@@ -85,34 +88,39 @@ build_preset() { # preset [targets...]
 export_wine_environment() {
   # The user's display authority is looked for in the home folder, which Wine is about to lose sight of.
   export XAUTHORITY="${XAUTHORITY:-${HOME:-/nonexistent}/.Xauthority}"
-  # Home, temporary files and prefix all lie in the build folder: Wine links to the first and keeps its server's
-  # socket in the second.
-  export WINEPREFIX="$build/wine-prefix" HOME="$build/wine-home" TMPDIR="$build/wine-tmp"
-  # -all also silences the remark about a 32-bit Wine, which nothing here needs.
-  export WINEDEBUG="${WINEDEBUG:--all}" WINEARCH=win64
+  # Home and prefix lie in the build folder; Wine links to the first.
+  export WINEPREFIX="$build/wine-prefix" HOME="$build/wine-home"
+  # Where the user has no runtime folder, Wine 10's server frees this variable's value, which is not its own, and dies.
+  unset TMPDIR
+  # Why a program did not start, and nothing else: -all also silences the remark about a 32-bit Wine, which nothing here
+  # needs.
+  export WINEDEBUG="${WINEDEBUG:--all,err+module}" WINEARCH=win64
   # No start-menu entries of Wine's for the user's desktop.
   export WINEDLLOVERRIDES="winemenubuilder.exe=d${WINEDLLOVERRIDES:+;$WINEDLLOVERRIDES}"
   # Fixed whatever the user's locale is; and without a UTF-8 locale Wine finds no file whose path is not ASCII.
   # Wine knows more locales than this shell, which would complain.
   export LC_ALL="${R5LQZ_LOCALE:-C.UTF-8}" 2>/dev/null
-  mkdir -p "$HOME" "$TMPDIR"
+  mkdir -p "$HOME"
 }
 
 # Makes the prefix once; several callers at a time are let in one by one.
 ensure_wine_prefix() {
-  [ -e "$WINEPREFIX/.ready-with-fonts" ] && return
+  [ -e "$WINEPREFIX/.ready-on-x11" ] && return
   (
     flock 8
-    [ -e "$WINEPREFIX/.ready-with-fonts" ] && exit
+    [ -e "$WINEPREFIX/.ready-on-x11" ] && exit
+    remove_server_folder
     rm -rf "$WINEPREFIX"
     # Neither the .NET nor the HTML engine is needed, and no dialog may offer to fetch them.
     WINEDLLOVERRIDES="$WINEDLLOVERRIDES;mscoree,mshtml=" DISPLAY='' wineboot -i 8>&- || exit 1
-    # The font of dialogs as Windows has it, in its metrics: Debian's Wine does not look into the folder of its own
-    # fonts, and takes Tahoma, which is wider, for every "MS Shell Dlg".
+    # Wine 10 would look for a Wayland where there is no display, and complain.
+    DISPLAY='' wine reg add 'HKCU\Software\Wine\Drivers' /v Graphics /d x11 /f 8>&- || exit 1
+    # The font of dialogs as Windows has it, in its metrics: Wine takes Tahoma, which is wider, for every "MS Shell Dlg".
+    # Wine 8 does not look into the folder of its own fonts, and heeds the replacement; Wine 10 finds Tahoma there.
     ln -sf /usr/share/wine/fonts/sserife.fon "$WINEPREFIX/drive_c/windows/Fonts/" || exit 1
     DISPLAY='' wine reg add 'HKCU\Software\Wine\Fonts\Replacements' /v Tahoma /d 'MS Sans Serif' /f 8>&- || exit 1
     wineserver -w 8>&- || true
-    [ -d "$WINEPREFIX/drive_c/windows/system32" ] && touch "$WINEPREFIX/.ready-with-fonts"
+    [ -d "$WINEPREFIX/drive_c/windows/system32" ] && touch "$WINEPREFIX/.ready-on-x11"
   ) 8>"$build/.wine-prefix.lock"
 }
 
@@ -129,18 +137,28 @@ ensure_wine_runs() {
   ) 8>"$build/.wine-prefix.lock" >/dev/null 2>&1 </dev/null
 }
 
-# Ends what still runs in the project's own prefix, and takes away the folder of its server's socket: where the user
-# has a runtime folder it lies there, outside the build folder.
-stop_wine() {
-  local sockets
-  wineserver -k >/dev/null 2>&1 || true
-  wineserver -w >/dev/null 2>&1 || true
+# Takes away the folder of the socket of Wine's server, which lies outside the build folder: where the user has a
+# runtime folder it is there, else in /tmp under a name that the prefix keeps.
+remove_server_folder() {
+  local sockets name=
+  [ -d "$WINEPREFIX" ] || return 0
   sockets=/run/user/$(id -u)/wine
-  if [ -d "$sockets" ] && [ -d "$WINEPREFIX" ]; then
+  if [ -d "$sockets" ]; then
     # shellcheck disable=SC2046 # two numbers
     rm -rf "$sockets/$(printf 'server-%x-%x' $(stat -c '%d %i' "$WINEPREFIX"))"
     rmdir "$sockets" 2>/dev/null || true
   fi
+  [ -f "$WINEPREFIX/wineserver" ] || return 0
+  read -r name <"$WINEPREFIX/wineserver" || true
+  [[ ! $name =~ ^wine-[[:alnum:]]{6}$ ]] || [ ! -O "/tmp/$name" ] || rm -rf "/tmp/$name"
+  rm -f "$WINEPREFIX/wineserver"
+}
+
+# Ends what still runs in the project's own prefix.
+stop_wine() {
+  wineserver -k >/dev/null 2>&1 || true
+  wineserver -w >/dev/null 2>&1 || true
+  remove_server_folder
 }
 
 # Y: a window manager sees to the frames and the focus of Wine's windows. N: Wine does so itself, as it has to on a

@@ -91,7 +91,7 @@ class CallScope {
   }
 
  private:
-  std::chrono::steady_clock::time_point start_{};
+  std::chrono::steady_clock::time_point start_;
   bool timed_ = false;
   bool failed_ = false;
   DWORD code_ = 0;

@@ -38,9 +38,9 @@ std::vector<void**> Find(HMODULE module, const char* dll, const char* function) 
 
 bool WritePointer(void** place, void* value) {
   DWORD protection = 0;
-  if (!VirtualProtect(place, sizeof(void*), PAGE_READWRITE, &protection)) return false;
+  if (!VirtualProtect(static_cast<void*>(place), sizeof(void*), PAGE_READWRITE, &protection)) return false;
   InterlockedExchangePointer(place, value);
-  VirtualProtect(place, sizeof(void*), protection, &protection);
+  VirtualProtect(static_cast<void*>(place), sizeof(void*), protection, &protection);
   return true;
 }
 

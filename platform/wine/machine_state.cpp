@@ -22,7 +22,7 @@ constexpr char kPending[] = "PendingFileRenameOperations";
 
 // Seen under other names too; and what the platform notes for the moment of whatever program runs, or shows a window.
 constexpr std::string_view kPassedOver[] = {"Wow6432Node", "Classes", "TimeZoneInformation",
-                                            "Temporary System Parameters"};
+                                            "Temporary System Parameters", "ControlSet001"};
 
 fs::path SpecialFolder(int which) {
   wchar_t path[MAX_PATH] = L"";

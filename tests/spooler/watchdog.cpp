@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include <atomic>
+#include <cstdarg>
 #include <cstdio>
 #include <cstring>
 
@@ -11,13 +12,25 @@ namespace tests {
 namespace {
 
 constexpr UINT kExitCode = 3;
-constexpr DWORD kLimit = 45000;  // milliseconds
+constexpr DWORD kLimit = 45000, kPrinting = 5000;  // milliseconds
 constexpr int kFrames = 24;
 
 std::atomic<unsigned> tests_started;
+std::atomic<int> watching;
 HANDLE test_thread;
-HANDLE watcher;
-HANDLE program_ended;
+HANDLE watchers[2];
+HANDLE program_ended, stalled;
+
+// Past the files of the C library, whose locks a stalled thread may have.
+void Print(const char* format, ...) {
+  char text[MAX_PATH + 64];
+  va_list values;
+  va_start(values, format);
+  const int length = vsnprintf(text, sizeof text, format, values);
+  va_end(values);
+  DWORD written = 0;
+  WriteFile(GetStdHandle(STD_ERROR_HANDLE), text, static_cast<DWORD>(length), &written, nullptr);
+}
 
 // As module and offset, the form that addr2line takes.
 void PrintPlace(DWORD64 address) {
@@ -28,7 +41,7 @@ void PrintPlace(DWORD64 address) {
     GetModuleFileNameA(module, name, sizeof name);
   }
   const char* file = strrchr(name, '\\');
-  fprintf(stderr, "    %s+0x%llx\n", file ? file + 1 : name, address - reinterpret_cast<DWORD64>(module));
+  Print("    %s+0x%llx\n", file ? file + 1 : name, address - reinterpret_cast<DWORD64>(module));
 }
 
 void PrintStack(CONTEXT context) {
@@ -53,25 +66,49 @@ LONG WINAPI OnCrash(EXCEPTION_POINTERS* exception) {
   const auto& record = *exception->ExceptionRecord;
   // Of an access violation, the second parameter is the address that was touched.
   const auto touched = record.NumberParameters > 1 ? record.ExceptionInformation[1] : 0;
-  fprintf(stderr, "exception 0x%lx (0x%llx), at\n", record.ExceptionCode, static_cast<unsigned long long>(touched));
+  Print("exception 0x%lx (0x%llx), at\n", record.ExceptionCode, static_cast<unsigned long long>(touched));
   PrintStack(*exception->ContextRecord);
   TerminateProcess(GetCurrentProcess(), kExitCode);
   return EXCEPTION_EXECUTE_HANDLER;
 }
 
+// The thread goes on meanwhile: it may hold a lock that printing needs.
+void PrintStackOf(HANDLE thread) {
+  CONTEXT context{};
+  context.ContextFlags = CONTEXT_FULL;
+  SuspendThread(thread);
+  const BOOL found = GetThreadContext(thread, &context);
+  ResumeThread(thread);
+  if (found) PrintStack(context);
+}
+
 DWORD WINAPI Watch(void*) {
-  for (unsigned seen = tests_started;; seen = tests_started) {
-    for (DWORD waited = 0; seen == tests_started; waited += 100) {
-      if (WaitForSingleObject(program_ended, 100) == WAIT_OBJECT_0) return 0;
-      if (waited < kLimit) continue;
-      fprintf(stderr, "stalled for %lu ms, at\n", waited);
-      SuspendThread(test_thread);
-      CONTEXT context{};
-      context.ContextFlags = CONTEXT_FULL;
-      if (GetThreadContext(test_thread, &context)) PrintStack(context);
-      TerminateProcess(GetCurrentProcess(), kExitCode);
+  ++watching;
+  unsigned seen = tests_started;
+  ULONGLONG begun = GetTickCount64();
+  while (WaitForSingleObject(program_ended, 100) != WAIT_OBJECT_0) {
+    const ULONGLONG now = GetTickCount64();
+    if (seen != tests_started) {
+      seen = tests_started;
+      begun = now;
     }
+    if (now - begun < kLimit) continue;
+    SetEvent(stalled);
+    Print("stalled for %llu ms, at\n", now - begun);
+    PrintStackOf(test_thread);
+    TerminateProcess(GetCurrentProcess(), kExitCode);
   }
+  return 0;
+}
+
+// Ends the program even when the stalled thread keeps a lock for good that printing needs.
+DWORD WINAPI EndAnyway(void*) {
+  ++watching;
+  const HANDLE events[] = {program_ended, stalled};
+  if (WaitForMultipleObjects(2, events, FALSE, INFINITE) == WAIT_OBJECT_0) return 0;
+  Sleep(kPrinting);
+  TerminateProcess(GetCurrentProcess(), kExitCode);
+  return 0;
 }
 
 class Watchdog : public testing::EmptyTestEventListener {
@@ -80,12 +117,16 @@ class Watchdog : public testing::EmptyTestEventListener {
     DuplicateHandle(self, GetCurrentThread(), self, &test_thread, 0, FALSE, DUPLICATE_SAME_ACCESS);
     SetUnhandledExceptionFilter(OnCrash);
     program_ended = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    watcher = CreateThread(nullptr, 0, Watch, nullptr, 0, nullptr);
+    stalled = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    watchers[0] = CreateThread(nullptr, 0, Watch, nullptr, 0, nullptr);
+    watchers[1] = CreateThread(nullptr, 0, EndAnyway, nullptr, 0, nullptr);
+    // A thread needs the loader's lock to begin, which a stalled test may have.
+    while (watching < 2) Sleep(1);
   }
   // No thread of ours is left for the platform to end when the program exits.
   void OnTestProgramEnd(const testing::UnitTest&) override {
     SetEvent(program_ended);
-    WaitForSingleObject(watcher, INFINITE);
+    WaitForMultipleObjects(2, watchers, TRUE, INFINITE);
   }
   void OnTestStart(const testing::TestInfo&) override { ++tests_started; }
 };

@@ -135,8 +135,7 @@ void DialogTest::SetUp() {
   CountCalls<kWrite>("SetPrinterDataExA", &SetPrinterDataExA);
   CountCalls<kProbe>("SetPrinterDataExW", &SetPrinterDataExW);
   watch->Replace("comdlg32.dll", "GetOpenFileNameW", &ChooseFile);
-  watch->Replace(
-      "comdlg32.dll", "GetSaveFileNameW", +[](LPOPENFILENAMEW request) { return ChooseFile(request); });
+  watch->Replace("comdlg32.dll", "GetSaveFileNameW", +[](LPOPENFILENAMEW request) { return ChooseFile(request); });
   watch->Replace("user32.dll", "LoadStringW", &LoadForeign);
   watch->Replace("msvcrt.dll", "realloc", &Reallocate);
 }

@@ -222,8 +222,7 @@ TEST_F(PageTab, AWalkThroughEverythingIsTracedStepByStep) {
     }
     DialogUser(sheet, kCustom).EndBy(IDC_CUSTOM_WIDTH, VK_RETURN);
   });
-  ShowSheet(
-      device_entry, &device, [](SheetUser& sheet) { EXPECT_TRUE(sheet.Open("Device")); }, PSBTN_OK);
+  ShowSheet(device_entry, &device, [](SheetUser& sheet) { EXPECT_TRUE(sheet.Open("Device")); }, PSBTN_OK);
   DeleteFileA(kMaskFile);
   read_mask();
   std::vector<std::string> texts;

@@ -148,8 +148,7 @@ Watch::Watch(HMODULE watched) : module(watched) {
   Replace("mscms.dll", "EnumColorProfilesW", &GiveProfiles);
   Replace("winspool.drv", "SetPrinterDataW", &Write);
   // New blocks hold no zeros by chance.
-  Replace(
-      "msvcrt.dll", "malloc", +[](std::size_t size) { return memset(Allocate(1, size), 0xCD, size); });
+  Replace("msvcrt.dll", "malloc", +[](std::size_t size) { return memset(Allocate(1, size), 0xCD, size); });
   Replace("msvcrt.dll", "calloc", &Allocate);
   Replace("msvcrt.dll", "free", &Release);
 }

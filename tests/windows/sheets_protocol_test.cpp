@@ -180,8 +180,7 @@ TEST_F(Protocol, WritesTheOutputInTheCallersSizeWhereItMay) {
 TEST_F(Protocol, DeviceSheetTellsWhoMayChangeThePrinter) {
   for (const DWORD answer : {DWORD{ERROR_SUCCESS}, DWORD{ERROR_ACCESS_DENIED}}) {
     watch->write_answer = answer;
-    ShowSheet(
-        device_entry, &device, [](SheetUser& user) { EXPECT_TRUE(user.Open("Device")); }, PSBTN_CANCEL);
+    ShowSheet(device_entry, &device, [](SheetUser& user) { EXPECT_TRUE(user.Open("Device")); }, PSBTN_CANCEL);
     EXPECT_EQ(device.Flags, answer ? DPS_NOPERMISSION : 0);
   }
   DWORD type = 0, value = 0, size = 0;

@@ -23,7 +23,7 @@ constexpr SHORT kMostCopies = 1;
 // The check boxes and the fields that they show.
 constexpr struct {
   int control;
-  DWORD PrivateDevMode::*field;
+  DWORD PrivateDevMode::* field;
 } kFlags[] = {
     {IDC_LAYOUT_ROTATE, &PrivateDevMode::rotate180},
     {IDC_LAYOUT_MIRROR, &PrivateDevMode::mirrorImage},
