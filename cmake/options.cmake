@@ -32,7 +32,7 @@ if(MINGW)
   # what a broken guard calls; the compiler's own library would import a cryptographic DLL into every program that
   # prints. The flow of control is not guarded: this compiler does not have Control Flow Guard (clang and MSVC do).
   target_compile_options(r5lqz_hardening INTERFACE -fstack-protector-strong -mstack-protector-guard=tls
-    -mstack-protector-guard-reg=gs -mstack-protector-guard-offset=0x60 -ftrivial-auto-var-init=zero)
+    -mstack-protector-guard-reg=gs -mstack-protector-guard-offset=96 -ftrivial-auto-var-init=zero)
   target_compile_definitions(r5lqz_hardening INTERFACE _FORTIFY_SOURCE=2)
 elseif(MSVC)
   target_compile_options(r5lqz_hardening INTERFACE /GS /sdl /guard:cf)

@@ -228,7 +228,7 @@ TEST_F(Settings, ValidationForcesEveryField) {
     ValidateDevmode(record, printer());
 
     DEVMODEW& settings = expected.dm_public;
-    settings.dmPaperSize = paper == 9 ? 256 : paper;
+    if (paper == 9) settings.dmPaperSize = 256;
     std::memset(settings.dmFormName, 0, sizeof settings.dmFormName);
     if (paper == 9) std::memcpy(settings.dmFormName, L"Custom", sizeof L"Custom");
     std::memset(settings.dmDeviceName, 0, sizeof settings.dmDeviceName);

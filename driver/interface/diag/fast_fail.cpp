@@ -22,14 +22,14 @@ constexpr unsigned kBufferTooSmall = 8;
 }  // namespace
 
 // The names are the compiler's and its headers'.
-// NOLINTBEGIN(bugprone-reserved-identifier)
+// NOLINTBEGIN(bugprone-reserved-identifier, readability-identifier-naming)
 extern "C" {
 
 [[noreturn]] void __stack_chk_fail() {
   FailFast(kStackGuardBroken);
 }
 
-[[noreturn]] void __chk_fail() {
+void __chk_fail() {
   FailFast(kBufferTooSmall);
 }
 
@@ -39,6 +39,6 @@ void* __memcpy_chk(void* to, const void* from, std::size_t size, std::size_t roo
 }
 
 }  // extern "C"
-// NOLINTEND(bugprone-reserved-identifier)
+// NOLINTEND(bugprone-reserved-identifier, readability-identifier-naming)
 
 #endif

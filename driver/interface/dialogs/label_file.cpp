@@ -10,7 +10,7 @@ namespace r5lqz {
 namespace {
 
 // Bytes. A full list of pages takes some 25 KiB; parsed, a text can take forty times its size of the host's memory.
-constexpr LONGLONG kLargestFile = 1024 * 1024;
+constexpr LONGLONG kLargestFile = LONGLONG{1024} * 1024;
 
 // No process that the host starts inherits the handle. The name may lead to a pipe, whose other end then learns who the
 // user is but cannot act as him.

@@ -30,7 +30,7 @@ constexpr struct {
 
 // With a drive: what a path without one leads to is the host's, or the current directory's, to say.
 bool IsAbsolute(const WCHAR* path) {
-  const WCHAR drive = static_cast<WCHAR>(path[0] | 0x20);  // in lower case, if it is a letter
+  const auto drive = static_cast<WCHAR>(path[0] | 0x20);  // in lower case, if it is a letter
   return drive >= L'a' && drive <= L'z' && path[1] == L':' && path[2] == L'\\';
 }
 
