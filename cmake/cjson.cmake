@@ -13,7 +13,8 @@ if(EXISTS ${R5LQZ_CJSON}/cjson/cJSON.c AND EXISTS ${R5LQZ_CJSON}/cjson/cJSON.h)
   # down takes of the host's stack.
   target_compile_definitions(r5lqz_cjson PUBLIC CJSON_HIDE_SYMBOLS PRIVATE ENABLE_LOCALES CJSON_NESTING_LIMIT=32)
   target_link_libraries(r5lqz_cjson PRIVATE r5lqz_hardening)
-  target_compile_options(r5lqz_cjson PRIVATE -w $<$<BOOL:${R5LQZ_FUZZABLE}>:-fsanitize=fuzzer-no-link>)
+  target_compile_options(r5lqz_cjson
+    PRIVATE -w $<$<BOOL:${R5LQZ_FUZZABLE}>:-fsanitize=fuzzer-no-link;-fno-sanitize-coverage=stack-depth>)
   return()
 endif()
 

@@ -20,12 +20,15 @@ constexpr char kParentKey[] = "Label Sizes";
 constexpr BYTE kTraced = 1;
 constexpr BYTE kGivenKeyList = 2;
 constexpr BYTE kChangingKeyList = 4;
+constexpr BYTE kForeignPaper = 8;
 
 // The front of an input. Behind it lie the two key lists, then label after label: its number, then its values, each of
 // which begins with how it is stored.
 struct Head {
   BYTE flags;
   BYTE capacity;
+  BYTE question;
+  BYTE padding;
   WORD list_size;    // bytes of the given key list
   WORD second_size;  // bytes of the one that the second question finds
   SHORT paper;       // what a record asks for
@@ -84,11 +87,9 @@ class KeyLists {
     lists_[1] = input.TakeBytes(head.second_size);
     if (head.flags & kGivenKeyList) platform::SetKeyListBytes(kPrinterName, kParentKey, lists_[0]);
     if (!(head.flags & kChangingKeyList)) return;
-    platform::SetCallHook([this](const char* name) {
-      if (std::strcmp(name, "EnumPrinterKeyW") == 0) {
-        platform::SetKeyListBytes(kPrinterName, kParentKey, lists_[asked_++ % 2]);
-      }
-    });
+    platform::SetCallHook(
+        [this](const char*) { platform::SetKeyListBytes(kPrinterName, kParentKey, lists_[asked_++ % 2]); },
+        "EnumPrinterKeyW");
   }
   void StartOver() { asked_ = 0; }
 
@@ -155,8 +156,16 @@ void CheckNames(const Block& slots) {
   }
 }
 
+struct Question {
+  WORD capability;
+  std::size_t entry_size;
+};
+constexpr Question kQuestions[] = {
+    {DC_PAPERS, sizeof(WORD)}, {DC_PAPERSIZE, sizeof(POINT)}, {DC_PAPERNAMES, 64 * sizeof(WCHAR)}};
+
 // Asked for the number, then for the entries in exactly as much room.
-void CheckCapability(HANDLE printer, WORD capability, std::size_t entry_size, KeyLists& lists) {
+void CheckCapability(HANDLE printer, const Question& question, KeyLists& lists) {
+  const auto [capability, entry_size] = question;
   lists.StartOver();
   const DWORD count = DrvDeviceCapabilities(printer, nullptr, capability, nullptr, nullptr);
   REQUIRE(count <= static_cast<DWORD>(kMostLabels));
@@ -189,15 +198,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   fuzz::AsModule([&] {
     lists.StartOver();
-    CheckList(printer, head.capacity % (kMostLabels + 1));
+    const auto labels = CheckList(printer, head.capacity % (kMostLabels + 1));
+    CheckCapability(printer, kQuestions[head.question % std::size(kQuestions)], lists);
     lists.StartOver();
-    const auto labels = CheckList(printer, kMostLabels);
-    CheckCapability(printer, DC_PAPERS, sizeof(WORD), lists);
-    CheckCapability(printer, DC_PAPERSIZE, sizeof(POINT), lists);
-    CheckCapability(printer, DC_PAPERNAMES, 64 * sizeof(WCHAR), lists);
-    lists.StartOver();
-    CheckSelection(printer, head.paper);
-    if (!labels.empty()) CheckSelection(printer, labels.back().id);
+    CheckSelection(printer, labels.empty() || (head.flags & kForeignPaper) ? head.paper : labels.back().id);
     lists.StartOver();
     CheckNextId(printer, labels);
     if (!labels.empty()) CheckAdding(printer, labels.front());

@@ -1,5 +1,7 @@
 // Colour profile lists in any bytes, cut off anywhere, with a count that need not fit, changing while they are read.
+#include <algorithm>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "diag/owned.h"
@@ -41,18 +43,18 @@ Texts TextsOf(const std::u16string& list, std::size_t most) {
 }
 
 std::u16string Folded(std::u16string text) {
-  for (char16_t& c : text) {
-    c = static_cast<char16_t>(
-        reinterpret_cast<std::uintptr_t>(CharLowerW(reinterpret_cast<LPWSTR>(std::uintptr_t{c}))));
-  }
+  CharLowerW(reinterpret_cast<LPWSTR>(text.data()));
   return text;
 }
 
 Texts SortedTexts(std::span<const std::byte> list, std::size_t count) {
-  Texts texts = TextsOf(CharactersOf(list), count);
-  std::stable_sort(texts.begin(), texts.end(),
-                   [](const auto& left, const auto& right) { return Folded(left) < Folded(right); });
-  return texts;
+  const Texts texts = TextsOf(CharactersOf(list), count);
+  std::vector<std::pair<std::u16string, std::size_t>> order;  // the number keeps equal texts in theirs
+  for (const auto& text : texts) order.emplace_back(Folded(text), order.size());
+  std::ranges::sort(order);
+  Texts sorted;
+  for (const auto& [folded, number] : order) sorted.push_back(texts[number]);
+  return sorted;
 }
 
 // The texts in `list`, and nothing but zeros behind them.
@@ -82,9 +84,11 @@ Texts HandedOver(const WCHAR* list) {
 void CheckReading(std::span<const std::byte> first, std::span<const std::byte> second, DWORD count) {
   platform::SetProfileListBytes(first, count);
   int asked = 0;
-  platform::SetCallHook([&](const char* name) {
-    if (std::strcmp(name, "EnumColorProfilesW") == 0 && ++asked == 2) platform::SetProfileListBytes(second, count);
-  });
+  platform::SetCallHook(
+      [&](const char*) {
+        if (++asked == 2) platform::SetProfileListBytes(second, count);
+      },
+      "EnumColorProfilesW");
   WCHAR* list = nullptr;
   if (GetColorProfileList(L"Printer", &list)) {
     const RuntimeBlock<WCHAR> owned(list);

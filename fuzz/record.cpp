@@ -18,7 +18,6 @@ constexpr BYTE kUnknownName = 4;
 constexpr BYTE kNoOutput = 8;
 constexpr BYTE kNoInput = 16;
 constexpr BYTE kOddAddress = 32;
-
 // The front of an input; the two records follow.
 struct Head {
   BYTE flags;
@@ -55,13 +54,14 @@ class Record {
  public:
   explicit Record(std::span<const std::byte> bytes, bool odd = false)
       : shift_(odd ? 1 : 0), block_(shift_ + std::max<std::size_t>(kFormEnd, ReadForm(bytes).total()), {}) {
-    std::ranges::copy(bytes.first(std::min(bytes.size(), block_.size() - shift_)), block_.As<std::byte>() + shift_);
+    const std::size_t held = std::min(bytes.size(), block_.size() - shift_);
+    if (held > 0) std::memcpy(block_.As<std::byte>() + shift_, bytes.data(), held);
   }
 
   DEVMODEW* get() const { return reinterpret_cast<DEVMODEW*>(block_.As<std::byte>() + shift_); }
   std::span<const std::byte> bytes() const { return block_.bytes().subspan(shift_); }
   RecordForm form() const { return ReadForm(bytes()); }
-  bool Holds(std::span<const std::byte> other) const { return std::ranges::equal(bytes(), other); }
+  bool Holds(std::span<const std::byte> other) const { return fuzz::Same(bytes(), other); }
 
  private:
   std::size_t shift_;
@@ -173,7 +173,7 @@ Block PoisonedOutput(const RecordForm& shape) {
 }
 
 void RequireHandedOut(BOOL done, std::span<const std::byte> out, std::span<const std::byte> before, RecordForm shape) {
-  if (!done) return REQUIRE(std::ranges::equal(out, before));
+  if (!done) return REQUIRE(fuzz::Same(out, before));
   const RecordForm form = ReadForm(out);
   REQUIRE(form.public_size == SmallerForm(shape).public_size && form.private_size == SmallerForm(shape).private_size);
   REQUIRE(form.spec_version != 0);

@@ -25,6 +25,7 @@ constexpr std::array<CallInfo, kCallCount> kCalls = {{
 }};
 
 constexpr std::size_t kAnyCall = kCallCount;
+constexpr std::size_t kNoCall = kCallCount + 1;
 
 struct Fault {
   std::size_t call = kAnyCall;
@@ -42,7 +43,8 @@ std::atomic<std::uint64_t> nanoseconds;
 std::atomic<std::uint64_t> faults_injected;
 std::atomic<std::uint64_t> bad_releases;
 std::atomic<bool> measuring;
-std::atomic<bool> watched;  // either of the two below is set
+std::atomic<bool> faults_armed;
+std::atomic<std::size_t> hooked = kNoCall;
 std::mutex control_mutex;
 std::vector<Fault> faults;
 std::shared_ptr<const Hook> hook;
@@ -50,8 +52,9 @@ std::shared_ptr<const Hook> hook;
 // Set while the hook runs on this thread.
 thread_local constinit bool quiet = false;
 
-void UpdateWatched() {
-  watched = !faults.empty() || hook;
+bool IsHooked(std::size_t call) {
+  const std::size_t which = hooked.load(std::memory_order_acquire);
+  return which == call || which == kAnyCall;
 }
 
 std::size_t FindCall(const char* name) {
@@ -101,8 +104,8 @@ CallScope::CallScope(Call call) {
     timed_ = true;
     start_ = std::chrono::steady_clock::now();
   }
-  if (!watched.load(std::memory_order_acquire)) return;
-  RunHook(kCalls[index].name);
+  if (IsHooked(index)) RunHook(kCalls[index].name);
+  if (!faults_armed.load(std::memory_order_acquire)) return;
   if (const auto code = Strike(index)) {
     failed_ = true;
     code_ = *code;
@@ -139,7 +142,8 @@ void Reset() {
     std::lock_guard lock(control_mutex);
     faults.clear();
     hook.reset();
-    UpdateWatched();
+    faults_armed = false;
+    hooked = kNoCall;
   }
   measuring = false;
   ResetRuntimeHeap();
@@ -162,13 +166,13 @@ void FailCall(const char* name, std::uint64_t nth, DWORD code, bool persistent) 
   if (nth == 0) ReportMisuse("calls to fail are counted from 1:", name ? name : "any");
   std::lock_guard lock(control_mutex);
   faults.push_back({call, nth, code, persistent});
-  UpdateWatched();
+  faults_armed = true;
 }
 
 void DisarmFaults() {
   std::lock_guard lock(control_mutex);
   faults.clear();
-  UpdateWatched();
+  faults_armed = false;
 }
 
 std::uint64_t FaultsInjected() {
@@ -185,10 +189,11 @@ std::uint64_t TotalCalls() {
   return total;
 }
 
-void SetCallHook(std::function<void(const char* name)> new_hook) {
+void SetCallHook(std::function<void(const char* name)> new_hook, const char* only) {
+  const std::size_t call = only ? FindCall(only) : kAnyCall;
   std::lock_guard lock(control_mutex);
   hook = new_hook ? std::make_shared<const Hook>(std::move(new_hook)) : nullptr;
-  UpdateWatched();
+  hooked = hook ? call : kNoCall;
 }
 
 void MeasureTime(bool on) {

@@ -112,8 +112,9 @@ std::uint64_t Calls(const char* name);
 std::uint64_t TotalCalls();
 
 // Runs before each call, on its thread and before a fault is injected, so that it can change what the call will see.
-// What it calls itself is neither counted, failed nor hooked. Empty: none.
-void SetCallHook(std::function<void(const char* name)> hook);
+// What it calls itself is neither counted, failed nor hooked. Empty: none. With `only` it runs before calls of that
+// name alone, and the others cost no more than without it.
+void SetCallHook(std::function<void(const char* name)> hook, const char* only = nullptr);
 
 // Time that all threads spent inside the layer while this was on, in nanoseconds. The clock itself costs each call a
 // few tens of nanoseconds, about half of which fall outside what is counted.

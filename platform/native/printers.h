@@ -14,7 +14,7 @@ struct Value {
 
 struct Key {
   std::u16string name;  // its own, as first written, without the path to it
-  std::map<std::u16string, Value> values;
+  std::map<std::u16string, Value, std::less<>> values;
 };
 
 struct Printer {
@@ -26,8 +26,8 @@ struct Printer {
   Denied full_access = Denied::kNobody;
   std::vector<Form> forms;
   // By folded path; what lies beneath a key begins with its path and a backslash. Every parent is there.
-  std::map<std::u16string, Key> keys;
-  std::map<std::u16string, Bytes> key_lists;  // what SetKeyListBytes asked for, by folded path
+  std::map<std::u16string, Key, std::less<>> keys;
+  std::map<std::u16string, Bytes, std::less<>> key_lists;  // what SetKeyListBytes asked for, by folded path
 };
 
 // All of these want StateMutex held.

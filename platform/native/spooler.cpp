@@ -13,7 +13,7 @@ struct Opened {
   bool by_test = false;
 };
 
-std::map<std::u16string, std::shared_ptr<Printer>> printers;
+std::map<std::u16string, std::shared_ptr<Printer>, std::less<>> printers;
 std::unordered_map<HANDLE, Opened> opened;
 
 bool AsksFullAccess(ACCESS_MASK access) {
@@ -26,8 +26,9 @@ HANDLE Open(std::shared_ptr<Printer> printer, ACCESS_MASK access, bool by_test) 
   return handle;
 }
 
-std::shared_ptr<Printer> FindPrinter(std::u16string_view name) {
-  const auto found = printers.find(Folded(std::u16string(name)));
+template <typename Text>
+std::shared_ptr<Printer> FindPrinter(Text name) {
+  const auto found = printers.find(FoldedName(name).view());
   return found == printers.end() ? nullptr : found->second;
 }
 
@@ -35,8 +36,15 @@ std::shared_ptr<Printer> FindPrinter(std::u16string_view name) {
 // bytes, so that whoever believes a record that claims to be longer leaves the block.
 struct InfoBlock {
   PRINTER_INFO_2W info{};
-  Bytes bytes = Bytes(sizeof(PRINTER_INFO_2W));
   BYTE* base;  // where the caller's copy will lie
+  Bytes bytes = RoomFor(sizeof(PRINTER_INFO_2W));
+
+  static Bytes RoomFor(std::size_t fixed) {
+    Bytes bytes;
+    bytes.reserve(2048);
+    bytes.resize(fixed);
+    return bytes;
+  }
 
   template <typename Pointer>
   Pointer Append(const void* data, std::size_t size, std::size_t alignment) {
@@ -48,8 +56,9 @@ struct InfoBlock {
   }
 
   LPWSTR Text(std::u16string_view text) {
-    const std::u16string terminated(text);
-    return Append<LPWSTR>(terminated.c_str(), (terminated.size() + 1) * sizeof(char16_t), sizeof(char16_t));
+    const auto at = Append<LPWSTR>(text.data(), text.size() * sizeof(char16_t), sizeof(char16_t));
+    bytes.resize(bytes.size() + sizeof(char16_t));
+    return at;
   }
 };
 
@@ -74,7 +83,7 @@ Bytes PrinterInfo(const Printer& printer, BYTE* base) {
 }  // namespace
 
 Printer& NamedPrinter(std::string_view name) {
-  const auto printer = FindPrinter(Widen(name));
+  const auto printer = FindPrinter(name);
   if (!printer) ReportMisuse("there is no printer named", name);
   return *printer;
 }
@@ -96,7 +105,7 @@ void AddPrinter(std::string_view name, std::string_view driver_name, std::span<c
   printer->driver_name = Widen(driver_name);
   printer->devmode.assign(devmode.begin(), devmode.end());
   std::lock_guard lock(StateMutex());
-  printers.insert_or_assign(Folded(printer->name), std::move(printer));
+  printers.insert_or_assign(FoldedName(name).text(), std::move(printer));
 }
 
 void SetDevMode(std::string_view printer, std::span<const std::byte> devmode) {
@@ -112,7 +121,7 @@ void OmitNames(std::string_view printer) {
 HANDLE OpenTestPrinter(std::string_view printer, ACCESS_MASK access) {
   std::lock_guard lock(StateMutex());
   NamedPrinter(printer);
-  return Open(FindPrinter(Widen(printer)), access, true);
+  return Open(FindPrinter(printer), access, true);
 }
 
 void CloseTestPrinter(HANDLE printer) {

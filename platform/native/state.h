@@ -30,8 +30,26 @@ std::u16string Widen(std::string_view text);
 std::string Narrow(std::u16string_view text);
 std::u16string_view View(const WCHAR* text);
 char16_t LowerChar(char16_t c);
-// For comparing names without regard to case.
-std::u16string Folded(std::u16string text);
+
+// A name folded for comparing without regard to case. One of usual length takes no memory: fuzz targets look up names
+// by the thousand.
+class FoldedName {
+ public:
+  explicit FoldedName(std::u16string_view text);
+  explicit FoldedName(std::string_view text);
+  FoldedName(const FoldedName&) = delete;
+  FoldedName& operator=(const FoldedName&) = delete;
+  std::u16string_view view() const { return view_; }
+  std::u16string text() const { return std::u16string(view_); }
+
+ private:
+  template <typename Source>
+  void Fold(Source text);
+
+  std::array<char16_t, 64> short_;
+  std::u16string long_;
+  std::u16string_view view_;
+};
 
 // Closes the handle if it is a file's; StateMutex is held.
 bool CloseFile(HANDLE handle);

@@ -50,9 +50,21 @@ char16_t LowerChar(char16_t c) {
   return upper ? static_cast<char16_t>(c + 32) : c;
 }
 
-std::u16string Folded(std::u16string text) {
-  std::transform(text.begin(), text.end(), text.begin(), LowerChar);
-  return text;
+FoldedName::FoldedName(std::u16string_view text) {
+  Fold(text);
+}
+
+FoldedName::FoldedName(std::string_view text) {
+  Fold(text);
+}
+
+template <typename Source>
+void FoldedName::Fold(Source text) {
+  if (text.size() > short_.size()) long_.resize(text.size());
+  char16_t* const to = long_.empty() ? short_.data() : long_.data();
+  std::transform(text.begin(), text.end(), to,
+                 [](auto c) { return LowerChar(static_cast<std::make_unsigned_t<decltype(c)>>(c)); });
+  view_ = {to, text.size()};
 }
 
 }  // namespace platform
@@ -90,7 +102,7 @@ INT WINAPI CompareStringOrdinal(const WCHAR* left, INT left_length, const WCHAR*
   const auto text = [&](const WCHAR* at, INT length) {
     const auto view = platform::View(at);
     const std::u16string whole(length < 0 ? view : view.substr(0, static_cast<std::size_t>(length)));
-    return ignore_case ? platform::Folded(whole) : whole;
+    return ignore_case ? platform::FoldedName(std::u16string_view(whole)).text() : whole;
   };
   const int order = text(left, left_length).compare(text(right, right_length));
   return order < 0 ? CSTR_LESS_THAN : order > 0 ? CSTR_GREATER_THAN : CSTR_EQUAL;
