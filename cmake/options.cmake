@@ -39,25 +39,11 @@ elseif(MSVC)
 endif()
 target_link_libraries(r5lqz_module_options INTERFACE r5lqz_hardening)
 
-# What the module imports: DLLs that every Windows has.
+# What the module imports: DLLs that every program which prints has already. Others it loads when they are needed
+# (driver/interface/diag/late.h).
 if(WIN32)
-  set(identity_def ${CMAKE_SOURCE_DIR}/driver/interface/spooler-identity.def)
-  set(identity_name ${CMAKE_STATIC_LIBRARY_PREFIX}spooler-identity${CMAKE_STATIC_LIBRARY_SUFFIX})
-  set(identity_lib ${CMAKE_BINARY_DIR}/${identity_name})
-  # The bare name: the tool makes symbols of what it is told to write.
-  if(MSVC)
-    set(make_identity_lib ${CMAKE_AR} /nologo /machine:x64 /def:${identity_def} /out:${identity_name})
-  else()
-    set(make_identity_lib ${CMAKE_DLLTOOL} -m i386:x86-64 -d ${identity_def} -l ${identity_name})
-  endif()
-  add_custom_command(OUTPUT ${identity_lib} COMMAND ${make_identity_lib} WORKING_DIRECTORY ${CMAKE_BINARY_DIR}
-    DEPENDS ${identity_def} VERBATIM)
-  add_custom_target(r5lqz_identity_lib DEPENDS ${identity_lib})
-
   add_library(r5lqz_imports INTERFACE)
-  add_dependencies(r5lqz_imports r5lqz_identity_lib)
-  target_link_libraries(r5lqz_imports INTERFACE winspool ${identity_lib} mscms user32
-    comctl32 comdlg32 gdi32 shell32 shlwapi advapi32)
+  target_link_libraries(r5lqz_imports INTERFACE winspool user32 comctl32 gdi32 advapi32)
 endif()
 
 if(NOT WIN32)

@@ -1,6 +1,7 @@
 #include "import_patch.h"
 
 #include <cstring>
+#include <span>
 #include <utility>
 
 namespace platform {
@@ -11,16 +12,35 @@ T* At(HMODULE module, DWORD offset) {
   return reinterpret_cast<T*>(reinterpret_cast<BYTE*>(module) + offset);
 }
 
-const IMAGE_DATA_DIRECTORY& Directory(HMODULE module, unsigned index) {
-  const auto* dos = At<IMAGE_DOS_HEADER>(module, 0);
-  const auto* headers = At<IMAGE_NT_HEADERS>(module, static_cast<DWORD>(dos->e_lfanew));
-  return headers->OptionalHeader.DataDirectory[index];
+const IMAGE_NT_HEADERS* Headers(HMODULE module) {
+  return At<IMAGE_NT_HEADERS>(module, static_cast<DWORD>(At<IMAGE_DOS_HEADER>(module, 0)->e_lfanew));
 }
 
-// The places of the pointers that the loader filled in for `function`.
+// As the module's table of late functions lies in its section.
+struct LateEntry {
+  const char* dll;
+  const char* function;
+  void* address;  // null until the first call
+};
+
+std::span<LateEntry> LateEntries(HMODULE module) {
+  const auto* headers = Headers(module);
+  for (const auto& section : std::span(IMAGE_FIRST_SECTION(headers), headers->FileHeader.NumberOfSections)) {
+    if (memcmp(section.Name, ".late\0\0", sizeof section.Name) != 0) continue;
+    return {At<LateEntry>(module, section.VirtualAddress), section.Misc.VirtualSize / sizeof(LateEntry)};
+  }
+  return {};
+}
+
+// The places of the pointers that the loader, or the module itself, fills in for `function`.
 std::vector<void**> Find(HMODULE module, const char* dll, const char* function) {
   std::vector<void**> places;
-  const auto& directory = Directory(module, IMAGE_DIRECTORY_ENTRY_IMPORT);
+  for (LateEntry& entry : LateEntries(module)) {
+    if (entry.dll && _stricmp(entry.dll, dll) == 0 && strcmp(entry.function, function) == 0) {
+      places.push_back(&entry.address);
+    }
+  }
+  const auto& directory = Headers(module)->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
   if (!directory.Size) return places;
   for (auto* entry = At<IMAGE_IMPORT_DESCRIPTOR>(module, directory.VirtualAddress); entry->Name; ++entry) {
     if (_stricmp(At<char>(module, entry->Name), dll) != 0 || !entry->OriginalFirstThunk) continue;

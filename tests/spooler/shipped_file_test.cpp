@@ -2,13 +2,19 @@
 #include <set>
 #include <span>
 #include <string_view>
+#include <utility>
+#include <vector>
 
+#include "driver_entries.h"
+#include "import_patch.h"
 #include "spooler_fixture.h"
 
 namespace tests {
 namespace {
 
+using Lines = std::vector<std::string>;
 using Names = std::set<std::string>;
+using r5lqz::DriverDevMode;
 
 // The file mapped as an image, without running or resolving anything of it.
 class ShippedFile : public testing::Test {
@@ -44,10 +50,10 @@ TEST_F(ShippedFile, ExportsExactlyTheEntryPoints) {
   EXPECT_EQ(exports.NumberOfFunctions, expected.size()) << "something is exported without a name";
 }
 
-// Each of these every Windows has; one more would be loaded into every program that prints.
+// Each of these a program that prints has loaded anyway.
 TEST_F(ShippedFile, NeedsNoOtherFiles) {
-  const Names expected{"advapi32.dll", "comctl32.dll", "comdlg32.dll", "gdi32.dll",   "kernel32.dll", "mscms.dll",
-                       "msvcrt.dll",   "shell32.dll",  "shlwapi.dll",  "spoolss.dll", "user32.dll",   "winspool.drv"};
+  const Names expected{"advapi32.dll", "comctl32.dll", "gdi32.dll",   "kernel32.dll",
+                       "msvcrt.dll",   "user32.dll",   "winspool.drv"};
   Names needed;
   const auto* entry = At<IMAGE_IMPORT_DESCRIPTOR>(Directory(IMAGE_DIRECTORY_ENTRY_IMPORT).VirtualAddress);
   for (; entry->Name; ++entry) {
@@ -79,7 +85,7 @@ TEST_F(ShippedFile, CanBeWrittenOnlyWhereItsDataAre) {
     EXPECT_FALSE(runs && writable.contains(name));
   }
   // The tools make resources and thread data so; nothing is called by what stands in either.
-  EXPECT_EQ(writable, (Names{".data", ".bss", ".rsrc", ".tls"}));
+  EXPECT_EQ(writable, (Names{".data", ".bss", ".late", ".rsrc", ".tls"}));
 }
 
 // Functions with arrays compare the word beside their return address with the process's guard, at gs:60h, and end the
@@ -110,6 +116,58 @@ TEST_F(ShippedFile, CarriesItsVersions) {
   EXPECT_EQ(static_cast<LONG>(fixed.dwFileVersionLS), MAKELONG(0, 1));
   EXPECT_EQ(static_cast<LONG>(fixed.dwProductVersionMS), MAKELONG(0, 1));
   EXPECT_EQ(fixed.dwProductVersionLS, 0u);
+}
+
+Lines late_asked;      // the files that the module asked for, with the flags
+bool late_is_missing;  // whether none is found
+HMODULE WINAPI WatchedLoad(LPCSTR name, HANDLE file, DWORD flags) {
+  late_asked.push_back(name + (flags == LOAD_LIBRARY_SEARCH_SYSTEM32 ? std::string() : " from anywhere"));
+  if (!late_is_missing) return LoadLibraryExA(name, file, flags);
+  SetLastError(ERROR_MOD_NOT_FOUND);
+  return nullptr;
+}
+
+// What asks for them is a second copy, so that nothing was asked before.
+TEST_F(SpoolerTest, OtherFilesAreLoadedWhenTheyAreNeeded) {
+  const std::wstring copy = ModulePath() + L".copy.dll";
+  ASSERT_TRUE(CopyFileW(ModulePath().c_str(), copy.c_str(), FALSE));
+  for (const bool missing : {true, false}) {
+    SCOPED_TRACE(missing);
+    late_is_missing = missing;
+    late_asked.clear();
+    const HMODULE module = LoadLibraryW(copy.c_str());
+    ASSERT_TRUE(module);
+    {
+      const auto patch = platform::ReplaceImport(module, "kernel32.dll", "LoadLibraryExA",
+                                                 reinterpret_cast<const void*>(&WatchedLoad));
+      platform::DriverEntries driver;
+      ASSERT_EQ(platform::FindDriverEntries(module, driver), nullptr);
+      for (const WORD capability : {DC_BINS, DC_COPIES, DC_ORIENTATION, DC_PAPERS, DC_PAPERSIZE, DC_PAPERNAMES}) {
+        EXPECT_NE(driver.DeviceCapabilities(Printer(), PrinterName(), capability, nullptr, nullptr), GDI_ERROR);
+      }
+      DriverDevMode in = Defaults(), out{};
+      LONG size = sizeof out;
+      EXPECT_TRUE(driver.ConvertDevMode(PrinterName(), &in.dm_public, &out.dm_public, &size, CDM_CONVERT351));
+      EXPECT_EQ(driver.DocumentEvent(nullptr, nullptr, DOCUMENTEVENT_STARTDOCPRE, 0, nullptr, 0, nullptr), 1);
+      EXPECT_EQ(late_asked, Lines{});
+
+      DOCUMENTPROPERTYHEADER header{};
+      header.hPrinter = Printer();
+      header.pdmOut = &out.dm_public;
+      header.fMode = DM_OUT_BUFFER;
+      EXPECT_EQ(driver.DocumentPropertySheets(nullptr, reinterpret_cast<LPARAM>(&header)), 1);
+      EXPECT_EQ(std::exchange(late_asked, {}), Lines{"mscms.dll"});
+      DRIVER_INFO_1W info{PrinterName()};
+      EXPECT_TRUE(driver.DriverEvent(DRIVER_EVENT_DELETE, 1, reinterpret_cast<BYTE*>(&info), 0));
+      const std::set<std::string> asked(late_asked.begin(), late_asked.end());
+      EXPECT_EQ(asked,
+                missing ? Names({"mscms.dll", "shell32.dll"}) : Names({"mscms.dll", "shell32.dll", "shlwapi.dll"}));
+      late_asked.clear();
+      EXPECT_TRUE(driver.PrinterEvent(PrinterName(), PRINTER_EVENT_INITIALIZE, 0, 0));
+    }
+    FreeLibrary(module);
+  }
+  DeleteFileW(copy.c_str());
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <array>
 #include <span>
 
+#include "diag/late.h"
 #include "diag/bounded_format.h"
 #include "diag/bounded_text.h"
 #include "diag/owned.h"
@@ -331,7 +332,7 @@ void ImportClick(HWND dialog, ManagePagesContext& context, const RunningOperatio
   const TraceScope trace("ImportClick");
   PathText path{};
   OPENFILENAMEW request = InitFileDlg(dialog, path, OFN_FILEMUSTEXIST);
-  if (!GetOpenFileNameW(&request) || self.IsWindowGone()) return;
+  if (!R5LQZ_CALL_LATE(GetOpenFileNameW, &request) || self.IsWindowGone()) return;
   PrinterLabel pages[kMostLabels]{};
   const int read = ImportPrinterLabels(pages, kMostLabels, path.data());
   if (read + context.count > kMostLabels) return ShowTooManyPages(dialog);
@@ -350,7 +351,7 @@ void ExportClick(HWND dialog, const ManagePagesContext& context, const RunningOp
   const TraceScope trace("ExportClick");
   PathText path{};
   OPENFILENAMEW request = InitFileDlg(dialog, path, OFN_OVERWRITEPROMPT);
-  if (!GetSaveFileNameW(&request) || self.IsWindowGone()) return;
+  if (!R5LQZ_CALL_LATE(GetSaveFileNameW, &request) || self.IsWindowGone()) return;
   ExportPrinterLabels(context.labels, context.count, path.data());
 }
 

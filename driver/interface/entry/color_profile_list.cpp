@@ -6,6 +6,7 @@
 #include <cstring>
 #include <span>
 
+#include "diag/late.h"
 #include "diag/bounded_text.h"
 #include "diag/owned.h"
 #include "diag/trace.h"
@@ -80,7 +81,7 @@ BOOL GetColorProfileList(const WCHAR* printer_name, WCHAR** list) {
 
   DWORD size = 0;
   DWORD count = 0;
-  if (!EnumColorProfilesW(nullptr, &filter, nullptr, &size, &count)) {
+  if (!R5LQZ_CALL_LATE(EnumColorProfilesW, nullptr, &filter, nullptr, &size, &count)) {
     const DWORD error = GetLastError();
     if (error != ERROR_INSUFFICIENT_BUFFER) {
       LogListFailure(error);
@@ -95,7 +96,7 @@ BOOL GetColorProfileList(const WCHAR* printer_name, WCHAR** list) {
     return FALSE;
   }
   const DWORD capacity = size;
-  if (!EnumColorProfilesW(nullptr, &filter, reinterpret_cast<BYTE*>(block.get()), &size, &count)) {
+  if (!R5LQZ_CALL_LATE(EnumColorProfilesW, nullptr, &filter, reinterpret_cast<BYTE*>(block.get()), &size, &count)) {
     LogListFailure(GetLastError());
     return FALSE;
   }

@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "diag/bounded_text.h"
+#include "diag/late.h"
 #include "diag/owned.h"
 #include "diag/trace.h"
 #include "entry/printer_interface.h"
@@ -41,7 +42,7 @@ bool HasDriverName(DWORD level, const BYTE* info) {
 
 void RemoveColorProfile(const WCHAR* profile) {
   LOG_INFO("Attempting to uninstall color profile = %s", ShownText<MAX_PATH>(TextAt(profile, MAX_PATH - 1)).c_str());
-  if (!UninstallColorProfileW(nullptr, profile, TRUE)) {
+  if (!R5LQZ_CALL_LATE(UninstallColorProfileW, nullptr, profile, TRUE)) {
     LOG_ERROR("UninstallColorProfile failed.  Error = %d", static_cast<int>(GetLastError()));
   }
 }

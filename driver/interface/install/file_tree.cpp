@@ -2,6 +2,7 @@
 
 #include <shlwapi.h>
 
+#include "diag/late.h"
 #include "install/path.h"
 
 namespace r5lqz {
@@ -54,7 +55,7 @@ ResultCode HoldTree(const WCHAR* folder, int own_levels, Trust trust, Missing mi
   if (own_levels == 0) return HoldSystemFolder(folder, held);
   OwnedPath above;
   if (const ResultCode code = CopyPath(folder, above)) return code;
-  if (!PathRemoveFileSpecW(above.get())) return kPathNotBuilt;
+  if (!R5LQZ_CALL_LATE(PathRemoveFileSpecW, above.get())) return kPathNotBuilt;
   HeldFolder parent;
   if (const ResultCode code = HoldTree(above.get(), own_levels - 1, trust, missing, parent)) return code;
   const ResultCode code = HoldFolder(parent, folder, trust, held);
@@ -68,7 +69,7 @@ ResultCode CopyInto(const WCHAR* source, const WCHAR* target, int own_levels) {
   if (!PathExists(source)) return kSourceMissing;
   OwnedPath folder;
   if (const ResultCode code = CopyPath(target, folder)) return code;
-  if (!PathRemoveFileSpecW(folder.get())) return kPathNotBuilt;
+  if (!R5LQZ_CALL_LATE(PathRemoveFileSpecW, folder.get())) return kPathNotBuilt;
   HeldFolder held;
   // A target in a folder that is not to be trusted is not taken for the file that it is named like.
   const ResultCode code = HoldDirectoryTree(folder.get(), own_levels, Trust::kItsOwner, held);

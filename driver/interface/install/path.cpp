@@ -10,6 +10,8 @@
 #include <cwchar>
 #include <utility>
 
+#include "diag/late.h"
+
 namespace r5lqz {
 
 OwnedPath NewPath() {
@@ -27,7 +29,7 @@ ResultCode CopyPath(const WCHAR* path, OwnedPath& copy) {
 }
 
 ResultCode AppendPath(WCHAR* path, const WCHAR* more) {
-  return PathAppendW(path, more) ? ERROR_SUCCESS : kPathNotBuilt;
+  return R5LQZ_CALL_LATE(PathAppendW, path, more) ? ERROR_SUCCESS : kPathNotBuilt;
 }
 
 ResultCode JoinPath(const WCHAR* folder, const WCHAR* name, OwnedPath& path) {
@@ -46,7 +48,7 @@ ResultCode JoinPath(const WCHAR* folder, const WCHAR* name, OwnedPath& path) {
 ResultCode SpecialFolderPath(int folder, const WCHAR* more, OwnedPath& path) {
   OwnedPath built = NewPath();
   if (!built) return kNoMemoryForPath;
-  if (!SHGetSpecialFolderPathW(nullptr, built.get(), folder, FALSE)) {
+  if (!R5LQZ_CALL_LATE(SHGetSpecialFolderPathW, nullptr, built.get(), folder, FALSE)) {
     // A failure that gives no reason must not pass for success.
     const DWORD error = GetLastError();
     return error != ERROR_SUCCESS ? error : DWORD{ERROR_PATH_NOT_FOUND};
@@ -59,7 +61,7 @@ ResultCode SpecialFolderPath(int folder, const WCHAR* more, OwnedPath& path) {
 }
 
 bool PathExists(const WCHAR* path) {
-  return PathFileExistsW(path) != FALSE;
+  return R5LQZ_CALL_LATE(PathFileExistsW, path) != FALSE;
 }
 
 }  // namespace r5lqz

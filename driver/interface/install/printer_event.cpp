@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 
+#include "diag/late.h"
 #include "diag/owned.h"
 #include "diag/trace.h"
 #include "entry/printer_interface.h"
@@ -15,10 +16,10 @@ constexpr DWORD kDefaultOption = 1;
 // The thread under the spooler's own identity, which may write what its client may not.
 class SpoolerIdentity {
  public:
-  SpoolerIdentity() : client_(RevertToPrinterSelf()) {}
+  SpoolerIdentity() : client_(R5LQZ_CALL_LATE(RevertToPrinterSelf)) {}
   ~SpoolerIdentity() {
     const LastErrorKeeper keeper;
-    if (!client_ || ImpersonatePrinterClient(client_)) return;
+    if (!client_ || R5LQZ_CALL_LATE(ImpersonatePrinterClient, client_)) return;
     // The thread goes on with the spooler's rights, which only the host can end; at least it is known. The token is not
     // closed: the call takes it over, and whether also when it fails nobody says. A token too many is the lesser evil
     // beside closing what may be another thread's handle by now.
