@@ -18,7 +18,8 @@ target_link_libraries(r5lqz_module_options INTERFACE r5lqz_platform)
 if(MSVC)
   target_compile_options(r5lqz_module_options INTERFACE /W4 /utf-8 /GR-)
 else()
-  target_compile_options(r5lqz_module_options INTERFACE
+  # Small rather than fast: it is loaded into every program that prints, and what takes its time are the spooler's calls.
+  target_compile_options(r5lqz_module_options INTERFACE -Os
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-missing-field-initializers
     $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>)
 endif()
