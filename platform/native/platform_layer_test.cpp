@@ -101,7 +101,7 @@ TEST_F(PlatformLayer, BalanceCountsWhatIsOpenUntilItIsGivenBack) {
 
 TEST_F(PlatformLayer, RefusesWhomItIsToldTo) {
   HANDLE full = nullptr;
-  platform::DenyFullAccess("Lab", platform::Denied::kPlain);
+  platform::DenyAccess("Lab", platform::Denied::kPlain);
   platform::SetImpersonating(true);
   EXPECT_FALSE(Open(L"Lab", &full, PRINTER_ALL_ACCESS));
   EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});

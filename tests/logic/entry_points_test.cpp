@@ -94,7 +94,8 @@ TEST_F(EntryPoints, ConvertMakesEachForm) {
 
   const Record defaults(220, 644);
   count = 864;
-  EXPECT_TRUE(Convert(nullptr, defaults.get(), count, CDM_DRIVER_DEFAULT));
+  platform::DenyAccess(kPrinterName);  // no more is asked for than anybody has
+  ASSERT_TRUE(Convert(nullptr, defaults.get(), count, CDM_DRIVER_DEFAULT));
   EXPECT_EQ(Text(defaults->dmDeviceName), kDriverName);
   EXPECT_EQ(defaults->dmFields, 0x00015F03u);
   for (const char* const call : {"OpenPrinterW", "GetPrinterW"}) {
@@ -295,7 +296,9 @@ TEST_F(EntryPoints, PrintQueryKnowsLabelsAndCustomSizes) {
     job->dmPaperSize = paper;
     EXPECT_EQ(Query(job.get()), known) << paper;
   }
-  EXPECT_FALSE(Query(Record(200, 0, 0).get())) << "cannot be merged";
+  const Record unknown(200, 0, 0);
+  unknown->dmPaperSize = 256;
+  EXPECT_FALSE(Query(unknown.get())) << "cannot be merged";
   EXPECT_FALSE(Query(Record(76, 0).get())) << "ends before its paper";
 }
 
@@ -354,6 +357,7 @@ TEST_F(EntryPoints, CapabilitiesOfThePrinterAreFixed) {
     // Outputs of exactly the bytes that an answer has; one byte more would be seen.
     const auto output = std::make_unique<char[]>(bytes.size());
     std::memset(output.get(), 0xA5, bytes.size());
+    EXPECT_EQ(Capability(index), answer) << index << " counted";
     EXPECT_EQ(Capability(index, output.get()), answer) << index;
     EXPECT_EQ(std::string(output.get(), bytes.size()), bytes) << index;
   }
@@ -438,6 +442,12 @@ TEST_F(EntryPoints, CreatedPrinterGetsItsOption) {
   for (const int event : {0, 1, 2, 4, 5, 6, 7}) EXPECT_FALSE(send(event)) << event;
   const platform::Data one{REG_DWORD, {std::byte{1}, {}, {}, {}}};
   EXPECT_EQ(send(PRINTER_EVENT_INITIALIZE), one);
+  EXPECT_EQ(platform::Calls("ImpersonatePrinterClient"), 0u) << "there is no client";
+  // A client that may open the printer and no more.
+  platform::RemoveData(kPrinterName, "", "bufferPrintJob");
+  platform::DenyAccess(kPrinterName, platform::Denied::kPlain);
+  platform::SetImpersonating(true);
+  EXPECT_EQ(send(PRINTER_EVENT_INITIALIZE), one);
   platform::SetDataDword(kPrinterName, "", "bufferPrintJob", 0);
   EXPECT_NE(send(PRINTER_EVENT_INITIALIZE), one) << "an option once stored survives";
   platform::SetDataText(kPrinterName, "", "bufferPrintJob", "1");
@@ -454,18 +464,23 @@ TEST_F(EntryPoints, CreatedPrinterGetsItsOption) {
 }
 
 TEST_F(EntryPoints, OptionIsStoredUnderTheSpoolersIdentity) {
-  platform::DenyFullAccess(kPrinterName, platform::Denied::kPlain);  // the client may not
+  platform::DenyAccess(kPrinterName, platform::Denied::kPlain);  // the client may not
   platform::SetImpersonating(true);
   EXPECT_TRUE(SetBufferPrintJob(printer(), 0));
   EXPECT_TRUE(platform::IsImpersonating()) << "the client is back";
-  platform::DenyFullAccess(kPrinterName);
+  platform::DenyAccess(kPrinterName);
   log_mask = kMessageBit;
   EXPECT_FALSE(SetBufferPrintJob(printer(), 1));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
   EXPECT_TRUE(platform::IsImpersonating());
   EXPECT_EQ(LogLines().back(), "[Error] Couldn't get printer handle: 0x5");
   EXPECT_EQ(GetPrinterName(nullptr), nullptr);
   EXPECT_EQ(LogLines().back(), "[Error] GetPrinterName: GetPrinter failed: 0x6");
   // A client that cannot be had back: reported, and neither the result nor the last error is hidden by it.
+  platform::AddPrinter(kPrinterName, kDriverName);
+  platform::DenyWrites(kPrinterName);
+  EXPECT_FALSE(SetBufferPrintJob(printer(), 1));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_SUCCESS}) << "the printer was opened";
   platform::AddPrinter(kPrinterName, kDriverName);
   platform::FailCall("ImpersonatePrinterClient", 1, ERROR_BAD_IMPERSONATION_LEVEL);
   SetLastError(kUntouchedError);

@@ -135,12 +135,23 @@ TEST_F(Settings, OutputTakesTheCallersShape) {
   EXPECT_TRUE(CopyDevModeToOutput(working, nullptr, whole.get()));
   ExpectSame(whole.whole(), working);
 
-  const Record older(188, 20, 0x0320);
+  const Record older(188, 20);
+  older->dmDriverVersion = 0x0350;
   const Record out(188, 20, 0);
   EXPECT_TRUE(CopyDevModeToOutput(working, older.get(), out.get()));
   EXPECT_EQ(out->dmSpecVersion, 0x0320);
+  EXPECT_EQ(out->dmDriverVersion, 0x0350);
   EXPECT_EQ(out->dmPaperWidth, 1048);
   EXPECT_EQ(std::memcmp(out.bytes().data() + 188, &working.dm_private, 20), 0);
+
+  // Each version word comes with the part that it belongs to.
+  const Record shapes[] = {Record(200, 644, 0x0300), Record(220, 20, 0x0300)};
+  for (const Record& shape : shapes) {
+    shape->dmDriverVersion = 0x0350;
+    EXPECT_TRUE(CopyDevModeToOutput(working, shape.get(), shape.get()));
+    EXPECT_EQ(shape->dmSpecVersion, &shape == shapes ? 0x0300 : 0x0401);
+    EXPECT_EQ(shape->dmDriverVersion, &shape == shapes ? 0x0401 : 0x0350);
+  }
 
   const Record newer(300, 9000, 0x0500);
   for (int call = 0; call < 2; ++call) {
@@ -171,15 +182,17 @@ TEST_F(Settings, MergeTakesOnlyWhatTheSourceMarks) {
   expected.dm_public.dmOrientation = 2;
   ExpectSame(Merged(DM_ORIENTATION, fill), expected);
 
+  // Of the forced ones only the bits are left to see.
+  constexpr DWORD kForced = DM_SCALE | DM_YRESOLUTION | DM_COLLATE;
   constexpr DWORD kUnchecked = DM_NUP | DM_ICMMETHOD | DM_ICMINTENT | DM_MEDIATYPE | DM_DITHERTYPE | DM_COLOR |
                                DM_DEFAULTSOURCE | DM_TTOPTION | DM_FORMNAME;
   DEVMODEW& settings = expected.dm_public;
-  settings.dmFields |= kUnchecked;
+  settings.dmFields |= kUnchecked | kForced;
   settings.dmNup = settings.dmICMMethod = settings.dmICMIntent = settings.dmMediaType = settings.dmDitherType =
       0x01010101;
   settings.dmColor = settings.dmDefaultSource = settings.dmTTOption = 0x0101;
   std::memset(settings.dmFormName, 0, sizeof settings.dmFormName);  // one without a terminator does not fit
-  ExpectSame(Merged(DM_ORIENTATION | kUnchecked, fill), expected);
+  ExpectSame(Merged(DM_ORIENTATION | kUnchecked | kForced, fill), expected);
 }
 
 TEST_F(Settings, PrivatePartComesOnlyWithTheSignature) {
@@ -275,11 +288,14 @@ TEST_F(Settings, ValuesAtTheirLimitsSurviveValidation) {
     EXPECT_EQ(merged.dm_public.dmPaperWidth, row.width_kept);
     EXPECT_EQ(merged.dm_public.dmPaperLength, row.length_kept);
   }
-  constexpr LONG kOffsets[][2] = {{2400, 2400}, {-2400, -2400}, {2401, 0}, {-2401, 0}};
-  for (const auto& [offset, kept] : kOffsets) {
+  constexpr struct {
+    LONG offset, kept;
+    DWORD intent, intent_kept;
+  } kPrivate[] = {{2400, 2400, 3, 3}, {-2400, -2400, 0, 0}, {2401, 0, 4, 1}, {-2401, 0, 2, 2}};
+  for (const auto& [offset, kept, intent, intent_kept] : kPrivate) {
     DriverDevMode record = Defaults();
     record.dm_private.vertOffset = record.dm_private.horzOffset = offset;
-    record.dm_private.rendIntent = 3;
+    record.dm_private.rendIntent = intent;
     std::memset(record.dm_private.labelName, 'n', kLabelNameSize - 1);
     std::fill_n(record.dm_private.colorProfile, kProfileNameSize - 1, L'p');
     ValidateDevmode(record, printer());
@@ -287,7 +303,7 @@ TEST_F(Settings, ValuesAtTheirLimitsSurviveValidation) {
     EXPECT_EQ(Text(record.dm_private.colorProfile).size(), kProfileNameSize - 1);
     EXPECT_EQ(record.dm_private.vertOffset, kept);
     EXPECT_EQ(record.dm_private.horzOffset, kept);
-    EXPECT_EQ(record.dm_private.rendIntent, 3u);
+    EXPECT_EQ(record.dm_private.rendIntent, intent_kept);
   }
 }
 
