@@ -44,6 +44,7 @@ class EntryPoints : public ModuleTest {
 
 TEST_F(EntryPoints, ConvertAnswersByModeAndSize) {
   const Record full(Defaults());
+  const Record unknown(200, 0, 0), nothing(0, 0);
   const DEVMODEW* const in = full.get();
   constexpr DWORD kDone = ERROR_SUCCESS;
   const struct {
@@ -52,17 +53,22 @@ TEST_F(EntryPoints, ConvertAnswersByModeAndSize) {
     bool has_out;
     LONG count, count_after;
     DWORD error;
+    bool older_words = false;  // in the output, though nothing was converted into it
   } kCases[] = {
       {CDM_CONVERT, in, false, 864, 864, ERROR_INVALID_PARAMETER},
       {CDM_CONVERT, in, true, 863, 863, ERROR_INVALID_PARAMETER},
       {CDM_CONVERT, in, true, 71, 71, ERROR_INVALID_PARAMETER},
       {CDM_CONVERT, in, true, -1, -1, ERROR_INVALID_PARAMETER},
       {CDM_CONVERT, nullptr, true, 864, 864, ERROR_INVALID_PARAMETER},
+      {CDM_CONVERT, unknown.get(), true, 864, 864, ERROR_INVALID_PARAMETER},
+      {CDM_CONVERT, nothing.get(), true, 864, 864, ERROR_INVALID_PARAMETER},
       {CDM_CONVERT, in, true, 865, 864, kDone},
       {CDM_CONVERT351, in, true, 299, 300, ERROR_INSUFFICIENT_BUFFER},
       {CDM_CONVERT351, in, true, -1, 300, ERROR_INSUFFICIENT_BUFFER},
       {CDM_CONVERT351, in, false, 300, 300, ERROR_INSUFFICIENT_BUFFER},
-      {CDM_CONVERT351, nullptr, true, 864, 864, ERROR_INVALID_PARAMETER},
+      {CDM_CONVERT351, nullptr, true, 864, 864, ERROR_INVALID_PARAMETER, true},
+      {CDM_CONVERT351, unknown.get(), true, 300, 300, ERROR_INVALID_PARAMETER, true},
+      {CDM_CONVERT351, nothing.get(), true, 864, 864, ERROR_INVALID_PARAMETER, true},
       {CDM_CONVERT351, in, true, 300, 300, kDone},
       {CDM_DRIVER_DEFAULT, nullptr, true, 863, 864, ERROR_INSUFFICIENT_BUFFER},
       {CDM_DRIVER_DEFAULT, nullptr, false, 0, 864, ERROR_INSUFFICIENT_BUFFER},
@@ -71,15 +77,19 @@ TEST_F(EntryPoints, ConvertAnswersByModeAndSize) {
   };
   for (const auto& one : kCases) {
     SCOPED_TRACE(testing::Message() << "mode " << one.mode << ", count " << one.count);
-    const Record out(220, 644);
-    const std::string before = out.bytes();
+    const Record out(220, 644), expected(220, 644);
+    if (one.older_words) PutForm(expected.get(), kOlderForm);
     LONG count = one.count;
     EXPECT_EQ(Convert(one.in, one.has_out ? out.get() : nullptr, count, one.mode), one.error == kDone);
     EXPECT_EQ(count, one.count_after);
     if (one.error == kDone) continue;
     EXPECT_EQ(GetLastError(), one.error);
-    EXPECT_EQ(out.bytes(), before) << "a refused call changes nothing";
+    EXPECT_EQ(out.bytes(), expected.bytes()) << "a refused call changes no more";
   }
+  const Record stale(220, 644, 0x7777);
+  LONG count = 864;
+  EXPECT_FALSE(Convert(nothing.get(), stale.get(), count, CDM_CONVERT));
+  EXPECT_EQ(stale->dmSpecVersion, 0x0401) << "written, though the two records have nothing in common";
   EXPECT_FALSE(DrvConvertDevMode(nullptr, full.get(), Record(220, 644).get(), nullptr, CDM_CONVERT));
   EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
 }

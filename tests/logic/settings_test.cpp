@@ -1,3 +1,4 @@
+#include "../trace_shape.h"
 #include "support.h"
 
 namespace r5lqz {
@@ -109,9 +110,11 @@ TEST_F(Settings, ConversionCopiesWhatBothHoldAndKeepsTheOutputsForm) {
     EXPECT_EQ(copied, std::max<LONG>(one.copied - static_cast<LONG>(kFormEnd), 0));
   }
   Record record(220, 644);
+  EXPECT_EQ(ConvertDevMode(record.get(), record.get()), 864) << "one buffer as input and output";
+  log_mask = kMessageBit;
   EXPECT_EQ(ConvertDevMode(nullptr, record.get()), -1);
   EXPECT_EQ(ConvertDevMode(record.get(), nullptr), -1);
-  EXPECT_EQ(ConvertDevMode(record.get(), record.get()), 864) << "one buffer as input and output";
+  EXPECT_EQ(tests::TraceShape(LogLines()), "'pdmOut:'{} 'pdmIn:'{}") << "of a record that is not there nothing is said";
 
   // Two records that overlap: the input's fields come to lie where its words were, and claim 864 bytes of its 220.
   constexpr std::size_t kShift = 8;
@@ -160,10 +163,11 @@ TEST_F(Settings, OutputTakesTheCallersShape) {
     ExpectSame(newer.whole(), working);
   }
 
-  const Record kept(220, 644);
-  const std::string before = kept.bytes();
-  EXPECT_FALSE(CopyDevModeToOutput(working, Record(200, 0, 0).get(), kept.get()));
-  EXPECT_EQ(kept.bytes(), before);
+  // Of a shape that cannot be converted into, its words are all that comes back.
+  const Record unknown(200, 0, 0), refused(220, 644), words(220, 644);
+  PutForm(words.get(), FormOf(unknown.get()));
+  EXPECT_FALSE(CopyDevModeToOutput(working, unknown.get(), refused.get()));
+  EXPECT_EQ(refused.bytes(), words.bytes());
 }
 
 TEST_F(Settings, MergeTakesOnlyWhatTheSourceMarks) {
@@ -312,6 +316,7 @@ TEST_F(Settings, LabelNumbersResolveToTheirLabel) {
   StoreLabel(258, "Inches", "4.125", "5.000", kInches, "-1200", "2401");
   StoreLabel(259, kLongName, "101.6", "50", kMillimetres, "12", "x");
   StoreLabel(260, "Tenths", "66552", "70000", kTenthsOfMillimetre);
+  StoreLabel(261, "Low bits", "40000", "65537", kTenthsOfMillimetre);
   const struct {
     SHORT id, width, length;
     const char* form_name;
@@ -319,7 +324,8 @@ TEST_F(Settings, LabelNumbersResolveToTheirLabel) {
     LONG vertical, horizontal;
   } kLabels[] = {{258, 1048, 1270, "Inches", "Inches", -1200, 0},  // the other offset is out of range
                  {259, 1016, 500, "", kLongName, 12, 0},           // the other is no number
-                 {260, 1048, 1270, "Tenths", "Tenths", 0, 0},      // not what their low 16 bits are, 1016 and 4464
+                 {260, 1016, 4464, "Tenths", "Tenths", 0, 0},      // the low 16 bits
+                 {261, 1048, 1270, "Low bits", "Low bits", 0, 0},  // whose low 16 bits are out of range too
                  {300, 1048, 1270, "Custom", "", 0, 0}};           // deleted meanwhile
   for (const auto& label : kLabels) {
     SCOPED_TRACE(label.id);
