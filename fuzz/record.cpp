@@ -172,8 +172,13 @@ Block PoisonedOutput(const RecordForm& shape) {
   return Block(std::max<std::size_t>(kFormEnd, SmallerForm(shape).total()), {}, std::byte{0xEE});
 }
 
+// What is refused leaves no more in an output than words.
+bool SameButForWords(std::span<const std::byte> one, std::span<const std::byte> other) {
+  return SamePart(one, other, 0, std::min(one.size(), kFormOffset)) && SamePart(one, other, kFormEnd, one.size());
+}
+
 void RequireHandedOut(BOOL done, std::span<const std::byte> out, std::span<const std::byte> before, RecordForm shape) {
-  if (!done) return REQUIRE(fuzz::Same(out, before));
+  if (!done) return REQUIRE(SameButForWords(out, before));
   const RecordForm form = ReadForm(out);
   REQUIRE(form.public_size == SmallerForm(shape).public_size && form.private_size == SmallerForm(shape).private_size);
   REQUIRE(form.spec_version != 0);
@@ -220,7 +225,7 @@ void CheckConvertEntry(const Head& head, const Record& in, const Record& given) 
   const BOOL done =
       DrvConvertDevMode(head.flags & kUnknownName ? unknown : known, head.flags & kNoInput ? nullptr : in.get(),
                         head.flags & kNoOutput ? nullptr : out.As<DEVMODEW>(), &count, head.mode % 8);
-  if (!done) REQUIRE(out.Holds(before.bytes()));
+  if (!done) REQUIRE(SameButForWords(out.bytes(), before.bytes()));
   if (done) REQUIRE(count >= 0 && static_cast<std::size_t>(count) <= size);
   if (done) REQUIRE(static_cast<DWORD>(count) == ReadForm(out.bytes()).total());
 }

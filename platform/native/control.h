@@ -82,8 +82,8 @@ enum class Denied {
 };
 // SetPrinterData..., DeletePrinterKeyW and AddFormW.
 void DenyWrites(std::string_view printer, Denied who = Denied::kEveryone);
-// OpenPrinterW asking PRINTER_ALL_ACCESS.
-void DenyFullAccess(std::string_view printer, Denied who = Denied::kEveryone);
+// OpenPrinterW with PRINTER_DEFAULTS of any kind; who asks for nothing is let in.
+void DenyAccess(std::string_view printer, Denied who = Denied::kEveryone);
 
 // --- Colour profiles --------------------------------------------------------------------------------------------
 

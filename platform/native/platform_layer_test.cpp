@@ -31,30 +31,6 @@ struct PlatformLayer : testing::Test {
   HANDLE printer = nullptr;
 };
 
-TEST_F(PlatformLayer, FaultsHitTheNthCallOnceOrForGoodAndDoNothing) {
-  platform::FailCall("SetPrinterDataExA", 2, 1234);
-  EXPECT_EQ(Write(printer, 1), 0u);
-  EXPECT_EQ(Write(printer, 2), 1234u);
-  EXPECT_EQ(platform::GetData("Lab", "k", "v"), (platform::Data{REG_DWORD, {std::byte{1}, {}, {}, {}}}));
-  EXPECT_EQ(Write(printer, 3), 0u);
-
-  platform::DisarmFaults();
-  platform::FailCall(nullptr, 2, ERROR_OUTOFMEMORY, true);
-  SetLastError(7);  // cannot fail, so it does not count
-  HANDLE heap = HeapCreate(0, 0, 0);
-  EXPECT_NE(heap, nullptr);
-  EXPECT_EQ(HeapAlloc(heap, 0, 8), nullptr);
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_OUTOFMEMORY});
-  EXPECT_EQ(GlobalAlloc(0, 8), nullptr);
-  EXPECT_EQ(platform::LiveBalance(), Balance{.heaps = 1});
-  EXPECT_FALSE(HeapDestroy(heap));  // says so, but the caller did its part
-  EXPECT_EQ(platform::LiveBalance(), Balance{});
-  EXPECT_EQ(platform::FaultsInjected(), 4u);
-  EXPECT_EQ(platform::Calls("HeapAlloc"), 1u);
-  EXPECT_DEATH(platform::FailCall("HeapAlloca", 1), "HeapAlloca");
-  EXPECT_DEATH(platform::Calls("HeapAlloca"), "HeapAlloca");
-}
-
 TEST_F(PlatformLayer, BalanceCountsWhatIsOpenUntilItIsGivenBack) {
   HANDLE opened = nullptr;
   ASSERT_TRUE(Open(L"lab", &opened));
@@ -97,19 +73,6 @@ TEST_F(PlatformLayer, BalanceCountsWhatIsOpenUntilItIsGivenBack) {
   EXPECT_EQ(platform::LiveBalance(), Balance{.bad_releases = 1});
   ClosePrinter(printer);
   EXPECT_EQ(platform::LiveBalance(), Balance{.bad_releases = 2});
-}
-
-TEST_F(PlatformLayer, RefusesWhomItIsToldTo) {
-  HANDLE full = nullptr;
-  platform::DenyFullAccess("Lab", platform::Denied::kPlain);
-  platform::SetImpersonating(true);
-  EXPECT_FALSE(Open(L"Lab", &full, PRINTER_ALL_ACCESS));
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
-  RevertToPrinterSelf();
-  ASSERT_TRUE(Open(L"Lab", &full, PRINTER_ALL_ACCESS));
-  platform::DenyWrites("Lab", platform::Denied::kPlain);
-  EXPECT_EQ(Write(printer, 1), DWORD{ERROR_ACCESS_DENIED});
-  EXPECT_EQ(Write(full, 1), 0u);
 }
 
 #if defined(__SANITIZE_ADDRESS__) || __has_feature(address_sanitizer)

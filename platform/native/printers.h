@@ -23,7 +23,7 @@ struct Printer {
   Bytes devmode;
   bool omits_names = false;
   Denied writes = Denied::kNobody;
-  Denied full_access = Denied::kNobody;
+  Denied access = Denied::kNobody;
   std::vector<Form> forms;
   // By folded path; what lies beneath a key begins with its path and a backslash. Every parent is there.
   std::map<std::u16string, Key, std::less<>> keys;

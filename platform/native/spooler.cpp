@@ -139,9 +139,9 @@ void DenyWrites(std::string_view printer, Denied who) {
   NamedPrinter(printer).writes = who;
 }
 
-void DenyFullAccess(std::string_view printer, Denied who) {
+void DenyAccess(std::string_view printer, Denied who) {
   std::lock_guard lock(StateMutex());
-  NamedPrinter(printer).full_access = who;
+  NamedPrinter(printer).access = who;
 }
 
 void ResetSpooler() {
@@ -171,9 +171,9 @@ BOOL WINAPI OpenPrinterW(LPWSTR name, HANDLE* handle, LPPRINTER_DEFAULTSW defaul
   auto printer = platform::FindPrinter(platform::View(name));
   if (!printer) return platform::FailWith(ERROR_INVALID_PRINTER_NAME, FALSE);
   const ACCESS_MASK access = defaults ? defaults->DesiredAccess : 0;
-  const bool denied = printer->full_access == Denied::kEveryone ||
-                      (printer->full_access == Denied::kPlain && platform::IsImpersonating());
-  if (platform::AsksFullAccess(access) && denied) return platform::FailWith(ERROR_ACCESS_DENIED, FALSE);
+  const bool denied =
+      printer->access == Denied::kEveryone || (printer->access == Denied::kPlain && platform::IsImpersonating());
+  if (defaults && denied) return platform::FailWith(ERROR_ACCESS_DENIED, FALSE);
   *handle = platform::Open(std::move(printer), access, false);
   return TRUE;
 }

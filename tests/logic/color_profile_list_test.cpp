@@ -8,11 +8,13 @@ namespace {
 
 class ColorProfileList : public ModuleTest {
  protected:
-  // The listed names, or none when there is no list.
+  // The listed names, or none when there is no list; whether there then stands what stood there before.
   std::optional<std::vector<std::string>> List() {
-    WCHAR* list = nullptr;
+    WCHAR stood[] = L"x";
+    WCHAR* list = stood;
     if (!GetColorProfileList(L"Labels", &list)) {
-      EXPECT_EQ(list, nullptr);
+      is_untouched_ = list == stood;
+      EXPECT_TRUE(is_untouched_ || !list);
       return std::nullopt;
     }
     const RuntimeBlock<WCHAR> owned(list);
@@ -21,6 +23,7 @@ class ColorProfileList : public ModuleTest {
     return names;
   }
   using Names = std::vector<std::string>;
+  bool is_untouched_ = false;
 };
 
 TEST_F(ColorProfileList, IsSortedWithoutRegardToCase) {
@@ -53,15 +56,26 @@ TEST_F(ColorProfileList, EndsWithinWhatTheSystemGave) {
 TEST_F(ColorProfileList, FailuresGiveNoList) {
   log_mask = kMessageBit;
   platform::SetProfiles(std::vector<std::u16string>{u"a"});
-  constexpr std::pair<const char*, int> kFaults[] = {
-      {"EnumColorProfilesW", 1}, {"EnumColorProfilesW", 2}, {"calloc", 1}};
-  for (const auto& [call, nth] : kFaults) {
+  constexpr std::tuple<const char*, int, bool> kFaults[] = {
+      {"EnumColorProfilesW", 1, true}, {"EnumColorProfilesW", 2, false}, {"calloc", 1, false}};
+  for (const auto& [call, nth, untouched] : kFaults) {
     platform::FailCall(call, static_cast<std::uint64_t>(nth), ERROR_NOT_ENOUGH_MEMORY);
     EXPECT_EQ(List(), std::nullopt);
+    EXPECT_EQ(is_untouched_, untouched) << call << nth;
     EXPECT_EQ(LogLines().back(), "[Error] Unable to get color profile list:  GetLastError() = 8");
   }
   EXPECT_EQ(List(), Names{"a"});
   EXPECT_EQ(LogLines().back(), "[Info]  a");
+  // A list that grows between the two calls.
+  int calls = 0;
+  platform::SetCallHook([&](const char* name) {
+    if (std::strcmp(name, "EnumColorProfilesW") == 0 && ++calls == 2) {
+      platform::SetProfiles(std::vector<std::u16string>{u"a", u"b"});
+    }
+  });
+  EXPECT_EQ(List(), std::nullopt);
+  EXPECT_EQ(LogLines().back(), "[Error] Unable to get color profile list:  GetLastError() = 122");
+  platform::SetCallHook(nullptr);
 }
 
 }  // namespace

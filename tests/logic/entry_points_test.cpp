@@ -44,6 +44,7 @@ class EntryPoints : public ModuleTest {
 
 TEST_F(EntryPoints, ConvertAnswersByModeAndSize) {
   const Record full(Defaults());
+  const Record unknown(200, 0, 0), nothing(0, 0);
   const DEVMODEW* const in = full.get();
   constexpr DWORD kDone = ERROR_SUCCESS;
   const struct {
@@ -52,17 +53,22 @@ TEST_F(EntryPoints, ConvertAnswersByModeAndSize) {
     bool has_out;
     LONG count, count_after;
     DWORD error;
+    bool older_words = false;  // in the output, though nothing was converted into it
   } kCases[] = {
       {CDM_CONVERT, in, false, 864, 864, ERROR_INVALID_PARAMETER},
       {CDM_CONVERT, in, true, 863, 863, ERROR_INVALID_PARAMETER},
       {CDM_CONVERT, in, true, 71, 71, ERROR_INVALID_PARAMETER},
       {CDM_CONVERT, in, true, -1, -1, ERROR_INVALID_PARAMETER},
       {CDM_CONVERT, nullptr, true, 864, 864, ERROR_INVALID_PARAMETER},
+      {CDM_CONVERT, unknown.get(), true, 864, 864, ERROR_INVALID_PARAMETER},
+      {CDM_CONVERT, nothing.get(), true, 864, 864, ERROR_INVALID_PARAMETER},
       {CDM_CONVERT, in, true, 865, 864, kDone},
       {CDM_CONVERT351, in, true, 299, 300, ERROR_INSUFFICIENT_BUFFER},
       {CDM_CONVERT351, in, true, -1, 300, ERROR_INSUFFICIENT_BUFFER},
       {CDM_CONVERT351, in, false, 300, 300, ERROR_INSUFFICIENT_BUFFER},
-      {CDM_CONVERT351, nullptr, true, 864, 864, ERROR_INVALID_PARAMETER},
+      {CDM_CONVERT351, nullptr, true, 864, 864, ERROR_INVALID_PARAMETER, true},
+      {CDM_CONVERT351, unknown.get(), true, 300, 300, ERROR_INVALID_PARAMETER, true},
+      {CDM_CONVERT351, nothing.get(), true, 864, 864, ERROR_INVALID_PARAMETER, true},
       {CDM_CONVERT351, in, true, 300, 300, kDone},
       {CDM_DRIVER_DEFAULT, nullptr, true, 863, 864, ERROR_INSUFFICIENT_BUFFER},
       {CDM_DRIVER_DEFAULT, nullptr, false, 0, 864, ERROR_INSUFFICIENT_BUFFER},
@@ -71,15 +77,19 @@ TEST_F(EntryPoints, ConvertAnswersByModeAndSize) {
   };
   for (const auto& one : kCases) {
     SCOPED_TRACE(testing::Message() << "mode " << one.mode << ", count " << one.count);
-    const Record out(220, 644);
-    const std::string before = out.bytes();
+    const Record out(220, 644), expected(220, 644);
+    if (one.older_words) PutForm(expected.get(), kOlderForm);
     LONG count = one.count;
     EXPECT_EQ(Convert(one.in, one.has_out ? out.get() : nullptr, count, one.mode), one.error == kDone);
     EXPECT_EQ(count, one.count_after);
     if (one.error == kDone) continue;
     EXPECT_EQ(GetLastError(), one.error);
-    EXPECT_EQ(out.bytes(), before) << "a refused call changes nothing";
+    EXPECT_EQ(out.bytes(), expected.bytes()) << "a refused call changes no more";
   }
+  const Record stale(220, 644, 0x7777);
+  LONG count = 864;
+  EXPECT_FALSE(Convert(nothing.get(), stale.get(), count, CDM_CONVERT));
+  EXPECT_EQ(stale->dmSpecVersion, 0x0401) << "written, though the two records have nothing in common";
   EXPECT_FALSE(DrvConvertDevMode(nullptr, full.get(), Record(220, 644).get(), nullptr, CDM_CONVERT));
   EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
 }
@@ -94,7 +104,8 @@ TEST_F(EntryPoints, ConvertMakesEachForm) {
 
   const Record defaults(220, 644);
   count = 864;
-  EXPECT_TRUE(Convert(nullptr, defaults.get(), count, CDM_DRIVER_DEFAULT));
+  platform::DenyAccess(kPrinterName);  // no more is asked for than anybody has
+  ASSERT_TRUE(Convert(nullptr, defaults.get(), count, CDM_DRIVER_DEFAULT));
   EXPECT_EQ(Text(defaults->dmDeviceName), kDriverName);
   EXPECT_EQ(defaults->dmFields, 0x00015F03u);
   for (const char* const call : {"OpenPrinterW", "GetPrinterW"}) {
@@ -295,7 +306,9 @@ TEST_F(EntryPoints, PrintQueryKnowsLabelsAndCustomSizes) {
     job->dmPaperSize = paper;
     EXPECT_EQ(Query(job.get()), known) << paper;
   }
-  EXPECT_FALSE(Query(Record(200, 0, 0).get())) << "cannot be merged";
+  const Record unknown(200, 0, 0);
+  unknown->dmPaperSize = 256;
+  EXPECT_FALSE(Query(unknown.get())) << "cannot be merged";
   EXPECT_FALSE(Query(Record(76, 0).get())) << "ends before its paper";
 }
 
@@ -354,6 +367,7 @@ TEST_F(EntryPoints, CapabilitiesOfThePrinterAreFixed) {
     // Outputs of exactly the bytes that an answer has; one byte more would be seen.
     const auto output = std::make_unique<char[]>(bytes.size());
     std::memset(output.get(), 0xA5, bytes.size());
+    EXPECT_EQ(Capability(index), answer) << index << " counted";
     EXPECT_EQ(Capability(index, output.get()), answer) << index;
     EXPECT_EQ(std::string(output.get(), bytes.size()), bytes) << index;
   }
@@ -438,6 +452,12 @@ TEST_F(EntryPoints, CreatedPrinterGetsItsOption) {
   for (const int event : {0, 1, 2, 4, 5, 6, 7}) EXPECT_FALSE(send(event)) << event;
   const platform::Data one{REG_DWORD, {std::byte{1}, {}, {}, {}}};
   EXPECT_EQ(send(PRINTER_EVENT_INITIALIZE), one);
+  EXPECT_EQ(platform::Calls("ImpersonatePrinterClient"), 0u) << "there is no client";
+  // A client that may open the printer and no more.
+  platform::RemoveData(kPrinterName, "", "bufferPrintJob");
+  platform::DenyAccess(kPrinterName, platform::Denied::kPlain);
+  platform::SetImpersonating(true);
+  EXPECT_EQ(send(PRINTER_EVENT_INITIALIZE), one);
   platform::SetDataDword(kPrinterName, "", "bufferPrintJob", 0);
   EXPECT_NE(send(PRINTER_EVENT_INITIALIZE), one) << "an option once stored survives";
   platform::SetDataText(kPrinterName, "", "bufferPrintJob", "1");
@@ -454,18 +474,23 @@ TEST_F(EntryPoints, CreatedPrinterGetsItsOption) {
 }
 
 TEST_F(EntryPoints, OptionIsStoredUnderTheSpoolersIdentity) {
-  platform::DenyFullAccess(kPrinterName, platform::Denied::kPlain);  // the client may not
+  platform::DenyAccess(kPrinterName, platform::Denied::kPlain);  // the client may not
   platform::SetImpersonating(true);
   EXPECT_TRUE(SetBufferPrintJob(printer(), 0));
   EXPECT_TRUE(platform::IsImpersonating()) << "the client is back";
-  platform::DenyFullAccess(kPrinterName);
+  platform::DenyAccess(kPrinterName);
   log_mask = kMessageBit;
   EXPECT_FALSE(SetBufferPrintJob(printer(), 1));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
   EXPECT_TRUE(platform::IsImpersonating());
   EXPECT_EQ(LogLines().back(), "[Error] Couldn't get printer handle: 0x5");
   EXPECT_EQ(GetPrinterName(nullptr), nullptr);
   EXPECT_EQ(LogLines().back(), "[Error] GetPrinterName: GetPrinter failed: 0x6");
   // A client that cannot be had back: reported, and neither the result nor the last error is hidden by it.
+  platform::AddPrinter(kPrinterName, kDriverName);
+  platform::DenyWrites(kPrinterName);
+  EXPECT_FALSE(SetBufferPrintJob(printer(), 1));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_SUCCESS}) << "the printer was opened";
   platform::AddPrinter(kPrinterName, kDriverName);
   platform::FailCall("ImpersonatePrinterClient", 1, ERROR_BAD_IMPERSONATION_LEVEL);
   SetLastError(kUntouchedError);

@@ -39,7 +39,9 @@ TEST_F(LabelStore, LivesThroughAddModifyDelete) {
   EXPECT_EQ(AddPrinterLabel(printer(), nullptr), kMissingArgument);
   EXPECT_EQ(AddPrinterLabel(nullptr, &first), kMissingArgument);
   EXPECT_EQ(ModifyPrinterLabel(nullptr, &first), kMissingArgument);
+  EXPECT_EQ(ModifyPrinterLabel(printer(), nullptr), kMissingArgument);
   EXPECT_EQ(DeletePrinterLabel(printer(), nullptr), kMissingArgument);
+  EXPECT_EQ(DeletePrinterLabel(nullptr, &first), kMissingArgument);
   EXPECT_EQ(DeletePrinterLabel(printer(), &second), DWORD{ERROR_FILE_NOT_FOUND});
 }
 

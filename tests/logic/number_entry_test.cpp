@@ -97,7 +97,7 @@ TEST(NumberEntry, SpeaksTheLocaleAndStoresPoints) {
 #ifdef _WIN32
   ASSERT_TRUE(comma);
 #endif
-  if (!comma) return;
+  if (!comma) GTEST_SKIP() << "no locale with a decimal comma here";
   EXPECT_EQ(Accept("12,5", kWidths, kMillimetres), "12.5");
   EXPECT_EQ(Accept(" ,5 ", {0, 10}, kMillimetres), ".5");
   EXPECT_EQ(Accept("297,01", kWidths, kMillimetres), "refused") << "the fraction counts";

@@ -1,3 +1,4 @@
+#include "../trace_shape.h"
 #include "support.h"
 
 namespace r5lqz {
@@ -109,9 +110,11 @@ TEST_F(Settings, ConversionCopiesWhatBothHoldAndKeepsTheOutputsForm) {
     EXPECT_EQ(copied, std::max<LONG>(one.copied - static_cast<LONG>(kFormEnd), 0));
   }
   Record record(220, 644);
+  EXPECT_EQ(ConvertDevMode(record.get(), record.get()), 864) << "one buffer as input and output";
+  log_mask = kMessageBit;
   EXPECT_EQ(ConvertDevMode(nullptr, record.get()), -1);
   EXPECT_EQ(ConvertDevMode(record.get(), nullptr), -1);
-  EXPECT_EQ(ConvertDevMode(record.get(), record.get()), 864) << "one buffer as input and output";
+  EXPECT_EQ(tests::TraceShape(LogLines()), "'pdmOut:'{} 'pdmIn:'{}") << "of a record that is not there nothing is said";
 
   // Two records that overlap: the input's fields come to lie where its words were, and claim 864 bytes of its 220.
   constexpr std::size_t kShift = 8;
@@ -135,12 +138,23 @@ TEST_F(Settings, OutputTakesTheCallersShape) {
   EXPECT_TRUE(CopyDevModeToOutput(working, nullptr, whole.get()));
   ExpectSame(whole.whole(), working);
 
-  const Record older(188, 20, 0x0320);
+  const Record older(188, 20);
+  older->dmDriverVersion = 0x0350;
   const Record out(188, 20, 0);
   EXPECT_TRUE(CopyDevModeToOutput(working, older.get(), out.get()));
   EXPECT_EQ(out->dmSpecVersion, 0x0320);
+  EXPECT_EQ(out->dmDriverVersion, 0x0350);
   EXPECT_EQ(out->dmPaperWidth, 1048);
   EXPECT_EQ(std::memcmp(out.bytes().data() + 188, &working.dm_private, 20), 0);
+
+  // Each version word comes with the part that it belongs to.
+  const Record shapes[] = {Record(200, 644, 0x0300), Record(220, 20, 0x0300)};
+  for (const Record& shape : shapes) {
+    shape->dmDriverVersion = 0x0350;
+    EXPECT_TRUE(CopyDevModeToOutput(working, shape.get(), shape.get()));
+    EXPECT_EQ(shape->dmSpecVersion, &shape == shapes ? 0x0300 : 0x0401);
+    EXPECT_EQ(shape->dmDriverVersion, &shape == shapes ? 0x0401 : 0x0350);
+  }
 
   const Record newer(300, 9000, 0x0500);
   for (int call = 0; call < 2; ++call) {
@@ -149,10 +163,11 @@ TEST_F(Settings, OutputTakesTheCallersShape) {
     ExpectSame(newer.whole(), working);
   }
 
-  const Record kept(220, 644);
-  const std::string before = kept.bytes();
-  EXPECT_FALSE(CopyDevModeToOutput(working, Record(200, 0, 0).get(), kept.get()));
-  EXPECT_EQ(kept.bytes(), before);
+  // Of a shape that cannot be converted into, its words are all that comes back.
+  const Record unknown(200, 0, 0), refused(220, 644), words(220, 644);
+  PutForm(words.get(), FormOf(unknown.get()));
+  EXPECT_FALSE(CopyDevModeToOutput(working, unknown.get(), refused.get()));
+  EXPECT_EQ(refused.bytes(), words.bytes());
 }
 
 TEST_F(Settings, MergeTakesOnlyWhatTheSourceMarks) {
@@ -171,15 +186,17 @@ TEST_F(Settings, MergeTakesOnlyWhatTheSourceMarks) {
   expected.dm_public.dmOrientation = 2;
   ExpectSame(Merged(DM_ORIENTATION, fill), expected);
 
+  // Of the forced ones only the bits are left to see.
+  constexpr DWORD kForced = DM_SCALE | DM_YRESOLUTION | DM_COLLATE;
   constexpr DWORD kUnchecked = DM_NUP | DM_ICMMETHOD | DM_ICMINTENT | DM_MEDIATYPE | DM_DITHERTYPE | DM_COLOR |
                                DM_DEFAULTSOURCE | DM_TTOPTION | DM_FORMNAME;
   DEVMODEW& settings = expected.dm_public;
-  settings.dmFields |= kUnchecked;
+  settings.dmFields |= kUnchecked | kForced;
   settings.dmNup = settings.dmICMMethod = settings.dmICMIntent = settings.dmMediaType = settings.dmDitherType =
       0x01010101;
   settings.dmColor = settings.dmDefaultSource = settings.dmTTOption = 0x0101;
   std::memset(settings.dmFormName, 0, sizeof settings.dmFormName);  // one without a terminator does not fit
-  ExpectSame(Merged(DM_ORIENTATION | kUnchecked, fill), expected);
+  ExpectSame(Merged(DM_ORIENTATION | kUnchecked | kForced, fill), expected);
 }
 
 TEST_F(Settings, PrivatePartComesOnlyWithTheSignature) {
@@ -275,11 +292,14 @@ TEST_F(Settings, ValuesAtTheirLimitsSurviveValidation) {
     EXPECT_EQ(merged.dm_public.dmPaperWidth, row.width_kept);
     EXPECT_EQ(merged.dm_public.dmPaperLength, row.length_kept);
   }
-  constexpr LONG kOffsets[][2] = {{2400, 2400}, {-2400, -2400}, {2401, 0}, {-2401, 0}};
-  for (const auto& [offset, kept] : kOffsets) {
+  constexpr struct {
+    LONG offset, kept;
+    DWORD intent, intent_kept;
+  } kPrivate[] = {{2400, 2400, 3, 3}, {-2400, -2400, 0, 0}, {2401, 0, 4, 1}, {-2401, 0, 2, 2}};
+  for (const auto& [offset, kept, intent, intent_kept] : kPrivate) {
     DriverDevMode record = Defaults();
     record.dm_private.vertOffset = record.dm_private.horzOffset = offset;
-    record.dm_private.rendIntent = 3;
+    record.dm_private.rendIntent = intent;
     std::memset(record.dm_private.labelName, 'n', kLabelNameSize - 1);
     std::fill_n(record.dm_private.colorProfile, kProfileNameSize - 1, L'p');
     ValidateDevmode(record, printer());
@@ -287,7 +307,7 @@ TEST_F(Settings, ValuesAtTheirLimitsSurviveValidation) {
     EXPECT_EQ(Text(record.dm_private.colorProfile).size(), kProfileNameSize - 1);
     EXPECT_EQ(record.dm_private.vertOffset, kept);
     EXPECT_EQ(record.dm_private.horzOffset, kept);
-    EXPECT_EQ(record.dm_private.rendIntent, 3u);
+    EXPECT_EQ(record.dm_private.rendIntent, intent_kept);
   }
 }
 
@@ -296,6 +316,7 @@ TEST_F(Settings, LabelNumbersResolveToTheirLabel) {
   StoreLabel(258, "Inches", "4.125", "5.000", kInches, "-1200", "2401");
   StoreLabel(259, kLongName, "101.6", "50", kMillimetres, "12", "x");
   StoreLabel(260, "Tenths", "66552", "70000", kTenthsOfMillimetre);
+  StoreLabel(261, "Low bits", "40000", "65537", kTenthsOfMillimetre);
   const struct {
     SHORT id, width, length;
     const char* form_name;
@@ -303,7 +324,8 @@ TEST_F(Settings, LabelNumbersResolveToTheirLabel) {
     LONG vertical, horizontal;
   } kLabels[] = {{258, 1048, 1270, "Inches", "Inches", -1200, 0},  // the other offset is out of range
                  {259, 1016, 500, "", kLongName, 12, 0},           // the other is no number
-                 {260, 1048, 1270, "Tenths", "Tenths", 0, 0},      // not what their low 16 bits are, 1016 and 4464
+                 {260, 1016, 4464, "Tenths", "Tenths", 0, 0},      // the low 16 bits
+                 {261, 1048, 1270, "Low bits", "Low bits", 0, 0},  // whose low 16 bits are out of range too
                  {300, 1048, 1270, "Custom", "", 0, 0}};           // deleted meanwhile
   for (const auto& label : kLabels) {
     SCOPED_TRACE(label.id);

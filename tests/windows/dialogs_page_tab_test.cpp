@@ -69,7 +69,7 @@ TEST_F(PageTab, ShowsAndAppliesEachLabel) {
                {{259, "Metric \xE4", "104.75", "901.7", "", "7", 0}, " mm", 1048, 9017, 0, 7},
                {{260, "Tenths", "1047.4", "1270.6", "1", "2", 2}, " mm", 1047, 1271, 1, 2},
                {{261, "No number", "abc", "1e3", "x", "1e0", 0}, " mm", 1048, 1270, 6, 5},
-               {{262, "Too large", "9999999", "9999999", "0", "0", 1}, " in", 1048, 1270, 0, 0}};
+               {{262, "Too large", "66552", "40000", "0", "0", 2}, " mm", 1016, -25536, 0, 0}};  // the low 16 bits
   for (const auto& row : kRows) Store(row.stock);
   DriverDevMode in = Defaults();
   in.dm_private.vertOffset = 6;

@@ -23,35 +23,30 @@ BOOL ConvertAsTheCallerChose(const DEVMODEW* in, DEVMODEW* out, LONG& count) {
   if (!out || !Holds(count, kFormEnd)) return Refuse(ERROR_INVALID_PARAMETER);
   const RecordForm wanted = FormOf(out);
   if (!Holds(count, wanted.total())) return Refuse(ERROR_INVALID_PARAMETER);
-  if (ConvertDevMode(in, out) <= 0) {
-    // Two records with nothing in common still get their version word; a refused call changes nothing.
-    PutForm(out, wanted);
-    return Refuse(ERROR_INVALID_PARAMETER);
-  }
+  if (ConvertDevMode(in, out) <= 0) return Refuse(ERROR_INVALID_PARAMETER);
   count = static_cast<LONG>(wanted.total());
   return TRUE;
 }
 
-// Whether `out` holds `needed` bytes; the caller of one that does not is told how many.
-bool HasRoom(const DEVMODEW* out, LONG& count, DWORD needed) {
-  const bool holds = out && Holds(count, needed);
+// Tells the caller of a buffer that does not hold `needed` bytes how many it takes.
+BOOL RefuseForSize(LONG& count, DWORD needed) {
   count = static_cast<LONG>(needed);
-  return holds;
+  return Refuse(ERROR_INSUFFICIENT_BUFFER);
 }
 
+// The older form's words stay in the output when nothing can be converted into it.
 BOOL ConvertToOlderForm(const DEVMODEW* in, DEVMODEW* out, LONG& count) {
-  const LONG before_count = count;
-  if (!HasRoom(out, count, kOlderForm.total())) return Refuse(ERROR_INSUFFICIENT_BUFFER);
-  const RecordForm before = FormOf(out);
+  constexpr DWORD kNeeded = kOlderForm.total();
+  if (!out || !Holds(count, kNeeded)) return RefuseForSize(count, kNeeded);
   PutForm(out, kOlderForm);
-  if (ConvertDevMode(in, out) > 0) return TRUE;
-  PutForm(out, before);
-  count = before_count;
-  return Refuse(ERROR_INVALID_PARAMETER);
+  if (ConvertDevMode(in, out) <= 0) return Refuse(ERROR_INVALID_PARAMETER);
+  count = static_cast<LONG>(kNeeded);
+  return TRUE;
 }
 
 BOOL GiveDefaults(WCHAR* printer_name, DEVMODEW* out, LONG& count) {
-  if (!HasRoom(out, count, kRecordSize)) return Refuse(ERROR_INSUFFICIENT_BUFFER);
+  if (!out || !Holds(count, kRecordSize)) return RefuseForSize(count, kRecordSize);
+  count = kRecordSize;
   HANDLE opened = nullptr;
   if (!OpenPrinterW(printer_name, &opened, nullptr)) return FALSE;
   const OwnedPrinter printer(opened);

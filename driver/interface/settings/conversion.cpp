@@ -38,9 +38,10 @@ DWORD BytesOf(const RecordForm& form) {
   return std::max<DWORD>(form.total(), kFormEnd);
 }
 
+// Of a record that is not there not even the title is written.
 void DumpBoth(const Conversion& both) {
-  DumpTitled("pdmIn:", both.in, BytesOf(both.in_form));
-  DumpTitled("pdmOut:", both.out, BytesOf(both.out_form));
+  if (both.in) DumpTitled("pdmIn:", both.in, BytesOf(both.in_form));
+  if (both.out) DumpTitled("pdmOut:", both.out, BytesOf(both.out_form));
 }
 
 LONG Convert(const Conversion& both) {
@@ -97,11 +98,8 @@ BOOL CopyDevModeToOutput(const DriverDevMode& working, const DEVMODEW* shape, DE
   // The shape and the output may be one record, so it is read before anything is written.
   const RecordForm form = OutputForm(shape);
   if (form.total() < kFormEnd) return FALSE;
-  const RecordForm before = FormOf(out);
   PutForm(out, form);
-  if (ConvertDevMode(&working.dm_public, out) > 0) return TRUE;
-  PutForm(out, before);
-  return FALSE;
+  return ConvertDevMode(&working.dm_public, out) > 0;
 }
 
 }  // namespace r5lqz

@@ -17,7 +17,8 @@ LONG ConvertDevMode(const DEVMODEW* in, DEVMODEW* out);
 RecordForm OutputForm(const DEVMODEW* shape);
 
 // Hands the working record back into `out` in the size that the caller's `shape` has (864 bytes without one), never in
-// a larger one. FALSE, with `out` unchanged, when the shape's form is unknown, or too small for its own words.
+// a larger one. FALSE when the shape's form is unknown, with nothing but its words in `out`; or with `out` unchanged
+// when the shape is too small for its own words.
 BOOL CopyDevModeToOutput(const DriverDevMode& working, const DEVMODEW* shape, DEVMODEW* out);
 
 // Lays `source` (any record, or none) over `destination` and validates the result with `printer`'s labels. FALSE, with

@@ -119,7 +119,7 @@ inline constexpr DWORD kAsItClaims = ~DWORD{0};
 // nor beyond its first `readable` bytes. Of a record whose words lie beyond those nothing is written.
 void DumpDevMode(const DEVMODEW* record, DWORD readable = kAsItClaims);
 
-// A line of text, then the record, when messages are traced and there is a record.
+// A line of text, then the record if there is one, when messages are traced.
 void DumpTitled(const char* title, const DEVMODEW* record, DWORD readable = kAsItClaims);
 
 }  // namespace r5lqz

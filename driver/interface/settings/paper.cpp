@@ -11,16 +11,19 @@ void TakeOffset(const char* text, LONG& offset) {
   if (StringToInt(text, &value) == ERROR_SUCCESS) offset = value;
 }
 
-// Forced before it is cut to 16 bits: a stored size far beyond its limits must not come out as another one.
-SHORT Forced(const Limits& limits, const char (&text)[kNumberTextSize], DWORD units) {
-  return static_cast<SHORT>(limits.Force(static_cast<double>(LabelTenths(text, units))));
+// What of a stored size the record's field holds: its low 16 bits, whether the printer can have them or not; validation
+// forces them. A text that is no number gives the default's.
+SHORT ShortSize(const Limits& limits, const char (&text)[kNumberTextSize], DWORD units) {
+  double number = 0;
+  const bool is_number = StringToFloat(text, &number) == ERROR_SUCCESS;
+  return static_cast<SHORT>(is_number ? LabelTenths(text, units) : limits.fallback);
 }
 
 }  // namespace
 
 void TakePageSize(DriverDevMode& record, const PrinterLabel& page) {
-  record.dm_public.dmPaperWidth = Forced(kWidthLimits, page.width, page.units);
-  record.dm_public.dmPaperLength = Forced(kLengthLimits, page.length, page.units);
+  record.dm_public.dmPaperWidth = ShortSize(kWidthLimits, page.width, page.units);
+  record.dm_public.dmPaperLength = ShortSize(kLengthLimits, page.length, page.units);
   TakeOffset(page.vertOffset, record.dm_private.vertOffset);
   TakeOffset(page.horzOffset, record.dm_private.horzOffset);
 }

@@ -6,8 +6,9 @@
 
 namespace r5lqz {
 
-// The page's width and length in tenths of a millimetre and its print offsets. A size that is no number, or that the
-// printer cannot have, becomes the default's; an offset that is no number leaves its field as it was.
+// The page's width and length in tenths of a millimetre and its print offsets. Of a size the record
+// holds the low 16 bits, also of one that the printer cannot have; one that is no number becomes the default's. An
+// offset that is no number leaves its field as it was.
 void TakePageSize(DriverDevMode& record, const PrinterLabel& page);
 
 // The same, with the page's number, name and units and the texts of its width and length: the record's paper is then
