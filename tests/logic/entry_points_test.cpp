@@ -475,6 +475,7 @@ TEST_F(EntryPoints, CreatedPrinterGetsItsOption) {
 
 TEST_F(EntryPoints, OptionIsStoredUnderTheSpoolersIdentity) {
   platform::DenyAccess(kPrinterName, platform::Denied::kPlain);  // the client may not
+  platform::DenyWrites(kPrinterName, platform::Denied::kPlain);
   platform::SetImpersonating(true);
   EXPECT_TRUE(SetBufferPrintJob(printer(), 0));
   EXPECT_TRUE(platform::IsImpersonating()) << "the client is back";
