@@ -97,7 +97,9 @@ class Protocol {
     std::thread worker;
     shown_work = &host_.request.work;
     shown_worker = &worker;
-    destroy_shown = [this] { destroyed_ = Ask(PROPSHEETUI_REASON_DESTROY, 0) > 0; };
+    destroy_shown = [this] {
+      if (!destroyed_) destroyed_ = Ask(PROPSHEETUI_REASON_DESTROY, 0) > 0;
+    };
     host_.outcome.shown = PropertySheetW(&sheet) >= 0 && shown_sheet;
     shown_work = nullptr;
     shown_worker = nullptr;
@@ -120,6 +122,10 @@ class Protocol {
 };
 
 }  // namespace
+
+void EndDriversPart() {
+  destroy_shown();
+}
 
 void EndShownSheet() {
   DestroyWindow(shown_sheet);

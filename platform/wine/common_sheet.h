@@ -41,8 +41,9 @@ struct SheetOutcome {
 SheetOutcome ShowSheet(const SheetRequest& request);
 
 // What a host may do from inside a message loop of the driver's: destroys the sheet that is shown on the calling
-// thread, with every window that it owns, and has the driver destroy its part at once. ShowSheet then returns without
-// asking the driver anything more.
+// thread, with every window that it owns, and has the driver destroy its part at once, or only the latter. ShowSheet
+// then returns without asking the driver anything more.
 void EndShownSheet();
+void EndDriversPart();
 
 }  // namespace platform

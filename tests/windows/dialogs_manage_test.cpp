@@ -317,6 +317,18 @@ TEST_F(ManagePages, NamesAndNumbersAreStoredWholeOrRefused) {
       EXPECT_TRUE(field != IDC_MANAGE_VERT || dialog.Text(IDC_MANAGE_VERT_READOUT).starts_with("-.--- "));
       set(field, std::wstring(before.begin(), before.end()));
     }
+    // More than a user can type is no other text, or number, for being cut.
+    const std::tuple<int, const wchar_t*, int> kLong[] = {
+        {IDC_MANAGE_NAME, L"a name that goes on and on and on beyond sixty-three characters, quite", IDS_NAME_TOO_LONG},
+        {IDC_MANAGE_WIDTH, L"4.12500no number at all", IDS_INVALID_WIDTH},
+        {IDC_MANAGE_VERT, L"      12345", IDS_INVALID_OFFSET}};
+    for (const auto& [field, text, message] : kLong) {
+      const std::string before = dialog.Text(field);
+      set(field, text);
+      Add(dialog);
+      EXPECT_TRUE(Said().starts_with(ModuleText(message)));
+      set(field, std::wstring(before.begin(), before.end()));
+    }
     EXPECT_EQ(StoredNames(), names);
     dialog.EndBy(IDC_MANAGE_NAME, VK_ESCAPE);
   });

@@ -116,6 +116,39 @@ TEST_F(Messages, SheetMayEndWhileTheUserIsAsked) {
   watch->while_open = [](HWND) {};
 }
 
+// The host has the driver end its part and closes the printer, but leaves the windows for later: nothing uses the
+// printer any more, neither what waited nor a new command.
+TEST_F(Messages, PrinterIsNotUsedAfterTheSheetsEnd) {
+  for (const int control : {IDC_MANAGE_IMPORT, IDC_MANAGE_ADD, IDC_MANAGE_MODIFY, IDC_MANAGE_DELETE}) {
+    SCOPED_TRACE(control);
+    StoreSome(2);
+    PutFile(R"({"version":0,"list":[{"name":"F0"},{"name":"F1"}]})");
+    int uses = -1;
+    const auto end = [&](HWND) {
+      platform::EndDriversPart();
+      uses = StoreUses();
+      watch->while_open = [](HWND) {};
+    };
+    auto header = Header(nullptr, nullptr);
+    ShowSheet(
+        document_entry, &header,
+        [&](SheetUser& sheet) {
+          ASSERT_TRUE(sheet.Open("Page"));
+          const DialogUser dialog(sheet, kManage);
+          dialog.Type(IDC_MANAGE_NAME, "New");
+          watch->while_open = end;
+          Command(dialog.Tab(), IDC_MANAGE_IMPORT);
+          Command(dialog.Tab(), control);
+          EXPECT_EQ(StoreUses(), uses);
+          watch->while_open = [](HWND) {};
+          SendMessageW(dialog.Tab(), WM_APP, 0, 0);
+          dialog.EndBy(IDC_MANAGE_NAME, VK_ESCAPE);
+        },
+        PSBTN_CANCEL);
+    EXPECT_EQ(Said(), "");
+  }
+}
+
 // Whatever is clicked while a command of a window waits: it is not done, and opens nothing above what is open.
 TEST_F(Messages, CommandsDuringABoxAreRefused) {
   StoreSome(124);

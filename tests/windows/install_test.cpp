@@ -268,15 +268,20 @@ TEST_F(InstallTest, NothingIsPutBehindALinkOrIntoAStrangersFolder) {
     RunOnHostDrive("rm -f " + OnHost(link) + ' ' + OnHost(StartMenuFolder()));
     fs::remove_all(others);
   }
-  {
+  for (const bool sdk : {false, true}) {
     Clear();
     fs::create_directories(others);
     const fs::path aside = others.parent_path() / "aside of the tests";
+    const fs::path folder = sdk ? SdkFolder() : StartMenuFolder();
+    if (sdk) {
+      EXPECT_EQ(Install(), Lines{});
+      for (const std::string& name : kSdkFiles) fs::remove(folder / name);
+    }
     const auto patch = Patch("kernel32.dll", "CreateFileW", &SwappingCreate);
-    swap_script = SwapScript(StartMenuFolder(), aside, others);
-    EXPECT_EQ(Install(), Lines{kNothingPut[0]}) << "a folder that becomes a link meanwhile";
+    swap_script = SwapScript(folder, aside, others);
+    EXPECT_EQ(Install(), Lines{kNothingPut[sdk]}) << "a folder that becomes a link meanwhile";
     EXPECT_EQ(Listing(others), Lines{});
-    RunOnHostDrive("rm -f " + OnHost(StartMenuFolder()));
+    RunOnHostDrive("rm -f " + OnHost(folder));
     fs::remove_all(others);
     fs::remove_all(aside);
   }
@@ -316,8 +321,11 @@ TEST_F(InstallTest, FoldersBelongToTheSystemItsAdministratorsOrWhoeverInstalls) 
     if (!trusted) MakeFile(SdkFolder() / kSdkFiles[0]);
     ASSERT_TRUE(ConvertStringSidToSidW(sid, &owner));
     EXPECT_EQ(Install(), trusted ? Lines{} : kNothingPut);
-    LocalFree(owner);
     EXPECT_EQ(Listing(StartMenuFolder()).size() + Listing(SdkFolder()).size(), trusted ? 5u : 1u);
+    EXPECT_EQ(Remove(), Lines{});
+    LocalFree(owner);
+    EXPECT_EQ(Listing(SdkFolder()).size(), trusted ? 0u : 1u);
+    EXPECT_EQ(std::exchange(scheduled, {}).empty(), !trusted) << "by its path it may be anything by then";
   }
 }
 

@@ -24,8 +24,9 @@ HWND WINAPI ShowHelp(HWND caller, LPCWSTR file, UINT command, DWORD_PTR data) {
   return nullptr;
 }
 
-LSTATUS WINAPI FindComponent(HKEY root, LPCWSTR key, LPCWSTR, DWORD, LPDWORD, PVOID data, LPDWORD) {
+LSTATUS WINAPI FindComponent(HKEY root, LPCWSTR key, LPCWSTR, DWORD flags, LPDWORD, PVOID data, LPDWORD) {
   ++world.searches;
+  EXPECT_TRUE(flags & RRF_NOEXPAND) << "the environment is anybody's to set";
   EXPECT_TRUE(root == HKEY_LOCAL_MACHINE && wcsncmp(key, L"Software\\Classes\\CLSID\\{", 24) == 0)
       << "the user's own entry is nobody's to load from";
   wcscpy(static_cast<wchar_t*>(data), world.registered.c_str());
@@ -33,8 +34,9 @@ LSTATUS WINAPI FindComponent(HKEY root, LPCWSTR key, LPCWSTR, DWORD, LPDWORD, PV
 }
 
 HMODULE WINAPI LoadComponent(LPCWSTR file, HANDLE, DWORD flags) {
-  EXPECT_EQ(file, world.registered);
-  EXPECT_EQ(flags, DWORD{LOAD_WITH_ALTERED_SEARCH_PATH}) << "what it needs is looked for beside it";
+  EXPECT_EQ(file, world.registered[0] == L'%' ? L"C:\\windows\\help.ocx" : world.registered);
+  EXPECT_EQ(flags, DWORD{LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32})
+      << "what it needs is looked for beside it and in the system's folder";
   return world.component == Component::kNotLoaded ? nullptr : GetModuleHandleW(nullptr);
 }
 
@@ -127,6 +129,16 @@ TEST_F(Help, ShowsTheTabsTopicInTheLanguagesFile) {
     }
   });
   EXPECT_EQ(world.searches, 1);
+}
+
+TEST_F(Help, FindsTheComponentInTheSystemsFolder) {
+  Open(
+      Component::kWhole,
+      [&](SheetUser& user) {
+        ASSERT_TRUE(user.Open("Layout"));
+        EXPECT_EQ(ShownFor(user).size(), 1u);
+      },
+      L"%systemroot%\\help.ocx");
 }
 
 TEST_F(Help, IsSilentWithoutTheComponentAndLooksForItOnce) {

@@ -1,7 +1,9 @@
 // The trace log between processes: its lock, and many writers at once.
+#include <atomic>
 #include <map>
 #include <thread>
 
+#include "import_patch.h"
 #include "peer_process.h"
 #include "trace_folder.h"
 
@@ -24,6 +26,38 @@ TEST_F(TraceSharing, RecordIsDroppedWhileAnotherProcessHoldsTheLock) {
   peer.Finish();
   Log("written");
   EXPECT_EQ(ReadTexts(), Texts{"[Error] written"});
+}
+
+int waits = 0;
+DWORD WINAPI CountWaits(HANDLE handle, DWORD patience) {
+  static const auto real_wait = reinterpret_cast<decltype(&WaitForSingleObject)>(
+      reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "WaitForSingleObject")));
+  if (patience > 0) ++waits;
+  return real_wait(handle, patience);
+}
+
+// Who holds it a little at every record, and gives it up each time before a wait is in vain.
+TEST_F(TraceSharing, LockThatIsBusyAgainAndAgainIsNotAwaitedAtEveryRecord) {
+  std::atomic<bool> over = false;
+  std::thread holder([&] {
+    const HANDLE lock = CreateMutexA(nullptr, FALSE, kLock);
+    for (; !over; ReleaseMutex(lock)) {
+      WaitForSingleObject(lock, INFINITE);
+      Sleep(60);
+    }
+    CloseHandle(lock);
+  });
+  {
+    const auto patch = platform::ReplaceImport(GetModuleHandleW(nullptr), "kernel32.dll", "WaitForSingleObject",
+                                               reinterpret_cast<const void*>(&CountWaits));
+    ASSERT_TRUE(patch);
+    Log("begins");
+    waits = 0;
+    for (int i = 0; i < 30; ++i) Log("held up");
+  }
+  over = true;
+  holder.join();
+  EXPECT_LE(waits, 6);
 }
 
 TEST_F(TraceSharing, LockOfAProcessThatDiedCostsOneRecord) {

@@ -46,8 +46,11 @@ constexpr const char* kTags[] = {"[Error] ", "[Info]  ", "[Trace] "};
 constinit std::atomic<const char*> log_path{nullptr};
 constinit std::atomic<const char*> mask_path{nullptr};
 
-// The tick before which no record waits for the lock, because one has waited in vain; 0 when none has.
+// The tick before which no record waits for the lock, because records have waited long enough; 0 when none has. Then
+// how many milliseconds that was, and the tick of the last of it. Threads that come between lose a part of a sum.
 constinit std::atomic<ULONGLONG> lock_pause_end{0};
+constinit std::atomic<ULONGLONG> lock_waited{0};
+constinit std::atomic<ULONGLONG> lock_last_wait{0};
 
 void ReplaceExtension(char* path, const char (&extension)[4]) {
   const std::size_t length = std::strlen(path);
@@ -77,17 +80,27 @@ bool FileExists(const char* path) {
   return GetFileAttributesA(path) != INVALID_FILE_ATTRIBUTES;
 }
 
+// Adds up what was waited within a few seconds; whether that is as much as callers can be kept waiting.
+bool HasWaitedEnough(ULONGLONG begin, ULONGLONG end) {
+  const bool anew = begin - lock_last_wait.exchange(end, std::memory_order_relaxed) >= kLockPauseMilliseconds;
+  const ULONGLONG sum = (anew ? 0 : lock_waited.load(std::memory_order_relaxed)) + (end - begin);
+  lock_waited.store(sum, std::memory_order_relaxed);
+  return sum >= kLockWaitMilliseconds;
+}
+
 // Takes the lock if it is free, or becomes free within what a caller can be kept waiting. Whoever knows its name can
-// hold it for good: after a wait in vain the process's records only try for a while, so that a call of many records is
-// not held up by each.
+// hold it for good, or a little at every record: once as much was waited the process's records only try for a while, so
+// that a call of many records is not held up by each.
 DWORD AwaitLock(HANDLE mutex) {
-  const ULONGLONG pause_end = lock_pause_end.load(std::memory_order_relaxed);
-  const bool paused = pause_end != 0 && GetTickCount64() < pause_end;
-  const DWORD waited = WaitForSingleObject(mutex, paused ? 0 : kLockWaitMilliseconds);
-  if (waited == WAIT_TIMEOUT && !paused) {
-    lock_pause_end.store(GetTickCount64() + kLockPauseMilliseconds, std::memory_order_relaxed);
-  } else if (waited == WAIT_OBJECT_0 && pause_end != 0) {
-    lock_pause_end.store(0, std::memory_order_relaxed);
+  const DWORD tried = WaitForSingleObject(mutex, 0);
+  if (tried != WAIT_TIMEOUT) return tried;
+  const ULONGLONG begin = GetTickCount64();
+  if (begin < lock_pause_end.load(std::memory_order_relaxed)) return WAIT_TIMEOUT;
+  const DWORD waited = WaitForSingleObject(mutex, kLockWaitMilliseconds);
+  const ULONGLONG end = GetTickCount64();
+  if (HasWaitedEnough(begin, end) || waited == WAIT_TIMEOUT) {
+    lock_waited.store(0, std::memory_order_relaxed);
+    lock_pause_end.store(end + kLockPauseMilliseconds, std::memory_order_relaxed);
   }
   return waited;
 }

@@ -45,11 +45,21 @@ void FreeFrameUnlessUsed(DialogFrame<State>* frame) {
   if (frame->is_window_gone && !frame->running) std::free(frame);
 }
 
+// What tells a dialog whose state has such a member that its sheet has ended.
+template <typename State>
+const bool* IsEndedOf(const State& state) {
+  if constexpr (requires { state.is_ended; }) {
+    return state.is_ended;
+  } else {
+    return nullptr;
+  }
+}
+
 template <typename State>
 INT_PTR RunCommand(const DialogOperations<State>& operations, HWND dialog, WPARAM w_param, DialogFrame<State>* frame) {
   INT_PTR result = FALSE;
   {
-    const RunningOperation self(frame->running, dialog);
+    const RunningOperation self(frame->running, dialog, IsEndedOf(frame->state));
     result = operations.command(dialog, LOWORD(w_param), HIWORD(w_param), frame->state, self);
   }
   FreeFrameUnlessUsed(frame);

@@ -64,6 +64,13 @@ struct ManagePagesContext {
   int count;
   DWORD units;
   HANDLE hPrinter;
+  const bool* is_ended;
+};
+
+// What the dialog is opened with.
+struct Opening {
+  HANDLE printer;
+  const bool* is_ended;
 };
 
 HWND ListOf(HWND dialog) {
@@ -81,8 +88,9 @@ void Select(HWND dialog, int index) {
   SendMessageW(ListOf(dialog), LB_SETCURSEL, static_cast<WPARAM>(index), 0);
 }
 
-void AppendName(HWND dialog, const PrinterLabel& label) {
-  SendMessageA(ListOf(dialog), LB_ADDSTRING, 0, reinterpret_cast<LPARAM>(label.name));
+// False when the list control cannot hold one more.
+bool AppendName(HWND dialog, const PrinterLabel& label) {
+  return SendMessageA(ListOf(dialog), LB_ADDSTRING, 0, reinterpret_cast<LPARAM>(label.name)) >= 0;
 }
 
 // --- Messages --------------------------------------------------------------------------------------------------------
@@ -172,8 +180,8 @@ BOOL Initialize(HWND dialog, ManagePagesContext& context) {
   SendDlgItemMessageW(dialog, IDC_MANAGE_NAME, EM_LIMITTEXT, kLabelNameSize - 1, 0);
   LONG count = 0;
   if (ReadPrinterLabelList(context.hPrinter, context.labels, kMostLabels, &count) != ERROR_SUCCESS) return FALSE;
-  context.count = count;
-  for (int index = 0; index < context.count; ++index) AppendName(dialog, context.labels[index]);
+  // Only as many as the control shows: an entry stands for the page with its number.
+  while (context.count < count && AppendName(dialog, context.labels[context.count])) ++context.count;
   AdjustLabelListExtent(dialog, context.labels, context.count);
   Select(dialog, 0);
   InitSizeFields(dialog, kFields);
@@ -209,7 +217,7 @@ bool ReadAndValidate(HWND dialog, PrinterLabel& page) {
 // --- The buttons -----------------------------------------------------------------------------------------------------
 
 // Puts a page at the end of the printer's list, the dialog's copy and the list control, or nowhere; then the user has
-// been told, and the dialog may be gone.
+// been told, and the dialog may be gone. A page that only the list control had no memory for is in the printer's list.
 bool Append(HWND dialog, ManagePagesContext& context, PrinterLabel page) {
   if (context.count >= kMostLabels) {
     ShowTooManyPages(dialog);
@@ -219,8 +227,8 @@ bool Append(HWND dialog, ManagePagesContext& context, PrinterLabel page) {
     ShowStoreError(dialog, IDS_ADD_FAILED, code);
     return false;
   }
+  if (!AppendName(dialog, page)) return false;
   context.labels[context.count++] = page;
-  AppendName(dialog, page);
   return true;
 }
 
@@ -364,7 +372,9 @@ void CloseClick(HWND dialog) {
 
 bool Open(HWND dialog, ManagePagesContext& context, LPARAM parameter) {
   context.units = kInches;
-  context.hPrinter = reinterpret_cast<HANDLE>(parameter);
+  const auto& opening = *reinterpret_cast<const Opening*>(parameter);
+  context.hPrinter = opening.printer;
+  context.is_ended = opening.is_ended;
   return Initialize(dialog, context);
 }
 
@@ -382,6 +392,12 @@ INT_PTR Command(HWND dialog, int control, int notification, ManagePagesContext& 
     case IDCANCEL:
       CloseClick(dialog);
       return TRUE;
+    default:
+      break;
+  }
+  // The printer's handle may be closed, or another's.
+  if (self.IsWindowGone()) return TRUE;
+  switch (control) {
     case IDC_MANAGE_ADD:
       AddClick(dialog, context);
       return TRUE;
@@ -411,9 +427,10 @@ INT_PTR CALLBACK ManagePagesDlgProc(HWND dialog, UINT message, WPARAM w_param, L
 }  // namespace
 }  // namespace manage_pages
 
-void ManagePages(HWND owner, HANDLE printer) {
+void ManagePages(HWND owner, HANDLE printer, const bool& is_ended) {
+  manage_pages::Opening opening{printer, &is_ended};
   DialogBoxParamW(ModuleHandle(), MAKEINTRESOURCEW(IDD_MANAGE_PAGES), owner, manage_pages::ManagePagesDlgProc,
-                  reinterpret_cast<LPARAM>(printer));
+                  reinterpret_cast<LPARAM>(&opening));
 }
 
 }  // namespace r5lqz

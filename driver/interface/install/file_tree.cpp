@@ -78,7 +78,13 @@ ResultCode CopyInto(const WCHAR* source, const WCHAR* target, int own_levels) {
   if (code == ERROR_PATH_NOT_FOUND) {
     if (const ResultCode created = CreateDirectoryTree(folder.get(), own_levels, held)) return created;
   }
-  return CopyFileW(source, target, TRUE) ? ERROR_SUCCESS : GetLastError();
+  // A folder that is empty can become a link even while it is held: the file is made and checked in it before anything
+  // is copied.
+  if (!OpenIn(held, target, DELETE, CREATE_NEW)) return GetLastError();
+  if (CopyFileW(source, target, FALSE)) return ERROR_SUCCESS;
+  const DWORD error = GetLastError();
+  DeleteNowOrLater(held, target);
+  return error;
 }
 
 }  // namespace

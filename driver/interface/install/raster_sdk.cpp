@@ -80,9 +80,10 @@ ResultCode DeleteRasterSdkFiles() {
   if (!folder) return folder_error;
   HeldFolder held_makers_folder;
   HeldFolder held;
-  // Every user may make folders in the common application data: what is missing or lies behind a link is none of ours.
-  if (HoldDirectoryTree(makers_folder.get(), kMakersLevels, Trust::kItsPlace, held_makers_folder) != ERROR_SUCCESS ||
-      HoldFolder(held_makers_folder, folder.get(), Trust::kItsPlace, held) != ERROR_SUCCESS) {
+  // Every user may make folders in the common application data: what is missing, lies behind a link or belongs to a
+  // stranger is none of ours, and what is put off to the next restart is found by its path then.
+  if (HoldDirectoryTree(makers_folder.get(), kMakersLevels, Trust::kItsOwner, held_makers_folder) != ERROR_SUCCESS ||
+      HoldFolder(held_makers_folder, folder.get(), Trust::kItsOwner, held) != ERROR_SUCCESS) {
     return ERROR_SUCCESS;
   }
   if (const ResultCode code = DeleteFiles(held, folder.get())) return code;

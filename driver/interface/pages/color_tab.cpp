@@ -133,7 +133,7 @@ void OkClick(HWND dialog, PropertiesContext& context) {
     settings.dmPrintQuality = settings.dmYResolution = kResolutions[static_cast<std::size_t>(quality)];
   }
   own.colorAdjust = IsDlgButtonChecked(dialog, IDC_COLOR_AUTOMATIC) == BST_CHECKED;
-  if (const LRESULT intent = SelectionOf(dialog, IDC_COLOR_INTENT); intent >= 0)
+  if (const LRESULT intent = SelectionOf(dialog, IDC_COLOR_INTENT); intent >= 0 && intent < std::ssize(kIntents))
     own.rendIntent = static_cast<DWORD>(intent);
   TakeProfile(dialog, own);
   // The profiles' copies stay: an apply may leave the sheet open, and the next one reads them again.

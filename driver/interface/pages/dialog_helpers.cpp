@@ -18,7 +18,8 @@ namespace r5lqz {
 namespace {
 
 // Characters with the terminator: no edit of the module takes more.
-constexpr std::size_t kLongestEntry = kLabelNameSize;
+// Room for more than any field takes, so that what is too long shows; the blanks around it count here.
+constexpr std::size_t kLongestEntry = 4 * kLabelNameSize;
 // No code page takes more bytes for a UTF-16 unit.
 constexpr std::size_t kBytesPerUnit = 4;
 
@@ -75,13 +76,14 @@ void SetComboBoxSelectionString(HWND dialog, int control, const WCHAR* wanted) {
 
 bool ReadNarrowText(HWND dialog, int control, std::span<char> text) {
   std::array<WCHAR, kLongestEntry> typed{};
-  const auto size = static_cast<int>(std::min(text.size(), typed.size()));
-  const auto length = static_cast<std::size_t>(GetDlgItemTextW(dialog, control, typed.data(), size));
+  constexpr auto kSize = static_cast<int>(kLongestEntry);
+  const auto length = static_cast<std::size_t>(GetDlgItemTextW(dialog, control, typed.data(), kSize));
   auto narrow = NarrowText<kBytesPerUnit * kLongestEntry>(std::span<const WCHAR>(typed).first(length));
   const bool converted = narrow[0] || length == 0;
   TrimWhitespace(narrow.data());
   CopyBounded(text, std::span<const char>(narrow));
-  return converted && TextIn(std::span<const char>(narrow)).size() < text.size();
+  // A text that fills its room may have been cut.
+  return converted && length + 1 < typed.size() && TextIn(std::span<const char>(narrow)).size() < text.size();
 }
 
 bool ReadAndValidateFloat(HWND dialog, int control, std::span<char, kNumberTextSize> text, LONG minimum, LONG maximum,

@@ -1,8 +1,12 @@
 #include "pages/help.h"
 
+#include <array>
 #include <atomic>
 #include <iterator>
+#include <span>
+#include <iterator>
 
+#include "diag/bounded_text.h"
 #include "diag/owned.h"
 #include "diag/trace.h"
 #include "entry/printer_interface.h"
@@ -34,17 +38,33 @@ bool IsAbsolute(const WCHAR* path) {
   return drive >= L'a' && drive <= L'z' && path[1] == L':' && path[2] == L'\\';
 }
 
+// Puts the system's own folder in the place of its variable in front; false when that does not fit.
+bool ReplaceSystemRoot(std::span<WCHAR, MAX_PATH> path) {
+  constexpr WCHAR kVariable[] = L"%SystemRoot%";
+  constexpr int kLength = static_cast<int>(std::size(kVariable)) - 1;
+  if (CompareStringOrdinal(path.data(), kLength, kVariable, kLength, TRUE) != CSTR_EQUAL) return true;
+  std::array<WCHAR, MAX_PATH> rest{};
+  CopyBounded(std::span(rest), path.data() + kLength);
+  const UINT length = GetSystemWindowsDirectoryW(path.data(), MAX_PATH);
+  if (length == 0 || length >= MAX_PATH) return false;
+  const auto tail = path.subspan(length);
+  CopyBounded(tail, rest.data());
+  return tail[0] != 0;
+}
+
 // The file that the machine's registry names as the component's, or none: the user's own entries, which the merged view
 // of both prefers, have no say in a program that runs with more rights than the user. Never a file of that name found
 // on the search path, nor its imports: we are in somebody else's process, which may have been started anywhere.
 HMODULE LoadComponent() {
   WCHAR file[MAX_PATH]{};
   DWORD size = sizeof file;
-  if (RegGetValueW(HKEY_LOCAL_MACHINE, kComponentKey, nullptr, RRF_RT_REG_SZ, nullptr, file, &size) != ERROR_SUCCESS ||
-      !IsAbsolute(file)) {
+  // Not expanded: the environment is the user's and the host's to set.
+  constexpr DWORD kAsStored = RRF_RT_REG_SZ | RRF_RT_REG_EXPAND_SZ | RRF_NOEXPAND;
+  if (RegGetValueW(HKEY_LOCAL_MACHINE, kComponentKey, nullptr, kAsStored, nullptr, file, &size) != ERROR_SUCCESS ||
+      !ReplaceSystemRoot(file) || !IsAbsolute(file)) {
     return nullptr;
   }
-  return LoadLibraryExW(file, nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+  return LoadLibraryExW(file, nullptr, LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32);
 }
 
 // Beside the gate, not in it: the platform keeps two bits of a gate's own value for itself, and a function may lie at

@@ -197,7 +197,7 @@ void LabelListClick(HWND dialog, PropertiesContext& context) {
 
 void ManageLabelsClick(HWND dialog, PropertiesContext& context) {
   const TraceScope trace("ManageLabelsClick");
-  ManagePages(dialog, context.printer);
+  ManagePages(dialog, context.printer, context.is_closed);
   if (IsTabGone(context)) return;
   LoadLabelList(dialog, context);
   ShowSelection(dialog, context);

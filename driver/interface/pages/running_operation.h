@@ -10,17 +10,18 @@ namespace r5lqz {
 // list of those that run inside one another and outlives them all.
 class RunningOperation {
  public:
-  RunningOperation(RunningOperation*& innermost, HWND window)
-      : innermost_(innermost), below_(innermost), window_(window) {
+  // `is_ended`, if given, outlives the operation: set once the window's sheet has ended, windows or not.
+  RunningOperation(RunningOperation*& innermost, HWND window, const bool* is_ended = nullptr)
+      : innermost_(innermost), below_(innermost), window_(window), is_ended_(is_ended) {
     innermost_ = this;
   }
   ~RunningOperation() { innermost_ = below_; }
   RunningOperation(const RunningOperation&) = delete;
   RunningOperation& operator=(const RunningOperation&) = delete;
 
-  // Whether the window was destroyed while the operation ran: nothing may be shown or changed any more. The window's
-  // handle does not tell, as it may be another window's by now.
-  bool IsWindowGone() const { return is_window_gone_; }
+  // Whether the window was destroyed while the operation ran, or its sheet has ended: nothing may be shown or changed
+  // any more. The window's handle does not tell, as it may be another window's by now.
+  bool IsWindowGone() const { return is_window_gone_ || (is_ended_ && *is_ended_); }
 
   // Whether it came while another operation waits: what opens a window of its own is refused then, so that neither the
   // stack grows with every message nor two dialogs change the same data.
@@ -37,6 +38,7 @@ class RunningOperation {
   RunningOperation*& innermost_;
   RunningOperation* below_;
   HWND window_;
+  const bool* is_ended_;
   bool is_window_gone_ = false;
 };
 

@@ -73,7 +73,7 @@ TabOperations::Operation OperationFor(const TabOperations& tab, UINT code) {
 void Notify(const TabOperations& tab, HWND dialog, UINT code, PropertiesContext& context) {
   const TabOperation running(dialog, context);
   if (code == static_cast<UINT>(PSN_HELP)) {
-    if (tab.help_topic) HelpClick(dialog, context.printer, tab.help_topic);
+    if (tab.help_topic && !IsNestedOperation(context)) HelpClick(dialog, context.printer, tab.help_topic);
   } else if (const auto operation = OperationFor(tab, code)) {
     operation(dialog, context);
   }
