@@ -17,6 +17,7 @@ std::uint64_t fuzz::TracedRecords() {
 // Every block is freed within its input: neither a long memory for freed ones nor the way to each allocation is worth
 // what they cost, and what outlives its function the tests find. ASAN_OPTIONS=malloc_context_size=30 shows the way when
 // a finding is looked at.
+// NOLINTNEXTLINE(bugprone-reserved-identifier, readability-identifier-naming): the name is the sanitizer's.
 extern "C" const char* __asan_default_options() {
   return "malloc_context_size=1:quarantine_size_mb=1:detect_stack_use_after_return=0";
 }

@@ -32,16 +32,17 @@ std::span<LateEntry> LateEntries(HMODULE module) {
   return {};
 }
 
-// The places of the pointers that the loader, or the module itself, fills in for `function`.
-std::vector<void**> Find(HMODULE module, const char* dll, const char* function) {
-  std::vector<void**> places;
+// The place of the pointer that the module itself fills in for `function`, if it does.
+void AddLate(HMODULE module, const char* dll, const char* function, std::vector<void**>& places) {
   for (LateEntry& entry : LateEntries(module)) {
-    if (entry.dll && _stricmp(entry.dll, dll) == 0 && strcmp(entry.function, function) == 0) {
-      places.push_back(&entry.address);
-    }
+    if (_stricmp(entry.dll, dll) == 0 && strcmp(entry.function, function) == 0) places.push_back(&entry.address);
   }
+}
+
+// The places of the pointers that the loader filled in for `function`.
+void AddImported(HMODULE module, const char* dll, const char* function, std::vector<void**>& places) {
   const auto& directory = Headers(module)->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
-  if (!directory.Size) return places;
+  if (!directory.Size) return;
   for (auto* entry = At<IMAGE_IMPORT_DESCRIPTOR>(module, directory.VirtualAddress); entry->Name; ++entry) {
     if (_stricmp(At<char>(module, entry->Name), dll) != 0 || !entry->OriginalFirstThunk) continue;
     const auto* name = At<IMAGE_THUNK_DATA>(module, entry->OriginalFirstThunk);
@@ -53,7 +54,6 @@ std::vector<void**> Find(HMODULE module, const char* dll, const char* function) 
       places.push_back(reinterpret_cast<void**>(&address->u1.Function));
     }
   }
-  return places;
 }
 
 bool WritePointer(void** place, void* value) {
@@ -73,8 +73,11 @@ ImportPatch::~ImportPatch() {
 }
 
 ImportPatch ReplaceImport(HMODULE module, const char* dll, const char* function, const void* replacement) {
+  std::vector<void**> places;
+  AddLate(module, dll, function, places);
+  AddImported(module, dll, function, places);
   ImportPatch patch;
-  for (void** place : Find(module, dll, function)) {
+  for (void** place : places) {
     void* const original = *place;
     if (!WritePointer(place, const_cast<void*>(replacement))) return {};
     patch.slots_.push_back({place, original});

@@ -1,5 +1,6 @@
 // Replacing an imported function of a loaded module: its import table, or its table of functions that it loads late
-// (section .late), is pointed at another function, so that a DLL can be run with what its platform lacks, watched, or made to fail, while the file stays as it ships.
+// (section .late), is pointed at another function, so that a DLL can be run with what its platform lacks, watched, or
+// made to fail, while the file stays as it ships.
 #pragma once
 
 #include <windows.h>

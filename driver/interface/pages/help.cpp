@@ -4,7 +4,6 @@
 #include <atomic>
 #include <iterator>
 #include <span>
-#include <iterator>
 
 #include "diag/bounded_text.h"
 #include "diag/owned.h"
