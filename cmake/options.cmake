@@ -44,7 +44,7 @@ target_link_libraries(r5lqz_module_options INTERFACE r5lqz_hardening)
 # (driver/interface/diag/late.h).
 if(WIN32)
   add_library(r5lqz_imports INTERFACE)
-  target_link_libraries(r5lqz_imports INTERFACE winspool user32 comctl32 gdi32 advapi32)
+  target_link_libraries(r5lqz_imports INTERFACE winspool user32 comctl32 gdi32 advapi32 ntdll)
 endif()
 
 if(NOT WIN32)

@@ -52,8 +52,8 @@ TEST_F(ShippedFile, ExportsExactlyTheEntryPoints) {
 
 // Each of these a program that prints has loaded anyway.
 TEST_F(ShippedFile, NeedsNoOtherFiles) {
-  const Names expected{"advapi32.dll", "comctl32.dll", "gdi32.dll",   "kernel32.dll",
-                       "msvcrt.dll",   "user32.dll",   "winspool.drv"};
+  const Names expected{"advapi32.dll", "comctl32.dll", "gdi32.dll",  "kernel32.dll",
+                       "msvcrt.dll",   "ntdll.dll",    "user32.dll", "winspool.drv"};
   Names needed;
   const auto* entry = At<IMAGE_IMPORT_DESCRIPTOR>(Directory(IMAGE_DIRECTORY_ENTRY_IMPORT).VirtualAddress);
   for (; entry->Name; ++entry) {

@@ -1,4 +1,7 @@
 // The trace log in one process: its records in a real file, its size limit, and what keeps a record from being written.
+#include <windows.h>
+#include <winternl.h>
+
 #include "../built_files.h"
 
 #include <psapi.h>
@@ -184,6 +187,34 @@ TEST_F(TraceLinks, RotationRenamesAndDeletesNothingElsewhere) {
     EXPECT_EQ(Others(), before);
   }
   RunOnHostDrive("rm -rf temp && mkdir temp");
+}
+
+HANDLE oplocked;
+NTSTATUS WINAPI FindOplock(HANDLE* handle, ACCESS_MASK access, OBJECT_ATTRIBUTES* attributes, IO_STATUS_BLOCK* outcome,
+                           LARGE_INTEGER* size, ULONG file_attributes, ULONG sharing, ULONG disposition, ULONG options,
+                           void* extra, ULONG extra_size) {
+  EXPECT_TRUE(options & FILE_COMPLETE_IF_OPLOCKED);
+  static const auto real_create = reinterpret_cast<decltype(&NtCreateFile)>(
+      reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "NtCreateFile")));
+  const NTSTATUS status = real_create(handle, access, attributes, outcome, size, file_attributes, sharing, disposition,
+                                      options, extra, extra_size);
+  if (status < 0 || options & FILE_DIRECTORY_FILE) return status;
+  oplocked = *handle;
+  return 0x108;
+}
+
+// Whoever has a lock on the file that an open would break may put that off for good.
+TEST_F(TraceLog, FileThatWouldHaveToBeWaitedForIsNotOpened) {
+  Log("written");
+  {
+    const auto patch = platform::ReplaceImport(GetModuleHandleW(nullptr), "ntdll.dll", "NtCreateFile",
+                                               reinterpret_cast<const void*>(&FindOplock));
+    ASSERT_TRUE(patch);
+    Log("dropped");
+  }
+  DWORD flags = 0;
+  EXPECT_TRUE(oplocked && !GetHandleInformation(oplocked, &flags)) << "closed";
+  EXPECT_EQ(ReadTexts(), Texts{"[Error] written"});
 }
 
 int writes = 0;
