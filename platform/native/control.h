@@ -178,15 +178,6 @@ void SetTickCount(ULONGLONG milliseconds);
 // empty.
 std::string TempFolder();
 
-struct FileOpening {
-  std::string path;
-  DWORD access = 0;
-  DWORD share = 0;
-  DWORD flags = 0;
-  bool inheritable = false;
-};
-// The last CreateFileA that came as far as the folder.
-FileOpening LastOpening();
 // The bytes that ReadFile was asked for since Reset.
 std::uint64_t BytesAsked();
 

@@ -27,7 +27,6 @@ struct Root {
 };
 
 std::unordered_map<HANDLE, int> open_files;  // with their descriptors
-FileOpening last_opening;
 std::uint64_t bytes_asked = 0;
 bool folder_used = false;    // something may lie in it, or it may be missing
 bool folder_shared = false;  // a test knows its name and may write to it at any time
@@ -112,7 +111,6 @@ void ResetFiles() {
   std::lock_guard lock(StateMutex());
   for (const auto& file : open_files) close(file.second);
   open_files.clear();
-  last_opening = {};
   bytes_asked = 0;
   // Fuzz targets reset before every input: a folder that nobody used costs nothing.
   if (!folder_used && !folder_shared) return;
@@ -135,11 +133,6 @@ bool CloseFile(HANDLE handle) {
   return true;
 }
 
-FileOpening LastOpening() {
-  std::lock_guard lock(StateMutex());
-  return last_opening;
-}
-
 std::uint64_t BytesAsked() {
   std::lock_guard lock(StateMutex());
   return bytes_asked;
@@ -152,8 +145,8 @@ using platform::CallScope;
 
 extern "C" {
 
-HANDLE WINAPI CreateFileA(LPCSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security, DWORD disposition,
-                          DWORD flags, HANDLE) {
+HANDLE WINAPI CreateFileA(LPCSTR path, DWORD access, DWORD, LPSECURITY_ATTRIBUTES, DWORD disposition, DWORD flags,
+                          HANDLE) {
   CallScope call(Call::kCreateFileA);
   if (call.failed()) return call.Fail(INVALID_HANDLE_VALUE);
   const auto host = platform::HostPath(path);
@@ -163,7 +156,6 @@ HANDLE WINAPI CreateFileA(LPCSTR path, DWORD access, DWORD share, LPSECURITY_ATT
   }
   std::lock_guard lock(platform::StateMutex());
   platform::folder_used = true;
-  platform::last_opening = {path, access, share, flags, security && security->bInheritHandle};
   const int file = platform::OpenOnHost(*host, access, disposition, !(flags & FILE_FLAG_OPEN_REPARSE_POINT));
   if (file < 0) return platform::FailWith(platform::ErrorOfHost(), INVALID_HANDLE_VALUE);
   return platform::open_files.emplace(platform::NewHandle(), file).first->first;

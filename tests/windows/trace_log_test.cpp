@@ -193,7 +193,12 @@ HANDLE oplocked;
 NTSTATUS WINAPI FindOplock(HANDLE* handle, ACCESS_MASK access, OBJECT_ATTRIBUTES* attributes, IO_STATUS_BLOCK* outcome,
                            LARGE_INTEGER* size, ULONG file_attributes, ULONG sharing, ULONG disposition, ULONG options,
                            void* extra, ULONG extra_size) {
-  EXPECT_TRUE(options & FILE_COMPLETE_IF_OPLOCKED);
+  EXPECT_EQ(options & (FILE_COMPLETE_IF_OPLOCKED | FILE_OPEN_REPARSE_POINT),
+            ULONG{FILE_COMPLETE_IF_OPLOCKED | FILE_OPEN_REPARSE_POINT});
+  EXPECT_EQ(sharing, ULONG{FILE_SHARE_READ | FILE_SHARE_WRITE});
+  EXPECT_EQ(static_cast<SECURITY_QUALITY_OF_SERVICE*>(attributes->SecurityQualityOfService)->ImpersonationLevel,
+            SecurityIdentification);
+  EXPECT_EQ(attributes->RootDirectory != nullptr, !(options & FILE_DIRECTORY_FILE)) << "beneath its opened folder";
   static const auto real_create = reinterpret_cast<decltype(&NtCreateFile)>(
       reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "NtCreateFile")));
   const NTSTATUS status = real_create(handle, access, attributes, outcome, size, file_attributes, sharing, disposition,
