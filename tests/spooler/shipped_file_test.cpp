@@ -84,8 +84,9 @@ TEST_F(ShippedFile, CanBeWrittenOnlyWhereItsDataAre) {
     if (section.Characteristics & IMAGE_SCN_MEM_WRITE) writable.insert(name);
     EXPECT_FALSE(runs && writable.contains(name));
   }
-  // The tools make resources and thread data so; nothing is called by what stands in either.
-  EXPECT_EQ(writable, (Names{".data", ".bss", ".late", ".rsrc", ".tls"}));
+  // Some versions of the tools make resources so, all make thread data so; nothing is called by what stands in either.
+  writable.erase(".rsrc");
+  EXPECT_EQ(writable, (Names{".data", ".bss", ".late", ".tls"}));
 }
 
 // Functions with arrays compare the word beside their return address with the process's guard, at gs:60h, and end the
