@@ -1,7 +1,7 @@
 // What applications ask of the label list: the paper capabilities, and a label chosen by its number.
 #include <array>
 
-#include "entry/printer_interface.h"
+#include "base/printer_interface.h"
 #include "measure.h"
 #include "settings/conversion.h"
 

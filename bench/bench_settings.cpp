@@ -1,5 +1,5 @@
 // Settings records on their way through the module, with tracing off.
-#include "entry/printer_interface.h"
+#include "base/printer_interface.h"
 #include "measure.h"
 #include "settings/conversion.h"
 

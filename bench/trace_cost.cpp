@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "diag/trace.h"
-#include "entry/printer_interface.h"
+#include "base/printer_interface.h"
 #include "settings/conversion.h"
 
 #include "native/control.h"

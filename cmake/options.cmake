@@ -29,7 +29,7 @@ add_library(r5lqz_hardening INTERFACE)
 if(MINGW)
   # The guard beside a return address is the address of the process's environment block, which every thread finds in its
   # own block (gs:60h) on this platform: nothing has to be set up at load and nothing in the image tells it, it differs
-  # from process to process, and its lowest byte is a zero, which ends a text that runs over. diag/fast_fail.cpp is
+  # from process to process, and its lowest byte is a zero, which ends a text that runs over. base/fast_fail.cpp is
   # what a broken guard calls; the compiler's own library would import a cryptographic DLL into every program that
   # prints. The flow of control is not guarded: this compiler does not have Control Flow Guard (clang and MSVC do).
   target_compile_options(r5lqz_hardening INTERFACE -fstack-protector-strong -mstack-protector-guard=tls
@@ -41,7 +41,7 @@ endif()
 target_link_libraries(r5lqz_module_options INTERFACE r5lqz_hardening)
 
 # What the module imports: DLLs that every program which prints has already. Others it loads when they are needed
-# (driver/interface/diag/late.h).
+# (driver/interface/base/late.h).
 if(WIN32)
   add_library(r5lqz_imports INTERFACE)
   target_link_libraries(r5lqz_imports INTERFACE winspool user32 comctl32 gdi32 advapi32 ntdll)

@@ -2,9 +2,9 @@
 #include <string>
 #include <vector>
 
-#include "diag/bounded_text.h"
+#include "base/bounded_text.h"
 #include "diag/trace.h"
-#include "entry/printer_interface.h"
+#include "base/printer_interface.h"
 #include "input.h"
 #include "labels/label_store.h"
 #include "settings/conversion.h"

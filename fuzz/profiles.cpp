@@ -4,9 +4,9 @@
 #include <utility>
 #include <vector>
 
-#include "diag/owned.h"
+#include "base/owned.h"
 #include "diag/trace.h"
-#include "entry/color_profile_list.h"
+#include "entry/shared/color_profile_list.h"
 #include "input.h"
 #include "settings/driver_devmode.h"
 

@@ -1,6 +1,6 @@
 // Settings records as applications and the spooler hand them in: of any size, any content, lying about both.
 #include "diag/trace.h"
-#include "entry/printer_interface.h"
+#include "base/printer_interface.h"
 #include "input.h"
 #include "labels/label_store.h"
 #include "settings/conversion.h"

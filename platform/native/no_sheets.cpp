@@ -1,5 +1,5 @@
 // The checked build has no windows: a document sheet is refused there as by a driver without one.
-#include "entry/property_sheets.h"
+#include "entry/exports/property_sheets.h"
 
 namespace r5lqz {
 

@@ -2,7 +2,7 @@
 // elsewhere and Wine's does not, collects its pages and shows them in one modal sheet.
 #pragma once
 
-#include "entry/printer_interface.h"
+#include "base/printer_interface.h"
 
 #include <prsht.h>
 

@@ -3,7 +3,7 @@
 
 #include <windows.h>
 
-#include "entry/printer_interface.h"
+#include "base/printer_interface.h"
 
 namespace platform {
 

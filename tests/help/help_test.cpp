@@ -31,17 +31,23 @@ namespace {
 
 struct Language {
   const char* code;
-  r5lqz::UiLanguage ui;
   LANGID resources;
   UINT code_page = 1252;
   const char* charset = "windows-1252";
 };
 
-constexpr Language kLanguages[] = {{"en", r5lqz::UiLanguage::kEnglish, MAKELANGID(LANG_ENGLISH, SUBLANG_ENGLISH_US)},
-                                   {"de", r5lqz::UiLanguage::kGerman, LANG_GERMAN},
-                                   {"fr", r5lqz::UiLanguage::kFrench, LANG_FRENCH},
-                                   {"es", r5lqz::UiLanguage::kSpanish, LANG_SPANISH},
-                                   {"zh", r5lqz::UiLanguage::kChinese, LANG_CHINESE, 936, "gbk"}};
+constexpr Language kLanguages[] = {{"en", MAKELANGID(LANG_ENGLISH, SUBLANG_ENGLISH_US)},
+                                   {"de", LANG_GERMAN},
+                                   {"fr", LANG_FRENCH},
+                                   {"es", LANG_SPANISH},
+                                   {"zh", LANG_CHINESE, 936, "gbk"}};
+
+const r5lqz::UiLanguage& UiLanguageOf(const Language& language) {
+  const auto* const found = std::ranges::find_if(r5lqz::kUiLanguages, [&](const r5lqz::UiLanguage& ui) {
+    return std::equal(ui.code, ui.code + 3, language.code);
+  });
+  return found != r5lqz::kUiLanguages.end() ? *found : r5lqz::kUiLanguages.front();
+}
 
 // Each topic and the tab that it is about, whose title it must name.
 constexpr struct {
@@ -125,7 +131,8 @@ class HelpFiles : public testing::TestWithParam<Language> {
       dialogs_.append(reinterpret_cast<const WCHAR*>(bytes.data()), bytes.size() / sizeof(WCHAR));
     }
     for (const auto& [page, title] : kTopics) {
-      const std::wstring path = r5lqz::BuildHelpPath(Built(L"help\\r5-lqz.chm").c_str(), GetParam().ui, page).data();
+      const std::wstring path =
+          r5lqz::BuildHelpPath(Built(L"help\\r5-lqz.chm").c_str(), UiLanguageOf(GetParam()), page).data();
       const std::string bytes = Read(path);
       const std::wstring text = Wide(bytes, GetParam().code_page);
       topics_.push_back({path, text, strings.at(static_cast<int>(title)), bytes, Between(text, L"<b>", L"</b>")});

@@ -1,6 +1,6 @@
-#include "entry/color_profile_list.h"
+#include "entry/shared/color_profile_list.h"
 
-#include "diag/owned.h"
+#include "base/owned.h"
 #include "support.h"
 
 namespace r5lqz {

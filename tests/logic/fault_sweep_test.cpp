@@ -1,6 +1,6 @@
 // Every entry point with its first, second, third ... platform call failing, once and from there on: nothing may be
 // left open, and afterwards the same call must work again.
-#include "entry/color_profile_list.h"
+#include "entry/shared/color_profile_list.h"
 #include "install/printer_event.h"
 #include "support.h"
 

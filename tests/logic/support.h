@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "diag/trace.h"
-#include "entry/printer_interface.h"
+#include "base/printer_interface.h"
 #include "labels/label_store.h"
 #include "native/control.h"
 #include "settings/conversion.h"

@@ -6,7 +6,7 @@
 #include <set>
 #include <thread>
 
-#include "diag/owned.h"
+#include "base/owned.h"
 #include "support.h"
 
 namespace r5lqz {

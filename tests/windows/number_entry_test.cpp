@@ -42,7 +42,7 @@ std::string Shown(const char* stored) {
   return text;
 }
 
-std::string Path(const WCHAR* file, UiLanguage language, const WCHAR* topic) {
+std::string Path(const WCHAR* file, const UiLanguage& language, const WCHAR* topic) {
   const HelpPath path = BuildHelpPath(file, language, topic);
   return {path.begin(), std::find(path.begin(), path.end(), WCHAR{})};
 }
@@ -112,17 +112,17 @@ TEST(NumberEntry, SpeaksTheLocaleAndStoresPoints) {
 
 TEST(HelpPaths, NameTheLanguagesFileOrNothing) {
   constexpr WCHAR kFile[] = L"C:\\help\\guide.chm";
-  EXPECT_EQ(Path(kFile, UiLanguage::kEnglish, L"::/t"), "C:\\help\\guide.chm::/t");
-  EXPECT_EQ(Path(kFile, UiLanguage::kChinese, L""), "C:\\help\\guide.zh.chm");
-  EXPECT_EQ(Path(L"ab", UiLanguage::kFrench, L"::/t"), "");
-  EXPECT_EQ(Path(L"chm", UiLanguage::kSpanish, L"::/t"), "es.chm::/t");
+  EXPECT_EQ(Path(kFile, kUiLanguages[0], L"::/t"), "C:\\help\\guide.chm::/t");
+  EXPECT_EQ(Path(kFile, kUiLanguages[3], L""), "C:\\help\\guide.zh.chm");
+  EXPECT_EQ(Path(L"ab", kUiLanguages[2], L"::/t"), "");
+  EXPECT_EQ(Path(L"chm", kUiLanguages[4], L"::/t"), "es.chm::/t");
   // A path is as long as its buffer at most, terminator included.
   for (const std::size_t length : {256u, 257u, 259u, 260u, 261u, 400u}) {
     std::array<WCHAR, 401> file{};
     std::fill_n(file.begin(), length - 1, L'x');
-    EXPECT_EQ(Path(file.data(), UiLanguage::kEnglish, L"t").size(), length < 260 ? length : 0) << length;
-    EXPECT_EQ(Path(file.data(), UiLanguage::kGerman, L"t").size(), length < 257 ? length + 3 : 0) << length;
-    EXPECT_EQ(Path(L"", UiLanguage::kEnglish, file.data()).size(), length <= 260 ? length - 1 : 0) << length;
+    EXPECT_EQ(Path(file.data(), kUiLanguages[0], L"t").size(), length < 260 ? length : 0) << length;
+    EXPECT_EQ(Path(file.data(), kUiLanguages[1], L"t").size(), length < 257 ? length + 3 : 0) << length;
+    EXPECT_EQ(Path(L"", kUiLanguages[0], file.data()).size(), length <= 260 ? length - 1 : 0) << length;
   }
 }
 

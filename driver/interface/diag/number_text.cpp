@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "diag/owned.h"
+#include "base/owned.h"
 
 namespace r5lqz {
 namespace {

@@ -3,7 +3,7 @@
 
 #include <span>
 
-#include "diag/result_codes.h"
+#include "base/result_codes.h"
 
 namespace r5lqz {
 

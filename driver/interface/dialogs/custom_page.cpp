@@ -3,11 +3,11 @@
 #include <array>
 #include <cstdio>
 
-#include "diag/bounded_text.h"
+#include "base/bounded_text.h"
 #include "diag/trace.h"
 #include "dialogs/dialog_frame.h"
 #include "dialogs/size_fields.h"
-#include "entry/module.h"
+#include "base/module.h"
 #include "resources/resource_ids.h"
 #include "settings/paper.h"
 

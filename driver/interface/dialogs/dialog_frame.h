@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <type_traits>
 
-#include "pages/running_operation.h"
+#include "base/running_operation.h"
 
 namespace r5lqz {
 

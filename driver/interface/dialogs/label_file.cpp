@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "diag/owned.h"
+#include "base/owned.h"
 #include "dialogs/label_json.h"
 
 namespace r5lqz {

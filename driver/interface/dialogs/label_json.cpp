@@ -9,7 +9,7 @@
 #include <cstring>
 #include <iterator>
 
-#include "diag/bounded_text.h"
+#include "base/bounded_text.h"
 #include "diag/number_text.h"
 
 namespace r5lqz {

@@ -4,7 +4,7 @@
 #include <memory>
 #include <span>
 
-#include "diag/owned.h"
+#include "base/owned.h"
 #include "labels/printer_label.h"
 
 namespace r5lqz {

@@ -6,16 +6,16 @@
 #include <array>
 #include <span>
 
-#include "diag/late.h"
-#include "diag/bounded_format.h"
-#include "diag/bounded_text.h"
-#include "diag/owned.h"
+#include "base/late.h"
+#include "base/bounded_format.h"
+#include "base/bounded_text.h"
+#include "base/owned.h"
 #include "diag/trace.h"
 #include "dialogs/dialog_frame.h"
 #include "dialogs/label_file.h"
 #include "dialogs/page_names.h"
 #include "dialogs/size_fields.h"
-#include "entry/module.h"
+#include "base/module.h"
 #include "labels/label_store.h"
 #include "pages/dialog_helpers.h"
 #include "resources/resource_ids.h"

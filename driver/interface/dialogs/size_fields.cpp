@@ -7,7 +7,7 @@
 #include "diag/number_text.h"
 #include "diag/trace.h"
 #include "dialogs/size_text.h"
-#include "entry/module.h"
+#include "base/module.h"
 #include "pages/dialog_helpers.h"
 #include "pages/number_entry.h"
 #include "resources/resource_ids.h"

@@ -5,7 +5,7 @@
 #include <windows.h>
 
 #include "labels/printer_label.h"
-#include "pages/running_operation.h"
+#include "base/running_operation.h"
 
 namespace r5lqz {
 

@@ -1,14 +1,13 @@
 // The driver's installation and removal: every task reports its own failure and lets the others run.
 #include <cstring>
 
-#include "diag/bounded_text.h"
-#include "diag/late.h"
-#include "diag/owned.h"
+#include "base/bounded_text.h"
+#include "base/late.h"
+#include "base/owned.h"
 #include "diag/trace.h"
-#include "entry/printer_interface.h"
+#include "base/printer_interface.h"
 #include "install/raster_sdk.h"
 #include "install/user_guide.h"
-#include "pages/help.h"
 
 namespace r5lqz {
 namespace {

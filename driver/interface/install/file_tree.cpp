@@ -2,7 +2,7 @@
 
 #include <shlwapi.h>
 
-#include "diag/late.h"
+#include "base/late.h"
 #include "install/path.h"
 
 namespace r5lqz {

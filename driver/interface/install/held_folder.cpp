@@ -10,7 +10,7 @@
 #include <span>
 #include <utility>
 
-#include "diag/bounded_text.h"
+#include "base/bounded_text.h"
 
 namespace r5lqz {
 namespace {

@@ -5,9 +5,9 @@
 
 #include <windows.h>
 
-#include "diag/owned.h"
-#include "diag/plain_file.h"
-#include "diag/result_codes.h"
+#include "base/owned.h"
+#include "base/plain_file.h"
+#include "base/result_codes.h"
 
 namespace r5lqz {
 

@@ -10,7 +10,7 @@
 #include <cwchar>
 #include <utility>
 
-#include "diag/late.h"
+#include "base/late.h"
 
 namespace r5lqz {
 

@@ -3,8 +3,8 @@
 
 #include <windows.h>
 
-#include "diag/owned.h"
-#include "diag/result_codes.h"
+#include "base/owned.h"
+#include "base/result_codes.h"
 
 namespace r5lqz {
 

@@ -2,10 +2,11 @@
 
 #include <cstdlib>
 
-#include "diag/late.h"
-#include "diag/owned.h"
+#include "base/late.h"
+#include "base/owned.h"
 #include "diag/trace.h"
-#include "entry/printer_interface.h"
+#include "base/printer_interface.h"
+#include "entry/shared/printer_info.h"
 
 namespace r5lqz {
 namespace {
@@ -78,23 +79,6 @@ void GiveDefaultOption(WCHAR* printer_name) {
 }
 
 }  // namespace
-
-WCHAR* GetPrinterName(HANDLE printer) {
-  DWORD size = 0;
-  GetPrinterW(printer, 2, nullptr, 0, &size);
-  // Without a printer the size is 0 and the second call says why; the block must still hold what is read from it.
-  const DWORD capacity = size < sizeof(PRINTER_INFO_2W) ? DWORD{sizeof(PRINTER_INFO_2W)} : size;
-  const RuntimeBlock<PRINTER_INFO_2W> info(static_cast<PRINTER_INFO_2W*>(std::calloc(1, capacity)));
-  if (!info) {
-    LOG_ERROR("GetPrinterName: malloc failed");
-    return nullptr;
-  }
-  if (!GetPrinterW(printer, 2, reinterpret_cast<BYTE*>(info.get()), capacity, &size)) {
-    LOG_ERROR("GetPrinterName: GetPrinter failed: 0x%x", static_cast<unsigned>(GetLastError()));
-    return nullptr;
-  }
-  return info->pPrinterName ? CopyOfText(info->pPrinterName).release() : nullptr;
-}
 
 DWORD ReadBufferPrintJob(HANDLE printer) {
   const StoredOption option = ReadOption(printer);

@@ -5,9 +5,6 @@
 
 namespace r5lqz {
 
-// The printer's name: a new runtime-heap text that the caller frees, or none (traced).
-WCHAR* GetPrinterName(HANDLE printer);
-
 // The option "bufferPrintJob" as it is stored; 1, with the reason traced, when it is missing or no number.
 DWORD ReadBufferPrintJob(HANDLE printer);
 

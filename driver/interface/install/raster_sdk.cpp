@@ -5,7 +5,7 @@
 #include <shlobj.h>
 
 #include "diag/trace.h"
-#include "entry/printer_interface.h"
+#include "base/printer_interface.h"
 #include "install/file_tree.h"
 #include "install/path.h"
 

@@ -4,7 +4,7 @@
 
 #include <windows.h>
 
-#include "diag/result_codes.h"
+#include "base/result_codes.h"
 
 namespace r5lqz {
 

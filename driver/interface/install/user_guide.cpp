@@ -4,7 +4,7 @@
 
 #include <shlobj.h>
 
-#include "diag/owned.h"
+#include "base/owned.h"
 #include "install/file_tree.h"
 #include "install/path.h"
 
@@ -12,15 +12,6 @@ namespace r5lqz {
 namespace {
 
 constexpr WCHAR kStartMenuFolder[] = L"Brindlewick R5-LQZ";
-
-// In the order of UiLanguage.
-constexpr const WCHAR* kShortcutNames[] = {
-    L"R5-LQZ User Guide.url",
-    L"R5-LQZ Bedienungsanleitung.url",
-    L"Guide d\u2019utilisation de la R5-LQZ.url",
-    L"R5-LQZ \u7528\u6237\u6307\u5357.url",
-    L"Gu\u00EDa de usuario de R5-LQZ.url",
-};
 
 // The maker's online user guide; the only place that names it.
 constexpr char kContent[] = "[InternetShortcut]\r\nURL=https://support.brindlewick.example/r5-lqz/user-guide";
@@ -59,7 +50,7 @@ ResultCode WriteShortcut(const HeldFolder& folder, const WCHAR* path) {
 
 }  // namespace
 
-ResultCode CreateUserGuideShortcut(UiLanguage language) {
+ResultCode CreateUserGuideShortcut(const UiLanguage& language) {
   OwnedPath path;
   if (const ResultCode code = FindFolder(path)) return code;
   if (!PathExists(path.get())) {
@@ -67,7 +58,7 @@ ResultCode CreateUserGuideShortcut(UiLanguage language) {
   }
   HeldFolder folder;
   if (const ResultCode code = HoldDirectoryTree(path.get(), 1, Trust::kItsOwner, folder)) return code;
-  if (const ResultCode code = AppendPath(path.get(), kShortcutNames[static_cast<std::size_t>(language)])) return code;
+  if (const ResultCode code = AppendPath(path.get(), language.shortcut_name)) return code;
   return WriteShortcut(folder, path.get());
 }
 

@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <iterator>
 
-#include "diag/bounded_text.h"
+#include "base/bounded_text.h"
 #include "diag/trace.h"
 
 namespace r5lqz {

@@ -6,8 +6,8 @@
 #include <array>
 #include <cstddef>
 
-#include "diag/owned.h"
-#include "diag/result_codes.h"
+#include "base/owned.h"
+#include "base/result_codes.h"
 
 namespace r5lqz {
 

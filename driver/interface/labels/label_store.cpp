@@ -4,9 +4,9 @@
 #include <array>
 #include <cstring>
 
-#include "diag/bounded_text.h"
+#include "base/bounded_text.h"
 #include "diag/trace.h"
-#include "entry/printer_interface.h"
+#include "base/printer_interface.h"
 #include "labels/label_keys.h"
 
 namespace r5lqz {

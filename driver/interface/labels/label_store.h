@@ -7,7 +7,7 @@
 
 #include <span>
 
-#include "diag/result_codes.h"
+#include "base/result_codes.h"
 #include "labels/printer_label.h"
 
 namespace r5lqz {

@@ -6,8 +6,7 @@
 #include <cstdint>
 #include <span>
 
-#include "diag/result_codes.h"
-#include "settings/driver_devmode.h"
+#include "base/result_codes.h"
 
 namespace r5lqz {
 
@@ -15,6 +14,28 @@ namespace r5lqz {
 inline constexpr DWORD kMillimetres = 0;
 inline constexpr DWORD kInches = 1;
 inline constexpr DWORD kTenthsOfMillimetre = 2;
+
+// Sizes of a label's texts, bytes with the terminator.
+inline constexpr std::size_t kLabelNameSize = 64;
+inline constexpr std::size_t kNumberTextSize = 8;
+
+// Paper numbers of dmPaperSize.
+inline constexpr SHORT kUserPaper = DMPAPER_USER;  // 256: a size that the application set
+inline constexpr SHORT kCustomPage = 257;          // the driver's custom page; the default
+inline constexpr SHORT kFirstLabelId = 258;        // labels of the printer's list, from here upward
+
+struct Limits {
+  LONG lowest;
+  LONG highest;
+  LONG fallback;  // what a value outside becomes
+
+  constexpr bool Hold(double value) const { return value >= lowest && value <= highest; }
+  constexpr LONG Force(double value) const { return Hold(value) ? static_cast<LONG>(value) : fallback; }
+};
+
+inline constexpr Limits kWidthLimits{10, 2970, 1048};    // tenths of a millimetre
+inline constexpr Limits kLengthLimits{254, 9017, 1270};  // tenths of a millimetre
+inline constexpr Limits kOffsetLimits{-2400, 2400, 0};   // 1/1200 inch
 
 // Every list of labels is an array of this many with a count.
 inline constexpr LONG kMostLabels = 128;

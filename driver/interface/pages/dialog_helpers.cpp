@@ -6,11 +6,10 @@
 
 #include <algorithm>
 
-#include "diag/bounded_format.h"
-#include "diag/bounded_text.h"
+#include "base/bounded_format.h"
+#include "base/bounded_text.h"
 #include "diag/number_text.h"
 #include "diag/trace.h"
-#include "entry/module.h"
 #include "pages/number_entry.h"
 #include "resources/resource_ids.h"
 
@@ -40,12 +39,6 @@ void ShowRangeError(HWND dialog, UINT message_id, const WCHAR* range) {
 }
 
 }  // namespace
-
-StringText LoadText(UINT string_id) {
-  StringText text{};
-  LoadStringW(ModuleHandle(), string_id, text.data(), static_cast<int>(text.size()));
-  return text;
-}
 
 void InitComboBox(HWND dialog, int control, std::span<const ComboBoxEntry> entries, int selection) {
   const TraceScope trace("InitComboBox");

@@ -3,19 +3,12 @@
 
 #include <windows.h>
 
-#include <array>
 #include <span>
 
-#include "settings/driver_devmode.h"
+#include "base/string_table.h"
+#include "labels/printer_label.h"
 
 namespace r5lqz {
-
-// Room for a text of the string table, characters with the terminator.
-inline constexpr std::size_t kStringSize = 256;
-using StringText = std::array<WCHAR, kStringSize>;
-
-// A text of the module's string table in the language that the platform's resource loader chose; empty when missing.
-StringText LoadText(UINT string_id);
 
 // One entry of a combo box: its text in the string table and the value that it stands for.
 struct ComboBoxEntry {

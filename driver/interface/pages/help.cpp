@@ -5,12 +5,10 @@
 #include <iterator>
 #include <span>
 
-#include "diag/bounded_text.h"
-#include "diag/owned.h"
+#include "base/bounded_text.h"
+#include "base/owned.h"
 #include "diag/trace.h"
-#include "entry/printer_interface.h"
-#include "pages/dialog_helpers.h"
-#include "resources/resource_ids.h"
+#include "base/printer_interface.h"
 
 namespace r5lqz {
 namespace {
@@ -20,16 +18,6 @@ constexpr UINT kDisplayTopic = 0;
 constexpr WCHAR kComponentKey[] = L"Software\\Classes\\CLSID\\{ADB880A6-D8FF-11CF-9377-00AA003B7A11}\\InprocServer32";
 
 using HtmlHelpFunction = HWND(WINAPI*)(HWND caller, LPCWSTR file, UINT command, DWORD_PTR data);
-
-constexpr struct {
-  const WCHAR* code;
-  UiLanguage language;
-} kLanguages[] = {
-    {L"de", UiLanguage::kGerman},
-    {L"fr", UiLanguage::kFrench},
-    {L"zh", UiLanguage::kChinese},
-    {L"es", UiLanguage::kSpanish},
-};
 
 // With a drive: what a path without one leads to is the host's, or the current directory's, to say.
 bool IsAbsolute(const WCHAR* path) {
@@ -97,15 +85,6 @@ RuntimeBlock<DRIVER_INFO_3W> DriverInfo(HANDLE printer) {
 }
 
 }  // namespace
-
-UiLanguage GetUiLanguage() {
-  // Two letters and the terminator tell the languages apart; a longer code is none of them.
-  const StringText code = LoadText(IDS_LANGUAGE);
-  for (const auto& one : kLanguages) {
-    if (std::equal(code.begin(), code.begin() + 3, one.code)) return one.language;
-  }
-  return UiLanguage::kEnglish;
-}
 
 void HelpClick(HWND dialog, HANDLE printer, const WCHAR* topic) {
   const TraceScope trace("HelpClick");

@@ -1,24 +1,19 @@
-// Context help and the language that it comes in.
+// Context help.
 #pragma once
 
 #include <windows.h>
 
 #include <array>
-#include <span>
+
+#include "base/ui_language.h"
 
 namespace r5lqz {
-
-// The language of the module's loaded resources.
-enum class UiLanguage { kEnglish = 0, kGerman = 1, kFrench = 2, kChinese = 3, kSpanish = 4 };
-
-// What string 195 names; English for anything unknown.
-UiLanguage GetUiLanguage();
 
 using HelpPath = std::array<WCHAR, MAX_PATH>;
 
 // The path of `topic` in the help file of `language`, beside the registered `help_file`; empty when it does not fit or
 // the file's name has no three-letter extension to replace.
-HelpPath BuildHelpPath(const WCHAR* help_file, UiLanguage language, const WCHAR* topic);
+HelpPath BuildHelpPath(const WCHAR* help_file, const UiLanguage& language, const WCHAR* topic);
 
 // Shows `topic` of the help file that `printer`'s driver has registered. Shows nothing when there is none, or when the
 // platform's help component is missing.

@@ -5,7 +5,7 @@
 
 #include <array>
 
-#include "diag/bounded_format.h"
+#include "base/bounded_format.h"
 #include "diag/number_text.h"
 #include "diag/trace.h"
 #include "pages/dialog_helpers.h"

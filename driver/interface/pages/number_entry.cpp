@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "diag/bounded_text.h"
+#include "base/bounded_text.h"
 #include "diag/number_text.h"
 #include "diag/trace.h"
 #include "labels/printer_label.h"

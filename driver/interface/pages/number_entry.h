@@ -6,7 +6,7 @@
 #include <array>
 #include <span>
 
-#include "settings/driver_devmode.h"
+#include "labels/printer_label.h"
 
 namespace r5lqz {
 

@@ -4,8 +4,8 @@
 #include <cstring>
 #include <span>
 
-#include "diag/bounded_format.h"
-#include "diag/bounded_text.h"
+#include "base/bounded_format.h"
+#include "base/bounded_text.h"
 #include "diag/number_text.h"
 #include "diag/trace.h"
 #include "dialogs/custom_page.h"

@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "diag/bounded_format.h"
+#include "base/bounded_format.h"
 #include "diag/number_text.h"
 
 namespace r5lqz {

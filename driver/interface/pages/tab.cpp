@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "pages/help.h"
-#include "pages/running_operation.h"
+#include "base/running_operation.h"
 #include "settings/conversion.h"
 
 namespace r5lqz {

@@ -5,7 +5,7 @@
 
 #include <prsht.h>
 
-#include "entry/properties_context.h"
+#include "entry/shared/properties_context.h"
 
 namespace r5lqz {
 

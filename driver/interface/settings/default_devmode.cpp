@@ -1,10 +1,10 @@
 #include <cstring>
 
-#include "diag/bounded_text.h"
-#include "diag/owned.h"
+#include "base/bounded_text.h"
+#include "base/owned.h"
 #include "diag/trace.h"
-#include "entry/color_profile_list.h"
-#include "install/printer_event.h"
+#include "entry/shared/color_profile_list.h"
+#include "entry/shared/printer_info.h"
 #include "settings/driver_devmode.h"
 
 namespace r5lqz {

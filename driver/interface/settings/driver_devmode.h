@@ -10,10 +10,10 @@
 #include <cstring>
 #include <span>
 
+#include "labels/printer_label.h"
+
 namespace r5lqz {
 
-inline constexpr std::size_t kLabelNameSize = 64;     // bytes with the terminator
-inline constexpr std::size_t kNumberTextSize = 8;     // bytes with the terminator
 inline constexpr std::size_t kProfileNameSize = 260;  // characters with the terminator (MAX_PATH)
 
 // The driver's private part: field order, widths and padding are binding. Texts are terminated within their arrays in
@@ -43,9 +43,32 @@ struct DriverDevMode {
   PrivateDevMode dm_private;
 };
 
-static_assert(sizeof(DEVMODEW) == 220 && sizeof(PrivateDevMode) == 644 && sizeof(DriverDevMode) == 864);
-static_assert(offsetof(PrivateDevMode, usePrivateCopies) == 84 && offsetof(PrivateDevMode, vertOffset) == 92 &&
-              offsetof(PrivateDevMode, units) == 104 && offsetof(PrivateDevMode, colorProfile) == 124);
+static_assert(sizeof(DEVMODEW) == 220 && sizeof(PrivateDevMode) == 644 && sizeof(DriverDevMode) == 864,
+              "a record has 220 bytes that are public and 644 of the driver's");
+
+// Programs and the rendering module read the private part by these offsets and widths; nothing may move, and what is
+// padding stays it: a word that came to mean something would be lost in every record that others have kept.
+#define R5LQZ_HOLDS(member, offset, width)                                                                 \
+  static_assert(offsetof(PrivateDevMode, member) == (offset) && sizeof(PrivateDevMode::member) == (width), \
+                #member " lies at " #offset " of the private part and takes " #width " bytes")
+R5LQZ_HOLDS(signature, 0, 4);
+R5LQZ_HOLDS(colorAdjust, 4, 4);
+R5LQZ_HOLDS(rendIntent, 8, 4);
+R5LQZ_HOLDS(rotate180, 12, 4);
+R5LQZ_HOLDS(mirrorImage, 16, 4);
+R5LQZ_HOLDS(labelName, 20, 64);
+R5LQZ_HOLDS(usePrivateCopies, 84, 4);
+R5LQZ_HOLDS(copies, 88, 2);
+R5LQZ_HOLDS(padding1, 90, 2);
+R5LQZ_HOLDS(vertOffset, 92, 4);
+R5LQZ_HOLDS(horzOffset, 96, 4);
+R5LQZ_HOLDS(dmPaperSize, 100, 2);
+R5LQZ_HOLDS(padding2, 102, 2);
+R5LQZ_HOLDS(units, 104, 4);
+R5LQZ_HOLDS(width_string, 108, 8);
+R5LQZ_HOLDS(length_string, 116, 8);
+R5LQZ_HOLDS(colorProfile, 124, 520);
+#undef R5LQZ_HOLDS
 
 inline constexpr WORD kPublicSize = sizeof(DEVMODEW);
 inline constexpr WORD kPrivateSize = sizeof(PrivateDevMode);
@@ -85,28 +108,11 @@ inline void PutForm(DEVMODEW* record, const RecordForm& form) {
 inline constexpr RecordForm kCurrentForm{kSpecVersion, kDriverVersion, kPublicSize, kPrivateSize};
 inline constexpr RecordForm kOlderForm{0x0320, 0x0350, 188, 112};
 
-// Paper numbers of dmPaperSize.
-inline constexpr SHORT kUserPaper = DMPAPER_USER;  // 256: a size that the application set
-inline constexpr SHORT kCustomPage = 257;          // the driver's custom page; the default
-inline constexpr SHORT kFirstLabelId = 258;        // labels of the printer's list, from here upward
-inline constexpr WCHAR kCustomFormName[] = L"Custom";
+inline constexpr WCHAR kCustomFormName[] = L"Custom";  // of the papers that are no label
 
 // Dots per inch, best first; the second is the default.
 inline constexpr std::array<SHORT, 3> kResolutions{600, 300, 150};
 inline constexpr SHORT kDefaultResolution = kResolutions[1];
-
-struct Limits {
-  LONG lowest;
-  LONG highest;
-  LONG fallback;  // what a value outside becomes
-
-  constexpr bool Hold(double value) const { return value >= lowest && value <= highest; }
-  constexpr LONG Force(double value) const { return Hold(value) ? static_cast<LONG>(value) : fallback; }
-};
-
-inline constexpr Limits kWidthLimits{10, 2970, 1048};    // tenths of a millimetre
-inline constexpr Limits kLengthLimits{254, 9017, 1270};  // tenths of a millimetre
-inline constexpr Limits kOffsetLimits{-2400, 2400, 0};   // 1/1200 inch
 
 // Fills `record` with the driver's defaults. `device_name` (or none) is kept when it is shorter than 32 characters;
 // `printer` (open, or none) gives the default colour profile. Always TRUE.

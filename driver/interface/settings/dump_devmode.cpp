@@ -5,7 +5,7 @@
 #include <cstring>
 #include <span>
 
-#include "diag/bounded_text.h"
+#include "base/bounded_text.h"
 #include "diag/trace.h"
 #include "settings/driver_devmode.h"
 

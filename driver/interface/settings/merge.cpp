@@ -2,8 +2,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "diag/bounded_text.h"
-#include "diag/owned.h"
+#include "base/bounded_text.h"
+#include "base/owned.h"
 #include "diag/trace.h"
 #include "settings/conversion.h"
 

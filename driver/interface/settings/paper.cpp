@@ -1,6 +1,6 @@
 #include "settings/paper.h"
 
-#include "diag/bounded_text.h"
+#include "base/bounded_text.h"
 #include "diag/number_text.h"
 
 namespace r5lqz {

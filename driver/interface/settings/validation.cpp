@@ -2,7 +2,7 @@
 #include <iterator>
 #include <memory>
 
-#include "diag/bounded_text.h"
+#include "base/bounded_text.h"
 #include "diag/trace.h"
 #include "labels/label_store.h"
 #include "settings/conversion.h"

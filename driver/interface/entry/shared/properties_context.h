@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "entry/printer_interface.h"
+#include "base/printer_interface.h"
 #include "settings/driver_devmode.h"
 
 namespace r5lqz {
@@ -43,9 +43,6 @@ using OwnedContext = std::unique_ptr<PropertiesContext, ContextDestroyer>;
 // Builds the context for `printer` (the caller's): defaults, then the printer's stored default record, then `in` (or
 // none) laid over it. Registers the printer's form on the way. None when there is no memory or no printer information.
 OwnedContext FillUiData(HANDLE printer, const DEVMODEW* in);
-
-// The printer's PRINTER_INFO_2 in one GlobalAlloc block that the caller releases with GlobalFree; or none.
-PRINTER_INFO_2W* MyGetPrinterInfo(HANDLE printer);
 
 // The record that `info`, a block of MyGetPrinterInfo, holds as the printer's stored default; none when it has none, or
 // one that claims to be longer than the block is.

@@ -1,4 +1,4 @@
-#include "diag/plain_file.h"
+#include "base/plain_file.h"
 
 #if defined(_WIN32)
 #include <winternl.h>
@@ -10,7 +10,7 @@
 #include <cstring>
 #include <span>
 
-#include "diag/bounded_text.h"
+#include "base/bounded_text.h"
 
 namespace r5lqz {
 namespace {

@@ -1,8 +1,8 @@
 #include <cstring>
 
-#include "diag/bounded_text.h"
+#include "base/bounded_text.h"
 #include "diag/trace.h"
-#include "entry/printer_interface.h"
+#include "base/printer_interface.h"
 #include "settings/driver_devmode.h"
 
 namespace r5lqz {

@@ -1,7 +1,7 @@
-#include "entry/forms.h"
+#include "entry/shared/forms.h"
 
 #include "diag/trace.h"
-#include "entry/printer_interface.h"
+#include "base/printer_interface.h"
 #include "settings/driver_devmode.h"
 
 namespace r5lqz {

@@ -1,7 +1,7 @@
 // The two property sheets: which tabs they have, and how the common property sheet's questions are answered.
 #pragma once
 
-#include "entry/printer_interface.h"
+#include "base/printer_interface.h"
 
 namespace r5lqz {
 

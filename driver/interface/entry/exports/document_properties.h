@@ -1,7 +1,7 @@
 // Document settings for applications that want no window: the record's size, and validated records.
 #pragma once
 
-#include "entry/printer_interface.h"
+#include "base/printer_interface.h"
 
 namespace r5lqz {
 

@@ -1,4 +1,4 @@
-#include "entry/property_sheets.h"
+#include "entry/exports/property_sheets.h"
 
 #include <prsht.h>
 
@@ -7,8 +7,8 @@
 #include <span>
 
 #include "diag/trace.h"
-#include "entry/module.h"
-#include "entry/properties_context.h"
+#include "base/module.h"
+#include "entry/shared/properties_context.h"
 #include "pages/tab.h"
 #include "resources/resource_ids.h"
 #include "settings/conversion.h"

@@ -1,4 +1,4 @@
-#include "entry/color_profile_list.h"
+#include "entry/shared/color_profile_list.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -6,11 +6,11 @@
 #include <cstring>
 #include <span>
 
-#include "diag/late.h"
-#include "diag/bounded_text.h"
-#include "diag/owned.h"
+#include "base/late.h"
+#include "base/bounded_text.h"
+#include "base/owned.h"
 #include "diag/trace.h"
-#include "entry/printer_interface.h"
+#include "base/printer_interface.h"
 
 namespace r5lqz {
 namespace {

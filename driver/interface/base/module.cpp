@@ -1,4 +1,4 @@
-#include "entry/module.h"
+#include "base/module.h"
 
 namespace r5lqz {
 namespace {

@@ -1,4 +1,4 @@
-#include "diag/late.h"
+#include "base/late.h"
 
 namespace r5lqz {
 namespace {

@@ -1,7 +1,7 @@
 #include <cstddef>
 
 #include "diag/trace.h"
-#include "entry/printer_interface.h"
+#include "base/printer_interface.h"
 
 namespace r5lqz {
 namespace {

@@ -1,17 +1,15 @@
-#include "entry/properties_context.h"
+#include "entry/shared/properties_context.h"
 
-#include "diag/owned.h"
+#include "base/owned.h"
 #include "diag/trace.h"
-#include "entry/forms.h"
+#include "entry/shared/forms.h"
+#include "entry/shared/printer_info.h"
 #include "settings/conversion.h"
 
 namespace r5lqz {
 namespace {
 
 constexpr SIZE_T kInitialHeapSize = 8192;
-
-// Somebody may change the printer between the question for the size and the answer.
-constexpr int kMostAttempts = 3;
 
 OwnedContext CreateContext(HANDLE printer) {
   OwnedHeap heap(HeapCreate(0, kInitialHeapSize, 0));
@@ -54,21 +52,6 @@ OwnedContext FillUiData(HANDLE printer, const DEVMODEW* in) {
   BuildWorkingRecord(*context, *info, in);
   AddPrinterForms(printer);
   return context;
-}
-
-PRINTER_INFO_2W* MyGetPrinterInfo(HANDLE printer) {
-  const TraceScope trace("MyGetPrinterInfo");
-  GlobalBlock<PRINTER_INFO_2W> info;
-  DWORD size = 0;
-  BOOL read = GetPrinterW(printer, 2, nullptr, 0, &size);
-  if (read) return nullptr;
-  for (int attempt = 0; attempt < kMostAttempts && !read; ++attempt) {
-    if (GetLastError() != ERROR_INSUFFICIENT_BUFFER || size < sizeof(PRINTER_INFO_2W)) break;
-    info.reset(static_cast<PRINTER_INFO_2W*>(GlobalAlloc(GMEM_FIXED, size)));
-    if (!info) break;
-    read = GetPrinterW(printer, 2, reinterpret_cast<BYTE*>(info.get()), size, &size);
-  }
-  return read ? info.release() : nullptr;
 }
 
 const DEVMODEW* StoredDefault(const PRINTER_INFO_2W& info) {

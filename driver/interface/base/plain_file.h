@@ -6,7 +6,7 @@
 
 #include <array>
 
-#include "diag/owned.h"
+#include "base/owned.h"
 
 namespace r5lqz {
 

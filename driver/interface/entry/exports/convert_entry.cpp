@@ -1,7 +1,8 @@
-#include "diag/owned.h"
+#include "base/owned.h"
 #include "diag/trace.h"
-#include "entry/printer_interface.h"
-#include "entry/properties_context.h"
+#include "base/printer_interface.h"
+#include "entry/shared/printer_info.h"
+#include "entry/shared/properties_context.h"
 #include "settings/conversion.h"
 
 namespace r5lqz {
