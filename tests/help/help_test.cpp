@@ -8,6 +8,7 @@
 #include <objidl.h>
 
 #include <algorithm>
+#include <fstream>
 #include <set>
 
 #include "pages/help.h"
@@ -198,6 +199,33 @@ TEST_P(HelpFiles, NamesEveryButtonOfTheDialogs) {
     ++buttons;
   }
   EXPECT_EQ(21, buttons);
+}
+
+BOOL CALLBACK AddLanguage(HMODULE, LPCWSTR, LPCWSTR, WORD language, LONG_PTR languages) {
+  reinterpret_cast<std::vector<LANGID>*>(languages)->push_back(language);
+  return TRUE;
+}
+
+// What a language needs beside its resources: a row in the module's table, help that is tested above, and a name in
+// what installs it.
+TEST(HelpLanguages, AreThoseOfTheDialogs) {
+  std::vector<LANGID> languages;
+  EnumResourceLanguagesW(Module(), RT_DIALOG, MAKEINTRESOURCEW(IDD_PAGE_TAB), AddLanguage,
+                         reinterpret_cast<LONG_PTR>(&languages));
+  EXPECT_EQ(languages.size(), r5lqz::kUiLanguages.size());
+  std::ifstream file(Built(L"package\\INSTALL.txt"));
+  const std::string instructions(std::istreambuf_iterator<char>(file), {});
+  for (const LANGID language : languages) {
+    const std::wstring code = Strings(language)[IDS_LANGUAGE];
+    SCOPED_TRACE(Shown(code));
+    const auto* const ui = std::ranges::find(r5lqz::kUiLanguages, code, &r5lqz::UiLanguage::code);
+    ASSERT_NE(ui, r5lqz::kUiLanguages.end()) << "not in the module's table";
+    EXPECT_TRUE(std::ranges::any_of(kLanguages, [&](const Language& one) {
+      return one.resources == language && std::equal(code.begin(), code.end(), one.code);
+    })) << "its help is not tested";
+    const std::wstring name = std::wstring(L"r5-lqz.") + (ui->help_extension ? ui->help_extension : L"chm");
+    EXPECT_NE(instructions.find(Shown(name)), std::string::npos) << Shown(name);
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Languages, HelpFiles, testing::ValuesIn(kLanguages),

@@ -122,7 +122,7 @@ TEST_F(InstallTest, ShortcutIsNamedInTheUsersLanguage) {
                                                             {L"zh", u8"R5-LQZ \u7528\u6237\u6307\u5357.url"},
                                                             {L"es", u8"Gu\u00EDa de usuario de R5-LQZ.url"},
                                                             {L"en", kEnglish},
-                                                            {L"it", kEnglish},
+                                                            {L"qq", kEnglish},
                                                             {L"", kEnglish}};
   for (const auto& [language, name] : rows) {
     SCOPED_TRACE(fs::path(language));
