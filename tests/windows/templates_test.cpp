@@ -112,12 +112,17 @@ struct Dialog {
   std::vector<Control> controls;
 
   Dialog(int id, LANGID language) {
-    std::vector<BYTE> bytes = WithFontOfWindows(Resource(RT_DIALOG, id, language), language);
+    const std::vector<BYTE> resource = Resource(RT_DIALOG, id, language);
+    if (resource.empty()) {
+      ADD_FAILURE() << "template " << id << " is missing in the resources of language " << language;
+      return;
+    }
+    std::vector<BYTE> bytes = WithFontOfWindows(resource, language);
     owner = CreateWindowExW(0, L"Static", L"", WS_POPUP, 0, 0, 800, 600, nullptr, nullptr, nullptr, nullptr);
     window = CreateDialogIndirectParamW(
         Module(), reinterpret_cast<LPCDLGTEMPLATEW>(bytes.data()), owner,
         [](HWND, UINT, WPARAM, LPARAM) -> INT_PTR { return FALSE; }, 0);
-    EXPECT_TRUE(window) << "no dialog; is there a display?";
+    EXPECT_TRUE(window) << (owner ? "the template makes no dialog" : "no window at all: is there a display?");
     for (HWND child = GetWindow(window, GW_CHILD); child; child = GetWindow(child, GW_HWNDNEXT)) Add(child);
   }
   Dialog(const Dialog&) = delete;
