@@ -295,10 +295,12 @@ TEST_F(InstallTest, NothingIsPutBehindALinkOrIntoAStrangersFolder) {
   fs::remove(StartMenuFolder().parent_path() / "stranger's");
 }
 
-PSID owner;  // of every folder
-DWORD WINAPI OwnerIs(HANDLE, SE_OBJECT_TYPE, SECURITY_INFORMATION, PSID* sid, PSID*, PACL*, PACL*,
+PSID owner, file_owner;  // of every folder, of every file
+DWORD WINAPI OwnerIs(HANDLE opened, SE_OBJECT_TYPE, SECURITY_INFORMATION, PSID* sid, PSID*, PACL*, PACL*,
                      PSECURITY_DESCRIPTOR* descriptor) {
-  *sid = owner;
+  FILE_STANDARD_INFO info{};
+  EXPECT_TRUE(GetFileInformationByHandleEx(opened, FileStandardInfo, &info, sizeof info));
+  *sid = info.Directory ? owner : file_owner;
   *descriptor = nullptr;
   return ERROR_SUCCESS;
 }
@@ -320,6 +322,7 @@ TEST_F(InstallTest, FoldersBelongToTheSystemItsAdministratorsOrWhoeverInstalls) 
     // Planted: not taken for the file that is there already.
     if (!trusted) MakeFile(SdkFolder() / kSdkFiles[0]);
     ASSERT_TRUE(ConvertStringSidToSidW(sid, &owner));
+    file_owner = owner;
     EXPECT_EQ(Install(), trusted ? Lines{} : kNothingPut);
     EXPECT_EQ(Listing(StartMenuFolder()).size() + Listing(SdkFolder()).size(), trusted ? 5u : 1u);
     EXPECT_EQ(Remove(), Lines{});
@@ -329,24 +332,47 @@ TEST_F(InstallTest, FoldersBelongToTheSystemItsAdministratorsOrWhoeverInstalls) 
   }
 }
 
+TEST_F(InstallTest, AStrangersFileIsNotTakenForTheSdks) {
+  const auto patch = Patch("advapi32.dll", "GetSecurityInfo", &OwnerIs);
+  ASSERT_TRUE(ConvertStringSidToSidW(L"S-1-5-18", &owner));
+  ASSERT_TRUE(ConvertStringSidToSidW(L"S-1-5-32-545", &file_owner));
+  MakeFile(SdkFolder() / kSdkFiles[0]);
+  EXPECT_EQ(Install(), Lines{kNothingPut[1]});
+  LocalFree(owner);
+  LocalFree(file_owner);
+}
+
 Lines made;  // the folders that were asked for, each with the access list asked for
-BOOL WINAPI WatchedCreate(LPCWSTR path, LPSECURITY_ATTRIBUTES attributes) {
+void AddMade(const fs::path& path, PSECURITY_DESCRIPTOR descriptor) {
   LPWSTR text = nullptr;
-  if (attributes && attributes->nLength == sizeof *attributes) {
-    ConvertSecurityDescriptorToStringSecurityDescriptorW(attributes->lpSecurityDescriptor, SDDL_REVISION_1,
-                                                         DACL_SECURITY_INFORMATION, &text, nullptr);
-  }
-  made.push_back(fs::path(path).filename().string() + ' ' + fs::path(text ? text : L"").string());
+  ConvertSecurityDescriptorToStringSecurityDescriptorW(descriptor, SDDL_REVISION_1, DACL_SECURITY_INFORMATION, &text,
+                                                       nullptr);
+  made.push_back(path.filename().string() + ' ' + fs::path(text ? text : L"").string());
   LocalFree(text);
+}
+BOOL WINAPI WatchedCreate(LPCWSTR path, LPSECURITY_ATTRIBUTES attributes) {
+  const bool whole = attributes && attributes->nLength == sizeof *attributes;
+  AddMade(path, whole ? attributes->lpSecurityDescriptor : nullptr);
   return CreateDirectoryW(path, nullptr);
+}
+
+// A folder's list is set again when it is used.
+BOOL WINAPI WatchedProtect(HANDLE opened, SECURITY_INFORMATION which, PSECURITY_DESCRIPTOR descriptor) {
+  EXPECT_EQ(which, DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION);
+  wchar_t path[MAX_PATH]{};
+  GetFinalPathNameByHandleW(opened, path, MAX_PATH, FILE_NAME_NORMALIZED);
+  AddMade(path, descriptor);
+  return SetKernelObjectSecurity(opened, which, descriptor);
 }
 
 TEST_F(InstallTest, FoldersAreMadeForTheSystemToChangeAndUsersToRead) {
   const auto patch = Patch("kernel32.dll", "CreateDirectoryW", &WatchedCreate);
+  const auto protect = Patch("advapi32.dll", "SetKernelObjectSecurity", &WatchedProtect);
   made.clear();
   EXPECT_EQ(Install(), Lines{});
   const std::string list = " D:P(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)(A;OICI;0x1200a9;;;BU)";
-  EXPECT_EQ(made, (Lines{"Brindlewick R5-LQZ" + list, "Brindlewick" + list, "Brindlewick R5-LQZ Driver" + list}));
+  const std::string start_menu = "Brindlewick R5-LQZ" + list, sdk = "Brindlewick R5-LQZ Driver" + list;
+  EXPECT_EQ(made, (Lines{start_menu, start_menu, "Brindlewick" + list, sdk, sdk, sdk, sdk, sdk}));
 }
 
 BOOL WINAPI SwappingMove(LPCWSTR from, LPCWSTR to, DWORD flags) {

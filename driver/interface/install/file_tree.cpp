@@ -74,10 +74,16 @@ ResultCode CopyInto(const WCHAR* source, const WCHAR* target, int own_levels) {
   // A target in a folder that is not to be trusted is not taken for the file that it is named like.
   const ResultCode code = HoldDirectoryTree(folder.get(), own_levels, Trust::kItsOwner, held);
   if (code != ERROR_SUCCESS && code != ERROR_PATH_NOT_FOUND) return code;
-  if (PathExists(target)) return kTargetExists;
+  if (PathExists(target)) {
+    // One that a stranger put there is not what it is named like.
+    const ResultCode error = CheckOwnerIn(held, target);
+    return error ? error : kTargetExists;
+  }
   if (code == ERROR_PATH_NOT_FOUND) {
     if (const ResultCode created = CreateDirectoryTree(folder.get(), own_levels, held)) return created;
   }
+  // Trusted is who owns the folder; who may change what is put there is said anew.
+  if (const ResultCode error = ProtectFolder(held)) return error;
   // A folder that is empty can become a link even while it is held: the file is made and checked in it before anything
   // is copied.
   if (!OpenIn(held, target, DELETE, CREATE_NEW)) return GetLastError();

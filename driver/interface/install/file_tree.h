@@ -18,8 +18,8 @@ ResultCode HoldDirectoryTree(const WCHAR* folder, int own_levels, Trust trust, H
 ResultCode CreateDirectoryTree(const WCHAR* folder, int own_levels, HeldFolder& held);
 
 // Copies a file to where there is none, into a folder as above, which is created when it is missing. kSourceMissing,
-// kTargetExists or the platform's error, ERROR_ACCESS_DENIED for a folder that is not to be trusted; the code is the
-// thread's last error too.
+// kTargetExists or the platform's error, ERROR_ACCESS_DENIED for a folder, or a file in the target's place, that is not
+// to be trusted; the code is the thread's last error too.
 ResultCode CopyNewFile(const WCHAR* source, const WCHAR* target, int own_levels);
 
 // Deletes a folder that lies in a held one, with all that it holds; a link to another folder is removed, not followed.

@@ -39,6 +39,14 @@ void FreeLocalBlock(void* block) {
 }
 using OwnedDescriptor = std::unique_ptr<void, Releaser<FreeLocalBlock>>;
 
+// None, with the last error, when there is no memory for it.
+OwnedDescriptor ProtectedDescriptor() {
+  PSECURITY_DESCRIPTOR descriptor = nullptr;
+  const BOOL made =
+      ConvertStringSecurityDescriptorToSecurityDescriptorW(kProtected, SDDL_REVISION_1, &descriptor, nullptr);
+  return OwnedDescriptor(made ? descriptor : nullptr);
+}
+
 // The identity that the thread runs under: its client's, or the process's.
 OwnedHandle OpenIdentity() {
   HANDLE token = nullptr;
@@ -67,10 +75,10 @@ bool IsTrusted(PSID owner) {
          (IsOfIdentity(owner, identity.get(), TokenUser) || IsOfIdentity(owner, identity.get(), TokenOwner));
 }
 
-ResultCode CheckOwner(HANDLE folder) {
+ResultCode CheckOwner(HANDLE opened) {
   PSID owner = nullptr;
   PSECURITY_DESCRIPTOR descriptor = nullptr;
-  const DWORD error = GetSecurityInfo(folder, SE_FILE_OBJECT, OWNER_SECURITY_INFORMATION, &owner, nullptr, nullptr,
+  const DWORD error = GetSecurityInfo(opened, SE_FILE_OBJECT, OWNER_SECURITY_INFORMATION, &owner, nullptr, nullptr,
                                       nullptr, &descriptor);
   if (error != ERROR_SUCCESS) return error;
   const OwnedDescriptor owned(descriptor);
@@ -138,13 +146,25 @@ ResultCode HoldFolder(const HeldFolder& parent, const WCHAR* path, Trust trust, 
 }
 
 ResultCode CreateProtectedFolder(const WCHAR* path) {
-  SECURITY_ATTRIBUTES attributes{sizeof attributes, nullptr, FALSE};
-  if (!ConvertStringSecurityDescriptorToSecurityDescriptorW(kProtected, SDDL_REVISION_1,
-                                                            &attributes.lpSecurityDescriptor, nullptr)) {
-    return GetLastError();
-  }
-  const OwnedDescriptor owned(attributes.lpSecurityDescriptor);
+  const OwnedDescriptor descriptor = ProtectedDescriptor();
+  if (!descriptor) return GetLastError();
+  SECURITY_ATTRIBUTES attributes{sizeof attributes, descriptor.get(), FALSE};
   return CreateDirectoryW(path, &attributes) ? ERROR_SUCCESS : GetLastError();
+}
+
+ResultCode ProtectFolder(const HeldFolder& folder) {
+  const OwnedDescriptor descriptor = ProtectedDescriptor();
+  if (!descriptor) return GetLastError();
+  // By its final path it is found again, and nothing else: it is held.
+  const OwnedHandle opened = Open(folder.place.data(), WRITE_DAC, OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT);
+  if (!opened) return GetLastError();
+  constexpr SECURITY_INFORMATION kList = DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION;
+  return SetKernelObjectSecurity(opened.get(), kList, descriptor.get()) ? ERROR_SUCCESS : GetLastError();
+}
+
+ResultCode CheckOwnerIn(const HeldFolder& folder, const WCHAR* path) {
+  const OwnedHandle opened = OpenIn(folder, path, READ_CONTROL);
+  return opened ? CheckOwner(opened.get()) : GetLastError();
 }
 
 OwnedHandle OpenIn(const HeldFolder& folder, const WCHAR* path, DWORD access, DWORD disposition) {

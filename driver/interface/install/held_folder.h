@@ -32,6 +32,14 @@ ResultCode HoldFolder(const HeldFolder& parent, const WCHAR* path, Trust trust, 
 // Creates a folder that the system and its administrators may change and every user may read; the platform's error.
 ResultCode CreateProtectedFolder(const WCHAR* path);
 
+// Gives a held folder, which somebody may have made with another one, the access list that CreateProtectedFolder gives;
+// what lies in it keeps its own. The platform's error.
+ResultCode ProtectFolder(const HeldFolder& folder);
+
+// Whether what has the name that `path` ends with in a held folder belongs to whom Trust::kItsOwner trusts:
+// ERROR_ACCESS_DENIED when not, or when it is not in that folder; or the platform's error.
+ResultCode CheckOwnerIn(const HeldFolder& folder, const WCHAR* path);
+
 // Opens what has the name that `path` ends with in a held folder, to read, write or delete it, itself and not what it
 // leads to; with CREATE_NEW makes it. None, with the last error ERROR_ACCESS_DENIED, when it is not in that folder;
 // nothing that was made is left there. The handle is not inheritable. While it is open, it can be neither renamed nor

@@ -58,6 +58,7 @@ ResultCode CreateUserGuideShortcut(const UiLanguage& language) {
   }
   HeldFolder folder;
   if (const ResultCode code = HoldDirectoryTree(path.get(), 1, Trust::kItsOwner, folder)) return code;
+  if (const ResultCode code = ProtectFolder(folder)) return code;
   if (const ResultCode code = AppendPath(path.get(), language.shortcut_name)) return code;
   return WriteShortcut(folder, path.get());
 }
