@@ -33,7 +33,7 @@ void LookUpByValidation(benchmark::State& state) {
 }
 
 void LabelCounts(benchmark::internal::Benchmark* benchmark) {
-  for (const int labels : {0, 1, 16, 64, 128}) benchmark->Arg(labels);
+  for (const int labels : {0, 1, 16, 64, int{kMostLabels}}) benchmark->Arg(labels);
 }
 
 BENCHMARK_CAPTURE(Capability, Papers, WORD{DC_PAPERS})->Apply(LabelCounts);
