@@ -10,9 +10,9 @@
 #include <string_view>
 #include <utility>
 
+#include "base/module.h"
 #include "base/owned.h"
 #include "base/plain_file.h"
-#include "base/module.h"
 
 namespace r5lqz {
 

@@ -4,10 +4,10 @@
 #include <cstdio>
 
 #include "base/bounded_text.h"
+#include "base/module.h"
 #include "diag/trace.h"
 #include "dialogs/dialog_frame.h"
 #include "dialogs/size_fields.h"
-#include "base/module.h"
 #include "resources/resource_ids.h"
 #include "settings/paper.h"
 

@@ -6,16 +6,16 @@
 #include <array>
 #include <span>
 
-#include "base/late.h"
 #include "base/bounded_format.h"
 #include "base/bounded_text.h"
+#include "base/late.h"
+#include "base/module.h"
 #include "base/owned.h"
 #include "diag/trace.h"
 #include "dialogs/dialog_frame.h"
 #include "dialogs/label_file.h"
 #include "dialogs/page_names.h"
 #include "dialogs/size_fields.h"
-#include "base/module.h"
 #include "labels/label_store.h"
 #include "pages/dialog_helpers.h"
 #include "resources/resource_ids.h"

@@ -4,10 +4,10 @@
 
 #include <array>
 
+#include "base/module.h"
 #include "diag/number_text.h"
 #include "diag/trace.h"
 #include "dialogs/size_text.h"
-#include "base/module.h"
 #include "pages/dialog_helpers.h"
 #include "pages/number_entry.h"
 #include "resources/resource_ids.h"

@@ -4,8 +4,8 @@
 
 #include <windows.h>
 
-#include "labels/printer_label.h"
 #include "base/running_operation.h"
+#include "labels/printer_label.h"
 
 namespace r5lqz {
 

@@ -4,8 +4,8 @@
 #include "base/bounded_text.h"
 #include "base/late.h"
 #include "base/owned.h"
-#include "diag/trace.h"
 #include "base/printer_interface.h"
+#include "diag/trace.h"
 #include "install/raster_sdk.h"
 #include "install/user_guide.h"
 

@@ -4,8 +4,8 @@
 
 #include "base/late.h"
 #include "base/owned.h"
-#include "diag/trace.h"
 #include "base/printer_interface.h"
+#include "diag/trace.h"
 #include "entry/shared/printer_info.h"
 
 namespace r5lqz {

@@ -4,8 +4,8 @@
 
 #include <shlobj.h>
 
-#include "diag/trace.h"
 #include "base/printer_interface.h"
+#include "diag/trace.h"
 #include "install/file_tree.h"
 #include "install/path.h"
 

@@ -5,8 +5,8 @@
 #include <cstring>
 
 #include "base/bounded_text.h"
-#include "diag/trace.h"
 #include "base/printer_interface.h"
+#include "diag/trace.h"
 #include "labels/label_keys.h"
 
 namespace r5lqz {

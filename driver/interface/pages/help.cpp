@@ -7,8 +7,8 @@
 
 #include "base/bounded_text.h"
 #include "base/owned.h"
-#include "diag/trace.h"
 #include "base/printer_interface.h"
+#include "diag/trace.h"
 
 namespace r5lqz {
 namespace {

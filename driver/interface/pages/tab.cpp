@@ -2,8 +2,8 @@
 
 #include <memory>
 
-#include "pages/help.h"
 #include "base/running_operation.h"
+#include "pages/help.h"
 #include "settings/conversion.h"
 
 namespace r5lqz {

@@ -1,8 +1,8 @@
 #include <cstring>
 
 #include "base/bounded_text.h"
-#include "diag/trace.h"
 #include "base/printer_interface.h"
+#include "diag/trace.h"
 #include "settings/driver_devmode.h"
 
 namespace r5lqz {

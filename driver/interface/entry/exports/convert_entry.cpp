@@ -1,6 +1,6 @@
 #include "base/owned.h"
-#include "diag/trace.h"
 #include "base/printer_interface.h"
+#include "diag/trace.h"
 #include "entry/shared/printer_info.h"
 #include "entry/shared/properties_context.h"
 #include "settings/conversion.h"

@@ -3,8 +3,8 @@
 #include <span>
 
 #include "base/bounded_text.h"
-#include "diag/trace.h"
 #include "base/printer_interface.h"
+#include "diag/trace.h"
 #include "labels/label_store.h"
 #include "settings/conversion.h"
 

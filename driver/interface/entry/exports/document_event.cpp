@@ -1,7 +1,7 @@
 #include <cstddef>
 
-#include "diag/trace.h"
 #include "base/printer_interface.h"
+#include "diag/trace.h"
 
 namespace r5lqz {
 namespace {

@@ -1,8 +1,8 @@
 #include "entry/exports/document_properties.h"
 
 #include "diag/trace.h"
-#include "entry/shared/properties_context.h"
 #include "entry/exports/property_sheets.h"
+#include "entry/shared/properties_context.h"
 #include "settings/conversion.h"
 
 namespace r5lqz {

@@ -1,7 +1,7 @@
 #include <algorithm>
 
-#include "diag/trace.h"
 #include "base/printer_interface.h"
+#include "diag/trace.h"
 #include "labels/label_store.h"
 #include "settings/conversion.h"
 

@@ -6,8 +6,8 @@
 #include <cstddef>
 #include <span>
 
-#include "diag/trace.h"
 #include "base/module.h"
+#include "diag/trace.h"
 #include "entry/shared/properties_context.h"
 #include "pages/tab.h"
 #include "resources/resource_ids.h"

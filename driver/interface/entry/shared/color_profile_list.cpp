@@ -6,11 +6,11 @@
 #include <cstring>
 #include <span>
 
-#include "base/late.h"
 #include "base/bounded_text.h"
+#include "base/late.h"
 #include "base/owned.h"
-#include "diag/trace.h"
 #include "base/printer_interface.h"
+#include "diag/trace.h"
 
 namespace r5lqz {
 namespace {

@@ -1,7 +1,7 @@
 #include "entry/shared/forms.h"
 
-#include "diag/trace.h"
 #include "base/printer_interface.h"
+#include "diag/trace.h"
 #include "settings/driver_devmode.h"
 
 namespace r5lqz {
