@@ -2,7 +2,7 @@
 #include <sys/stat.h>
 
 #include <filesystem>
-#include <future>
+#include <semaphore>
 #include <set>
 #include <thread>
 
@@ -33,23 +33,6 @@ TEST_F(Trace, LockIsNamedAfterTheLogAndInheritable) {
   EXPECT_TRUE(made.inheritable && made.default_security && !made.initially_owned);
 }
 
-// A record at a time is the log's whole cost: what is not here need not be paid for.
-TEST_F(Trace, RecordTakesOneOpeningThreeLooksAndOneWrite) {
-  for (const std::size_t size : {std::size_t{10}, std::size_t{31 * 1024}}) {
-    LogMessage(0, "makes the file");
-    std::string calls;
-    platform::SetCallHook([&](const std::string& name) {
-      if (name.find("Last") == name.npos && name != "malloc" && name != "free") calls += name + ' ';
-    });
-    LogMessage(0, "%s", std::string(size, 'm').c_str());
-    platform::SetCallHook(nullptr);
-    EXPECT_EQ(calls,
-              "GetSystemTime CreateMutexA WaitForSingleObject CreateFileA GetFileType GetFileInformationByHandleEx "
-              "GetFileInformationByHandleEx MultiByteToWideChar GetFinalPathNameByHandleW CompareStringOrdinal "
-              "GetCurrentThreadId WriteFile CloseHandle ReleaseMutex CloseHandle ");
-  }
-}
-
 TEST_F(Trace, RecordOfAnySizeIsWholeOrDropped) {
   // Around the size that needs no memory, whatever that is.
   for (std::size_t size = 0; size < 700; ++size) {
@@ -64,30 +47,66 @@ TEST_F(Trace, RecordOfAnySizeIsWholeOrDropped) {
   EXPECT_EQ(LogLines(), std::vector<std::string>{"[Info]  next"});
 }
 
-TEST_F(Trace, LockThatStaysBusyIsAwaitedOnceInTenSeconds) {
-  std::promise<void> taken, over;
-  std::thread holder([&, ended = over.get_future()] {
+// Another thread, which has the log's lock between two turns.
+class Holder {
+ public:
+  ~Holder() {
+    over_ = true;
+    go_.release();
+    thread_.join();
+  }
+  void Turn() {
+    go_.release();
+    done_.acquire();
+  }
+
+ private:
+  std::binary_semaphore go_{0}, done_{0};
+  bool over_ = false;
+  std::thread thread_{[this] {
     const HANDLE lock = CreateMutexA(nullptr, FALSE, "c:/temp/r5-lqz-ui.txt");
-    WaitForSingleObject(lock, INFINITE);
-    taken.set_value();
-    ended.wait();
-    ReleaseMutex(lock);
+    for (bool held = false; go_.acquire(), !over_; done_.release()) {
+      held ? ReleaseMutex(lock) : WaitForSingleObject(lock, INFINITE);
+      held = !held;
+    }
     CloseHandle(lock);
-  });
-  taken.get_future().wait();
+  }};
+};
+
+TEST_F(Trace, LockThatStaysBusyIsAwaitedOnceInTenSeconds) {
+  Holder holder;
+  holder.Turn();
   const std::pair<ULONGLONG, std::uint64_t> kTicks[] = {{500, 100}, {10499, 100}, {10500, 200}, {20499, 200}};
   for (const auto& [tick, waited] : kTicks) {
     platform::SetTickCount(tick);
     for (int i = 0; i < 3; ++i) LogMessage(0, "dropped");
     EXPECT_EQ(platform::MillisecondsWaitedInVain(), waited) << tick;
   }
-  over.set_value();
-  holder.join();
+  holder.Turn();
   LogMessage(0, "written");
   EXPECT_EQ(LogLines(), std::vector<std::string>{"[Error] written"}) << "a free lock is had at once";
   const auto asked = platform::Calls("GetTickCount64");
   LogMessage(0, "written too");
   EXPECT_EQ(platform::Calls("GetTickCount64"), asked) << "the pause is over with it";
+
+  // Somebody who holds it a little at every record, and gives it up each time before a wait is in vain: two waits of
+  // 60 milliseconds within a few seconds are enough, two that lie further apart are not.
+  constexpr std::pair<ULONGLONG, int> kWaits[] = {{40000, 2}, {50060, 2}, {50500, 2}, {50600, 1}};
+  for (const auto& [tick, questions] : kWaits) {
+    platform::SetTickCount(tick);
+    holder.Turn();
+    int asked_now = 0;
+    platform::SetCallHook(
+        [&, begin = tick](const char*) {
+          if (asked_now++ == 0 && begin < 50600) holder.Turn();
+          if (asked_now == 2) platform::SetTickCount(begin + 60);
+        },
+        "GetTickCount64");
+    LogMessage(0, "held up");
+    platform::SetCallHook(nullptr);
+    EXPECT_EQ(asked_now, questions) << tick;
+  }
+  holder.Turn();
 }
 
 // Everybody may write to the folder: a name in it may lead anywhere.
