@@ -62,6 +62,22 @@ int WINAPI GivenLanguage(HINSTANCE module, UINT id, LPWSTR text, int capacity) {
                             : LoadStringW(module, id, text, capacity);
 }
 
+void MakeFile(const fs::path& path) {
+  fs::create_directories(path.parent_path());
+  WriteBytes(path.string(), "x");
+}
+
+// A path as RunOnHostDrive's scripts name it, in apostrophes.
+std::string OnHost(const fs::path& path) {
+  return '\'' + path.relative_path().generic_string() + '\'';
+}
+
+// Puts a link in the place of a folder, once, while the module is at work: at the call that the test has chosen.
+std::string swap_script;
+void Swap() {
+  if (!swap_script.empty()) RunOnHostDrive(std::exchange(swap_script, {}));
+}
+
 class InstallTest : public InstallMachine {
  protected:
   InstallTest() : module_(LoadLibraryW(ModulePath().c_str())) {
@@ -74,6 +90,7 @@ class InstallTest : public InstallMachine {
     patches_.push_back(Patch("mscms.dll", "UninstallColorProfileW", &WatchedUninstall));
   }
   ~InstallTest() override {
+    Renew();
     patches_.clear();
     FreeLibrary(module_);
   }
@@ -83,6 +100,27 @@ class InstallTest : public InstallMachine {
     auto patch = platform::ReplaceImport(module_, dll, function, reinterpret_cast<const void*>(replacement));
     EXPECT_TRUE(patch) << function;
     return patch;
+  }
+
+  // The machine as the test found it, and nothing made beside what the driver has.
+  void Renew() {
+    for (const fs::path& link : std::exchange(links_, {})) RunOnHostDrive("rm -f " + OnHost(link));
+    fs::remove_all(others_);
+    fs::remove_all(aside_);
+    Clear();
+    scheduled.clear();
+  }
+
+  // On this platform only the host makes and removes links to folders. This one leads to the folder beside.
+  void Link(const fs::path& link) {
+    fs::create_directories(others_);
+    fs::create_directories(link.parent_path());
+    RunOnHostDrive(LinkScript(link));
+  }
+  // Lets Swap put a link in the place of a folder, which goes aside.
+  void SwapLater(const fs::path& folder) {
+    fs::create_directories(others_);
+    swap_script = "mv " + OnHost(folder) + ' ' + OnHost(aside_) + " && " + LinkScript(folder);
   }
 
   // The records between the event's own.
@@ -108,7 +146,17 @@ class InstallTest : public InstallMachine {
     return records;
   }
 
+  // Folders of somebody else's beside the driver's.
+  const fs::path others_ = SdkFolder().parent_path().parent_path() / "others of the tests";
+  const fs::path aside_ = others_.parent_path() / "aside of the tests";
+
  private:
+  std::string LinkScript(const fs::path& link) {
+    links_.push_back(link);
+    return "IFS= && ln -s $PWD/" + OnHost(others_) + ' ' + OnHost(link);
+  }
+
+  std::vector<fs::path> links_;
   HMODULE module_;
   platform::DriverEntries entries_;
   std::vector<platform::ImportPatch> patches_;
@@ -169,11 +217,6 @@ TEST_F(InstallTest, RasterSdkFilesAreCopiedOnce) {
   }
 }
 
-void MakeFile(const fs::path& path) {
-  fs::create_directories(path.parent_path());
-  WriteBytes(path.string(), "x");
-}
-
 TEST_F(InstallTest, RemovalTakesTheStartMenuFolderAndNothingBesideIt) {
   const fs::path folder = StartMenuFolder();
   // To the platform's path functions a name with two dots leads beside the folder that it is in.
@@ -190,59 +233,25 @@ TEST_F(InstallTest, RemovalTakesTheStartMenuFolderAndNothingBesideIt) {
   fs::remove_all(beside);
 }
 
-// A path as RunOnHostDrive's scripts name it, in apostrophes.
-std::string OnHost(const fs::path& path) {
-  return '\'' + path.relative_path().generic_string() + '\'';
-}
-
-// On this platform only the host makes and removes links to folders.
-void Link(const fs::path& to, const fs::path& link) {
-  RunOnHostDrive("IFS= && ln -s $PWD/" + OnHost(to) + ' ' + OnHost(link));
-}
-
-TEST_F(InstallTest, RemovalFollowsNoLink) {
-  const fs::path others = StartMenuFolder().parent_path() / "others of the tests";
-  MakeFile(others / "f");
-  for (const fs::path& link : {StartMenuFolder() / "link", StartMenuFolder()}) {
-    Clear();
-    scheduled.clear();
-    if (link != StartMenuFolder()) MakeFile(StartMenuFolder() / "f");
-    Link(others, link);
-    EXPECT_EQ(Remove(), Lines{});
-    EXPECT_EQ(Listing(others), Lines{"f"});
-    // This platform opens no link itself: it stays, and so does what holds it.
-    EXPECT_EQ(scheduled, link == StartMenuFolder() ? Lines{} : Lines{StartMenuFolder().filename().string()});
-    RunOnHostDrive("rm -f " + OnHost(link));
-  }
-  fs::remove_all(others);
-}
-
 // Every user may make the Raster SDK's folders before the driver does, and lead them elsewhere.
-TEST_F(InstallTest, RemovalFollowsNoLinkToTheRasterSdk) {
-  const fs::path others = SdkFolder().parent_path().parent_path() / "others of the tests";
-  for (const fs::path& link : {SdkFolder(), SdkFolder().parent_path()}) {
-    Clear();
-    scheduled.clear();
-    const fs::path file = link == SdkFolder() ? others / kSdkFiles[0] : others / SdkFolder().filename() / kSdkFiles[0];
-    MakeFile(file);
-    fs::create_directories(link.parent_path());
-    Link(others, link);
+TEST_F(InstallTest, RemovalFollowsNoLink) {
+  const struct {
+    fs::path link, file;
+    Lines scheduled;
+  } rows[] = {{StartMenuFolder(), "f", {}},
+              // This platform opens no link itself: it stays, and so does what holds it.
+              {StartMenuFolder() / "link", "f", {StartMenuFolder().filename().string()}},
+              {SdkFolder(), kSdkFiles[0], {}},
+              {SdkFolder().parent_path(), SdkFolder().filename() / kSdkFiles[0], {}}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.link);
+    Renew();
+    MakeFile(others_ / row.file);
+    Link(row.link);
     EXPECT_EQ(Remove(), Lines{});
-    EXPECT_TRUE(fs::exists(file));
-    EXPECT_EQ(scheduled, Lines{});
-    RunOnHostDrive("rm -f " + OnHost(link));
-    fs::remove_all(others);
+    EXPECT_TRUE(fs::exists(others_ / row.file));
+    EXPECT_EQ(scheduled, row.scheduled);
   }
-}
-
-// Puts a link in the place of a folder, once, while the module is at work: at the call that the test has chosen.
-std::string swap_script;
-void Swap() {
-  if (!swap_script.empty()) RunOnHostDrive(std::exchange(swap_script, {}));
-}
-std::string SwapScript(const fs::path& folder, const fs::path& aside, const fs::path& others) {
-  return "mv " + OnHost(folder) + ' ' + OnHost(aside) + " && IFS= && ln -s $PWD/" + OnHost(others) + ' ' +
-         OnHost(folder);
 }
 
 HANDLE WINAPI SwappingCreate(LPCWSTR path, DWORD access, DWORD sharing, LPSECURITY_ATTRIBUTES attributes,
@@ -255,44 +264,33 @@ const Lines kNothingPut{"[Error] Could create userguide shortcut: 0x5", "[Error]
 
 // Users may make folders in the common application data before the driver does, and more than that by mistake.
 TEST_F(InstallTest, NothingIsPutBehindALinkOrIntoAStrangersFolder) {
-  const fs::path others = SdkFolder().parent_path().parent_path() / "others of the tests";
   for (const fs::path& link : {SdkFolder(), SdkFolder().parent_path()}) {
     SCOPED_TRACE(link);
-    Clear();
-    fs::create_directories(others);
-    fs::create_directories(link.parent_path());
-    Link(others, link);
-    Link(others, StartMenuFolder());
+    Renew();
+    Link(link);
+    Link(StartMenuFolder());
     EXPECT_EQ(Install(), kNothingPut);
-    EXPECT_EQ(Listing(others), Lines{});
-    RunOnHostDrive("rm -f " + OnHost(link) + ' ' + OnHost(StartMenuFolder()));
-    fs::remove_all(others);
+    EXPECT_EQ(Listing(others_), Lines{});
   }
   for (const bool sdk : {false, true}) {
-    Clear();
-    fs::create_directories(others);
-    const fs::path aside = others.parent_path() / "aside of the tests";
+    Renew();
     const fs::path folder = sdk ? SdkFolder() : StartMenuFolder();
     if (sdk) {
       EXPECT_EQ(Install(), Lines{});
       for (const std::string& name : kSdkFiles) fs::remove(folder / name);
     }
     const auto patch = Patch("kernel32.dll", "CreateFileW", &SwappingCreate);
-    swap_script = SwapScript(folder, aside, others);
+    SwapLater(folder);
     EXPECT_EQ(Install(), Lines{kNothingPut[sdk]}) << "a folder that becomes a link meanwhile";
-    EXPECT_EQ(Listing(others), Lines{});
-    RunOnHostDrive("rm -f " + OnHost(folder));
-    fs::remove_all(others);
-    fs::remove_all(aside);
+    EXPECT_EQ(Listing(others_), Lines{});
   }
-  Clear();
+  Renew();
   const fs::path file = StartMenuFolder() / "R5-LQZ User Guide.url";
-  MakeFile(StartMenuFolder().parent_path() / "stranger's");
-  RunOnHostDrive("mkdir " + OnHost(StartMenuFolder()) + " && ln " + OnHost(StartMenuFolder().parent_path()) +
-                 "/stranger*s " + OnHost(file));
+  MakeFile(others_ / "f");
+  fs::create_directory(StartMenuFolder());
+  RunOnHostDrive("ln " + OnHost(others_ / "f") + ' ' + OnHost(file));
   EXPECT_EQ(Install(), Lines{kNothingPut[0]}) << "a file that has another name";
   EXPECT_EQ(ReadBytes(file.string()), "x");
-  fs::remove(StartMenuFolder().parent_path() / "stranger's");
 }
 
 PSID owner, file_owner;  // of every folder, of every file
@@ -382,34 +380,27 @@ BOOL WINAPI SwappingMove(LPCWSTR from, LPCWSTR to, DWORD flags) {
 
 TEST_F(InstallTest, RemovalStaysInTheFolderThatItCheckedWhenAnotherTakesItsPlace) {
   const auto patch = Patch("kernel32.dll", "MoveFileExW", &SwappingMove);
-  const fs::path others = SdkFolder().parent_path().parent_path() / "others of the tests";
-  const fs::path aside = others.parent_path() / "aside of the tests";
   for (const fs::path& folder : {SdkFolder(), StartMenuFolder()}) {
     SCOPED_TRACE(folder);
-    Clear();
-    scheduled.clear();
-    fs::remove_all(others);
-    fs::remove_all(aside);
+    Renew();
     std::vector<HANDLE> busy;
     for (const std::string& name : kSdkFiles) {
-      for (const fs::path& place : {folder / "sub", others / "sub", folder, others}) MakeFile(place / name);
+      for (const fs::path& place : {others_ / "sub", others_}) MakeFile(place / name);
       for (const fs::path& place : {folder / "sub", folder}) {
+        MakeFile(place / name);
         busy.push_back(CreateFileW((place / name).c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
       }
     }
-    const Lines before = Listing(others);
-    swap_script = SwapScript(folder, aside, others);
+    const Lines before = Listing(others_);
+    SwapLater(folder);
     EXPECT_EQ(Remove(), Lines{});
     EXPECT_EQ(swap_script, "");
-    EXPECT_EQ(Listing(others), before);
+    EXPECT_EQ(Listing(others_), before);
     // The folders of the Raster SDK go at the restart if they are empty then, whatever they are.
     const std::size_t known = folder == SdkFolder() ? 3 : 1;
     EXPECT_EQ(scheduled.size(), known) << testing::PrintToString(scheduled);
     for (const HANDLE handle : busy) CloseHandle(handle);
-    RunOnHostDrive("rm -f " + OnHost(folder));
   }
-  fs::remove_all(others);
-  fs::remove_all(aside);
 }
 
 TEST_F(InstallTest, WhatIsInUseOrTooDeepIsLeftForTheNextRestart) {

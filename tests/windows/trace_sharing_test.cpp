@@ -75,8 +75,7 @@ HANDLE StartWriter(int writer) {
   std::string line = '"' + std::string(program) + "\" " + std::to_string(writer);
   STARTUPINFOA startup{sizeof startup};
   PROCESS_INFORMATION created{};
-  EXPECT_TRUE(
-      CreateProcessA(program, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &created));
+  EXPECT_TRUE(CreateProcessA(program, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &created));
   CloseHandle(created.hThread);
   return created.hProcess;
 }
