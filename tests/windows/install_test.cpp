@@ -1,5 +1,5 @@
 // The driver's installation and removal, as the module that ships does them on this machine's own folders.
-#include "install_machine.h"
+#include <windows.h>
 
 #include <aclapi.h>
 #include <sddl.h>
@@ -9,12 +9,19 @@
 #include <algorithm>
 #include <fstream>
 
+#include "../built_files.h"
 #include "driver_entries.h"
+#include "driver_life.h"
 #include "import_patch.h"
+#include "machine_state.h"
 #include "resources/resource_ids.h"
+#include "trace_folder.h"
 
 namespace tests {
 namespace {
+
+namespace fs = std::filesystem;
+using namespace platform;
 
 constexpr char kShortcut[] = "[InternetShortcut]\r\nURL=https://support.brindlewick.example/r5-lqz/user-guide";
 const Lines kProfiles{"R5-LQZ_Premium_Matte_Best_Mode_v02.icc",   "R5-LQZ_Premium_Matte_Fast_Mode_v01.icc",
@@ -78,9 +85,23 @@ void Swap() {
   if (!swap_script.empty()) RunOnHostDrive(std::exchange(swap_script, {}));
 }
 
+constexpr char kModuleLog[] = "c:\\temp\\r5-lqz-ui.txt";
+const fs::path module_path = Built(L"r5-lqz-ui.dll");
+
+// Each test finds nothing of the driver but the Raster SDK's sources, and the module's trace switched on by its file.
+// It leaves nothing.
+class InstallMachine : public TraceFolder {
+ protected:
+  InstallMachine() {
+    WriteBytes("c:\\temp\\r5-lqz-ui.dat", "3");
+    PrepareMachine();
+  }
+  ~InstallMachine() override { CleanMachine(); }
+};
+
 class InstallTest : public InstallMachine {
  protected:
-  InstallTest() : module_(LoadLibraryW(ModulePath().c_str())) {
+  InstallTest() : module_(LoadLibraryW(module_path.c_str())) {
     EXPECT_EQ(platform::FindDriverEntries(module_, entries_), nullptr);
     entries_.DocumentEvent(nullptr, nullptr, DOCUMENTEVENT_STARTDOCPRE, 0, nullptr, 0, nullptr);
     TakeRecords();
@@ -107,7 +128,7 @@ class InstallTest : public InstallMachine {
     for (const fs::path& link : std::exchange(links_, {})) RunOnHostDrive("rm -f " + OnHost(link));
     fs::remove_all(others_);
     fs::remove_all(aside_);
-    Clear();
+    PrepareMachine();
     scheduled.clear();
   }
 
@@ -121,6 +142,13 @@ class InstallTest : public InstallMachine {
   void SwapLater(const fs::path& folder) {
     fs::create_directories(others_);
     swap_script = "mv " + OnHost(folder) + ' ' + OnHost(aside_) + " && " + LinkScript(folder);
+  }
+
+  // The messages that the module wrote since the last time, with their tags.
+  static Lines TakeRecords() {
+    Lines texts = ReadTexts(kModuleLog);
+    DeleteFileA(kModuleLog);
+    return texts;
   }
 
   // The records between the event's own.
@@ -174,7 +202,7 @@ TEST_F(InstallTest, ShortcutIsNamedInTheUsersLanguage) {
                                                             {L"", kEnglish}};
   for (const auto& [language, name] : rows) {
     SCOPED_TRACE(fs::path(language));
-    Clear();
+    PrepareMachine();
     language_text = language;
     // Where there is one already, the second time.
     for (int times = 0; times < 2; ++times) {
@@ -201,7 +229,7 @@ TEST_F(InstallTest, RasterSdkFilesAreCopiedOnce) {
               {-1, 3, 3, "0x20010004"}};
   for (const auto& row : rows) {
     SCOPED_TRACE(&row - rows);
-    Clear();
+    PrepareMachine();
     if (row.there >= 0) {
       fs::create_directories(SdkFolder());
       WriteBytes((SdkFolder() / kSdkFiles[row.there]).string(), "older");
@@ -316,7 +344,7 @@ TEST_F(InstallTest, FoldersBelongToTheSystemItsAdministratorsOrWhoeverInstalls) 
       {L"S-1-1-0", false}};
   for (const auto& [sid, trusted] : rows) {
     SCOPED_TRACE(fs::path(sid));
-    Clear();
+    PrepareMachine();
     // Planted: not taken for the file that is there already.
     if (!trusted) MakeFile(SdkFolder() / kSdkFiles[0]);
     ASSERT_TRUE(ConvertStringSidToSidW(sid, &owner));
@@ -475,11 +503,11 @@ TEST_F(InstallTest, TasksFailOnTheirOwn) {
       const auto patch = Patch(row.dll, row.name, static_cast<const BYTE*>(row.replacement));
       return event == DRIVER_EVENT_DELETE ? Remove() : Install();
     };
-    Clear();
+    PrepareMachine();
     EXPECT_EQ(under_fault(DRIVER_EVENT_INITIALIZE), installing);
     EXPECT_EQ(Listing(StartMenuFolder()).empty(), *row.shortcut != 0);
     EXPECT_EQ(Listing(SdkFolder()).empty(), *row.copy != 0);
-    Clear();
+    PrepareMachine();
     EXPECT_EQ(Install(), Lines{});
     EXPECT_EQ(under_fault(DRIVER_EVENT_DELETE), removing);
     EXPECT_EQ(fs::exists(StartMenuFolder()), *row.menu != 0);
@@ -504,13 +532,26 @@ TEST_F(InstallTest, DriversWithoutANameAndOtherEventsAreRefused) {
               {3, 3, &third, FALSE, none}};
   for (const auto& row : rows) {
     SCOPED_TRACE(&row - rows);
-    Clear();
+    PrepareMachine();
     EXPECT_EQ(Deliver(row.event, row.level, row.info, row.result), row.records);
     EXPECT_EQ(Listing(StartMenuFolder()).size() + Listing(SdkFolder()).size(), row.result ? 5u : 0u);
   }
   const auto patch = Patch("msvcrt.dll", "_wcsdup", &Fail);
   EXPECT_EQ(Deliver(2, 1, &first, FALSE), no_name) << "no memory";
   EXPECT_EQ(uninstalled, none);
+}
+
+// Installed, given a printer, used by a user and an application, removed; and what is left.
+TEST_F(InstallMachine, OneLifeLeavesItAsItWas) {
+  const demo::DriverLife life = demo::LiveOneLife(module_path.wstring());
+  EXPECT_EQ(life.stages.size(), 8u);
+  for (const auto& stage : life.stages) EXPECT_TRUE(stage.held) << stage.done << ": " << stage.seen;
+
+  EXPECT_GT(life.before.files.size(), 500u) << "an empty picture would show no difference";
+  EXPECT_GT(life.before.registry.size(), 1000u);
+  EXPECT_EQ(life.before.profiles, life.after.profiles);
+  EXPECT_EQ(life.traces.size(), 4u) << "the module's loaded copy, two empty folders, the order to remove them";
+  for (const auto& trace : life.traces) EXPECT_NE(trace.reason, "") << trace.what;
 }
 
 }  // namespace
