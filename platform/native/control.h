@@ -89,8 +89,9 @@ void DenyAccess(std::string_view printer, Denied who = Denied::kEveryone);
 
 // The profiles of every printer, in the order in which EnumColorProfilesW lists them.
 void SetProfiles(std::span<const std::u16string> names);
-// EnumColorProfilesW answers exactly these bytes and this count; with no bytes the size query succeeds.
-void SetProfileListBytes(std::span<const std::byte> bytes, DWORD count);
+// EnumColorProfilesW answers exactly these bytes and this count; with no bytes the size query succeeds. It says that it
+// has written as many bytes `beyond`.
+void SetProfileListBytes(std::span<const std::byte> bytes, DWORD count, DWORD beyond = 0);
 // The device name of the last enumeration.
 std::string LastProfileDevice();
 

@@ -33,9 +33,9 @@ void SetProfiles(std::span<const std::u16string> names) {
   SetProfileListBytes(std::as_bytes(std::span(list)), static_cast<DWORD>(names.size()));
 }
 
-void SetProfileListBytes(std::span<const std::byte> bytes, DWORD count) {
+void SetProfileListBytes(std::span<const std::byte> bytes, DWORD count, DWORD beyond) {
   std::lock_guard lock(StateMutex());
-  profiles = {Bytes(bytes.begin(), bytes.end()), count};
+  profiles = {Bytes(bytes.begin(), bytes.end()), count, beyond};
 }
 
 std::string LastProfileDevice() {
@@ -62,7 +62,7 @@ extern "C" BOOL WINAPI EnumColorProfilesW(PCWSTR machine, PENUMTYPEW filter, PBY
   platform::last_device = platform::Narrow(platform::View(filter->pDeviceName));
   const bool fits = *size >= list.size() && (buffer || list.empty());
   if (fits && !list.empty()) std::memcpy(buffer, list.data(), list.size());
-  *size = static_cast<DWORD>(list.size());
+  *size = static_cast<DWORD>(list.size()) + (fits ? platform::profiles.beyond : 0);
   if (count) *count = platform::profiles.count;
   return fits ? TRUE : platform::FailWith(ERROR_INSUFFICIENT_BUFFER, FALSE);
 }

@@ -39,6 +39,7 @@ TEST_F(ColorProfileList, EndsWithinWhatTheSystemGave) {
     std::size_t bytes;
     DWORD count;
     Names names;
+    DWORD beyond = 0;
   } kRows[] = {
       {14, 3, {"a", "b", "c"}},
       {14, 2, {"a", "b"}},  // only as many as it counts
@@ -46,9 +47,10 @@ TEST_F(ColorProfileList, EndsWithinWhatTheSystemGave) {
       {10, 3, {"a", "b", "c"}},  // neither terminator nor closing text
       {9, 3, {"a", "b"}},        // half a character
       {0, 3, {}},
+      {14, 99, {"a", "b", "c"}, 4000},  // said to be longer than there is room for
   };
-  for (const auto& [bytes, count, names] : kRows) {
-    platform::SetProfileListBytes(std::as_bytes(std::span(kList)).first(bytes), count);
+  for (const auto& [bytes, count, names, beyond] : kRows) {
+    platform::SetProfileListBytes(std::as_bytes(std::span(kList)).first(bytes), count, beyond);
     EXPECT_EQ(List(), names) << bytes << ", " << count;
   }
 }
@@ -68,11 +70,11 @@ TEST_F(ColorProfileList, FailuresGiveNoList) {
   EXPECT_EQ(LogLines().back(), "[Info]  a");
   // A list that grows between the two calls.
   int calls = 0;
-  platform::SetCallHook([&](const char* name) {
-    if (std::strcmp(name, "EnumColorProfilesW") == 0 && ++calls == 2) {
-      platform::SetProfiles(std::vector<std::u16string>{u"a", u"b"});
-    }
-  });
+  platform::SetCallHook(
+      [&](const char*) {
+        if (++calls == 2) platform::SetProfiles(std::vector<std::u16string>{u"a", u"b"});
+      },
+      "EnumColorProfilesW");
   EXPECT_EQ(List(), std::nullopt);
   EXPECT_EQ(LogLines().back(), "[Error] Unable to get color profile list:  GetLastError() = 122");
   platform::SetCallHook(nullptr);

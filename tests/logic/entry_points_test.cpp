@@ -58,11 +58,9 @@ TEST_F(EntryPoints, ConvertAnswersByModeAndSize) {
   } kCases[] = {
       {CDM_CONVERT, in, false, 864, 864, ERROR_INVALID_PARAMETER},
       {CDM_CONVERT, in, true, 863, 863, ERROR_INVALID_PARAMETER},
-      {CDM_CONVERT, in, true, 71, 71, ERROR_INVALID_PARAMETER},
       {CDM_CONVERT, in, true, -1, -1, ERROR_INVALID_PARAMETER},
       {CDM_CONVERT, nullptr, true, 864, 864, ERROR_INVALID_PARAMETER},
       {CDM_CONVERT, unknown.get(), true, 864, 864, ERROR_INVALID_PARAMETER},
-      {CDM_CONVERT, nothing.get(), true, 864, 864, ERROR_INVALID_PARAMETER},
       {CDM_CONVERT, in, true, 865, 864, kDone},
       {CDM_CONVERT351, in, true, 299, 300, ERROR_INSUFFICIENT_BUFFER},
       {CDM_CONVERT351, in, true, -1, 300, ERROR_INSUFFICIENT_BUFFER},
@@ -70,7 +68,7 @@ TEST_F(EntryPoints, ConvertAnswersByModeAndSize) {
       {CDM_CONVERT351, nullptr, true, 864, 864, ERROR_INVALID_PARAMETER, true},
       {CDM_CONVERT351, unknown.get(), true, 300, 300, ERROR_INVALID_PARAMETER, true},
       {CDM_CONVERT351, nothing.get(), true, 864, 864, ERROR_INVALID_PARAMETER, true},
-      {CDM_CONVERT351, in, true, 300, 300, kDone},
+      {CDM_CONVERT351, in, true, 864, 300, kDone},
       {CDM_DRIVER_DEFAULT, nullptr, true, 863, 864, ERROR_INSUFFICIENT_BUFFER},
       {CDM_DRIVER_DEFAULT, nullptr, false, 0, 864, ERROR_INSUFFICIENT_BUFFER},
       {CDM_DRIVER_DEFAULT, nullptr, true, 864, 864, kDone},
@@ -91,6 +89,9 @@ TEST_F(EntryPoints, ConvertAnswersByModeAndSize) {
   LONG count = 864;
   EXPECT_FALSE(Convert(nothing.get(), stale.get(), count, CDM_CONVERT));
   EXPECT_EQ(stale->dmSpecVersion, 0x0401) << "written, though the two records have nothing in common";
+  // A buffer of exactly the bytes that it is said to have, too few for the words.
+  const auto cut = std::make_unique<BYTE[]>(kFormEnd - 1);
+  EXPECT_FALSE(Convert(in, reinterpret_cast<DEVMODEW*>(cut.get()), count = kFormEnd - 1, CDM_CONVERT));
   EXPECT_FALSE(DrvConvertDevMode(nullptr, full.get(), Record(220, 644).get(), nullptr, CDM_CONVERT));
   EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
 }

@@ -1,6 +1,6 @@
 // Every entry point with its first, second, third ... platform call failing, once and from there on: nothing may be
 // left open, and afterwards the same call must work again.
-#include "entry/shared/color_profile_list.h"
+#include "base/owned.h"
 #include "install/printer_event.h"
 #include "support.h"
 
@@ -65,6 +65,24 @@ const Operation kOperations[] = {
        platform::RemoveKey(kPrinterName, "Label Sizes\\" + std::to_string(label.id));
      }},
 };
+
+// What the sweep and every test's end look at: what is open counts, of whatever kind.
+TEST_F(ModuleTest, WhatIsLeftOpenShows) {
+  HANDLE opened = nullptr;
+  WCHAR name[] = L"Labels";
+  OpenPrinterW(name, &opened, nullptr);
+  EXPECT_EQ(static_cast<BYTE*>(HeapAlloc(HeapCreate(0, 0, 0), 0, 3))[2], 0xCD) << "no zeros by chance";
+  GlobalAlloc(0, 1);
+  CreateMutexA(nullptr, FALSE, "m");
+  CreateFileA("C:\\TEMP\\x.txt", FILE_APPEND_DATA, 0, nullptr, CREATE_NEW, 0, nullptr);
+  platform::SetImpersonating(true);
+  RevertToPrinterSelf();
+  const RuntimeBlock<BYTE> counted(static_cast<BYTE*>(std::malloc(5)));
+  EXPECT_EQ(counted.get()[4], 0xCD);
+  ClosePrinter(printer());
+  EXPECT_EQ(platform::LiveBalance(), (platform::Balance{1, 1, 1, 1, 1, 1, 1, 1}));
+  platform::Reset();
+}
 
 class FaultSweep : public ModuleTest, public testing::WithParamInterface<Operation> {
  protected:

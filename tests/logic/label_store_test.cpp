@@ -52,12 +52,13 @@ TEST_F(LabelStore, NextIdFollowsTheHighestNumber) {
   // A bar stands for the end of a name.
   const std::pair<std::u16string, SHORT> kLists[] = {
       {u"258|260|259||", 261},
-      {u"abc|+259||", 260},
+      {u"abc|+259|+-65236||", 260},
       {u" 300x|-7||", 301},
       {u"99999999999999999999||", 258},  // no number that an int holds
       {u"65794||", 259},                 // 258, as 16 bits
-      {u"32767|258|260||", 259},         // used up: the lowest free one
-      {u"258|259", 260},                 // neither closing name nor terminator
+      {u"32766||", 32767},
+      {u"32767|258|260||", 259},  // used up: the lowest free one
+      {u"258|259", 260},          // neither closing name nor terminator
       {u"|", 258},
       {u"", 258},
   };
@@ -153,13 +154,20 @@ TEST_F(LabelStore, UnreadableKeysWithoutEndAreGivenUp) {
 TEST_F(LabelStore, ListThatGrowsWhileItIsReadIsReadAgain) {
   StoreLabel(258, "First", "50", "60", kMillimetres);
   int enumerations = 0;
-  platform::SetCallHook([&](const char* name) {
-    if (std::strcmp(name, "EnumPrinterKeyW") == 0 && ++enumerations == 2) StoreLabel(259, "Late", "1", "2", kInches);
-  });
+  platform::SetCallHook(
+      [&](const char*) {
+        if (++enumerations == 2) StoreLabel(259, "Late", "1", "2", kInches);
+        // One that has shrunk meanwhile is taken as it is, though it does not close.
+        if (enumerations == 5)
+          platform::SetKeyListBytes(kPrinterName, "Label Sizes", std::as_bytes(std::span(u"258", 3)));
+      },
+      "EnumPrinterKeyW");
   EXPECT_EQ(Labels().size(), 2u);
   EXPECT_EQ(enumerations, 3);
-  // A store that never settles is given up, with its code.
+  EXPECT_EQ(Labels().size(), 1u);
+  EXPECT_EQ(enumerations, 5);
   platform::SetCallHook(nullptr);
+  // A store that never settles is given up, with its code.
   platform::FailCall("EnumPrinterKeyW", 2, ERROR_MORE_DATA, true);
   const auto calls = platform::Calls("EnumPrinterKeyW");
   EXPECT_EQ(NextId(ERROR_MORE_DATA), 258);

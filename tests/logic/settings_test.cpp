@@ -81,7 +81,7 @@ constexpr struct {
     {220, 644, 0x0401, 188, 112, 0, 300, 0x0320},  // the output's version comes from its size
     {220, 644, 0x0401, 212, 0, 0x7777, 212, 0x0400},
     {188, 0, 0, 220, 644, 0x0401, 188, 0x0401},  // a known size needs no version
-    {200, 0, 0, 220, 644, 0x0401, -1, 0x0401},   // an unknown one does
+    {200, 0, 0, 188, 112, 0x7777, -1, 0x7777},   // an unknown one does
     {200, 0, 0x0300, 220, 644, 0x0401, 200, 0x0401},
     {220, 644, 0x0401, 200, 0, 0, -1, 0},
     {220, 644, 0x0401, 200, 0, 0x0300, 200, 0x0300},
@@ -138,22 +138,17 @@ TEST_F(Settings, OutputTakesTheCallersShape) {
   EXPECT_TRUE(CopyDevModeToOutput(working, nullptr, whole.get()));
   ExpectSame(whole.whole(), working);
 
-  const Record older(188, 20);
-  older->dmDriverVersion = 0x0350;
-  const Record out(188, 20, 0);
-  EXPECT_TRUE(CopyDevModeToOutput(working, older.get(), out.get()));
-  EXPECT_EQ(out->dmSpecVersion, 0x0320);
-  EXPECT_EQ(out->dmDriverVersion, 0x0350);
-  EXPECT_EQ(out->dmPaperWidth, 1048);
-  EXPECT_EQ(std::memcmp(out.bytes().data() + 188, &working.dm_private, 20), 0);
-
-  // Each version word comes with the part that it belongs to.
-  const Record shapes[] = {Record(200, 644, 0x0300), Record(220, 20, 0x0300)};
-  for (const Record& shape : shapes) {
+  // Each version word comes with the part that it belongs to, unless the public part's size tells it.
+  const struct {
+    WORD size, extra, spec, spec_after, driver_after;
+  } kShapes[] = {{200, 644, 0x0300, 0x0300, 0x0401}, {220, 20, 0x0300, 0x0401, 0x0350}, {188, 20, 0, 0x0320, 0x0350}};
+  for (const auto& row : kShapes) {
+    const Record shape(row.size, row.extra, row.spec);
     shape->dmDriverVersion = 0x0350;
     EXPECT_TRUE(CopyDevModeToOutput(working, shape.get(), shape.get()));
-    EXPECT_EQ(shape->dmSpecVersion, &shape == shapes ? 0x0300 : 0x0401);
-    EXPECT_EQ(shape->dmDriverVersion, &shape == shapes ? 0x0401 : 0x0350);
+    EXPECT_EQ(shape->dmSpecVersion, row.spec_after);
+    EXPECT_EQ(shape->dmDriverVersion, row.driver_after);
+    EXPECT_EQ(std::memcmp(shape.bytes().data() + row.size, &working.dm_private, row.extra), 0);
   }
 
   const Record newer(300, 9000, 0x0500);
@@ -236,7 +231,7 @@ TEST_F(Settings, UnusableSourceLeavesTheDestination) {
 }
 
 TEST_F(Settings, ValidationForcesEveryField) {
-  for (const SHORT paper : {SHORT{9}, SHORT{300}}) {  // one that is not supported, one without a label
+  for (const SHORT paper : {9, 256, 300}) {  // one that is not supported, a size of its own, one without a label
     DriverDevMode record;
     std::memset(&record, 0x7E, sizeof record);  // every number far out of range, no text terminated
     PutForm(&record.dm_public, kCurrentForm);
@@ -245,9 +240,9 @@ TEST_F(Settings, ValidationForcesEveryField) {
     ValidateDevmode(record, printer());
 
     DEVMODEW& settings = expected.dm_public;
-    if (paper == 9) settings.dmPaperSize = 256;
+    if (paper < 300) settings.dmPaperSize = 256;
     std::memset(settings.dmFormName, 0, sizeof settings.dmFormName);
-    if (paper == 9) std::memcpy(settings.dmFormName, L"Custom", sizeof L"Custom");
+    if (paper < 300) std::memcpy(settings.dmFormName, L"Custom", sizeof L"Custom");
     std::memset(settings.dmDeviceName, 0, sizeof settings.dmDeviceName);
     settings.dmPaperWidth = 1048;
     settings.dmPaperLength = 1270;

@@ -12,14 +12,14 @@ namespace tests {
 namespace {
 
 constexpr UINT kExitCode = 3;
-constexpr DWORD kLimit = 45000, kPrinting = 5000;  // milliseconds
+constexpr DWORD kLimit = 45000;  // milliseconds
 constexpr int kFrames = 24;
 
 std::atomic<unsigned> tests_started;
-std::atomic<int> watching;
+std::atomic<bool> watching;
 HANDLE test_thread;
-HANDLE watchers[2];
-HANDLE program_ended, stalled;
+HANDLE watcher;
+HANDLE program_ended;
 
 // Past the files of the C library, whose locks a stalled thread may have.
 void Print(const char* format, ...) {
@@ -83,7 +83,7 @@ void PrintStackOf(HANDLE thread) {
 }
 
 DWORD WINAPI Watch(void*) {
-  ++watching;
+  watching = true;
   unsigned seen = tests_started;
   ULONGLONG begun = GetTickCount64();
   while (WaitForSingleObject(program_ended, 100) != WAIT_OBJECT_0) {
@@ -93,21 +93,10 @@ DWORD WINAPI Watch(void*) {
       begun = now;
     }
     if (now - begun < kLimit) continue;
-    SetEvent(stalled);
     Print("stalled for %llu ms, at\n", now - begun);
     PrintStackOf(test_thread);
     TerminateProcess(GetCurrentProcess(), kExitCode);
   }
-  return 0;
-}
-
-// Ends the program even when the stalled thread keeps a lock for good that printing needs.
-DWORD WINAPI EndAnyway(void*) {
-  ++watching;
-  const HANDLE events[] = {program_ended, stalled};
-  if (WaitForMultipleObjects(2, events, FALSE, INFINITE) == WAIT_OBJECT_0) return 0;
-  Sleep(kPrinting);
-  TerminateProcess(GetCurrentProcess(), kExitCode);
   return 0;
 }
 
@@ -117,16 +106,14 @@ class Watchdog : public testing::EmptyTestEventListener {
     DuplicateHandle(self, GetCurrentThread(), self, &test_thread, 0, FALSE, DUPLICATE_SAME_ACCESS);
     SetUnhandledExceptionFilter(OnCrash);
     program_ended = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    stalled = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    watchers[0] = CreateThread(nullptr, 0, Watch, nullptr, 0, nullptr);
-    watchers[1] = CreateThread(nullptr, 0, EndAnyway, nullptr, 0, nullptr);
+    watcher = CreateThread(nullptr, 0, Watch, nullptr, 0, nullptr);
     // A thread needs the loader's lock to begin, which a stalled test may have.
-    while (watching < 2) Sleep(1);
+    while (!watching) Sleep(1);
   }
   // No thread of ours is left for the platform to end when the program exits.
   void OnTestProgramEnd(const testing::UnitTest&) override {
     SetEvent(program_ended);
-    WaitForMultipleObjects(2, watchers, TRUE, INFINITE);
+    WaitForSingleObject(watcher, INFINITE);
   }
   void OnTestStart(const testing::TestInfo&) override { ++tests_started; }
 };
