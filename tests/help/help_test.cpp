@@ -11,6 +11,7 @@
 #include <fstream>
 #include <set>
 
+#include "labels/printer_label.h"
 #include "pages/help.h"
 #include "pages/help_topics.h"
 #include "resources/resource_ids.h"
@@ -154,6 +155,13 @@ TEST_P(HelpFiles, HasEveryTopicThatTheTabsAskFor) {
     EXPECT_EQ(1u, Between(topic.text, L"<title>", L"</title>").size());
     EXPECT_NE(0, std::ranges::count(topic.names, topic.title)) << Shown(topic.title);
   }
+}
+
+// The page topic says how many pages a printer holds, and what is too many to import; and how long a name may be.
+TEST_P(HelpFiles, StatesTheLimitsThatHold) {
+  const std::wstring& text = topics_[0].text;
+  EXPECT_EQ(2u, Between(text, std::to_wstring(r5lqz::kMostLabels), L"<").size());
+  EXPECT_EQ(1u, Between(text, std::to_wstring(r5lqz::kLabelNameSize - 1), L"<").size());
 }
 
 TEST_P(HelpFiles, LeadsNowhereElse) {

@@ -186,12 +186,6 @@ std::size_t GdiObjects() {
   return count;
 }
 
-void StockDrawingContexts() {
-  HDC contexts[64];
-  for (HDC& context : contexts) context = GetDC(nullptr);
-  for (const HDC context : contexts) ReleaseDC(nullptr, context);
-}
-
 std::string SheetTest::ModuleText(int id) {
   wchar_t text[256] = L"";
   LoadStringW(Module(), static_cast<UINT>(id), text, std::size(text));

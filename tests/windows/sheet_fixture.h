@@ -7,6 +7,7 @@
 #include <memory>
 #include <mutex>
 #include <set>
+#include <utility>
 
 #include "../spooler/guarded_block.h"
 #include "../spooler/spooler_fixture.h"
@@ -81,10 +82,25 @@ using Steps = std::function<void(SheetUser&)>;
 // Opens `entry`'s sheet with an Apply button, lets `steps` work it, and closes it by `button`.
 platform::SheetOutcome ShowSheet(platform::SheetEntry entry, void* header, const Steps& steps, int button);
 
-// How many GDI objects this process has; and as a test's first step, what else would come between two counts: the
-// platform keeps drawing contexts in stock, and more of them whenever more were in use at once.
+// How many GDI objects this process has.
 std::size_t GdiObjects();
-void StockDrawingContexts();
+
+// Whether rounds of the same leave GDI objects behind. The platform adds to a stock of its own now and then; what is
+// left behind comes at every round.
+class GdiGrowth {
+ public:
+  void EndRound() {
+    const std::size_t count = GdiObjects();
+    every_round_ &= count > std::exchange(last_, count);
+    ++rounds_;
+  }
+  bool IsSteady() const { return rounds_ >= 6 && every_round_; }
+
+ private:
+  std::size_t last_ = GdiObjects();
+  int rounds_ = 0;
+  bool every_round_ = true;
+};
 
 class SheetTest : public SpoolerTest {
  protected:
