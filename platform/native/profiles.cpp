@@ -11,6 +11,7 @@ namespace {
 struct ProfileList {
   Bytes bytes;
   DWORD count = 0;
+  DWORD beyond = 0;
 };
 
 // Without profiles the list is its closing empty text alone.

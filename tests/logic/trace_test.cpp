@@ -110,10 +110,19 @@ TEST_F(Trace, LockThatStaysBusyIsAwaitedOnceInTenSeconds) {
 }
 
 // Everybody may write to the folder: a name in it may lead anywhere.
-TEST_F(Trace, FileThatIsNotPlainIsNotOpened) {
-  namespace fs = std::filesystem;
+namespace fs = std::filesystem;
+struct TraceLinks : ModuleTest {
+  ~TraceLinks() override { Renew(); }
+  void Renew() const {
+    fs::remove_all(folder);
+    fs::create_directory(folder);
+    fs::remove_all(others);
+  }
   const fs::path folder = platform::TempFolder();
   const fs::path others = folder.string() + ".others";
+};
+
+TEST_F(TraceLinks, FileThatIsNotPlainIsNotOpened) {
   const struct {
     const char* what;
     void (*make)(const fs::path& file, const fs::path& others);
@@ -152,29 +161,24 @@ TEST_F(Trace, FileThatIsNotPlainIsNotOpened) {
       for (const char* const call : {"ReadFile", "WriteFile", "SetFileInformationByHandle"}) {
         EXPECT_EQ(platform::Calls(call), 0u) << call;
       }
-      fs::remove_all(folder);
-      fs::create_directory(folder);
-      fs::remove_all(others);
+      Renew();
     }
   }
 }
 
-TEST_F(Trace, FolderThatBecomesALinkMeanwhileIsLeftAsItWas) {
-  namespace fs = std::filesystem;
-  const fs::path folder = platform::TempFolder();
-  const fs::path others = folder.string() + ".others";
+TEST_F(TraceLinks, FolderThatBecomesALinkMeanwhileIsLeftAsItWas) {
   fs::create_directory(others);
-  platform::SetCallHook([&, openings = 0](const std::string& name) mutable {
-    if (name != "CreateFileA" || ++openings != 2) return;
-    fs::remove_all(folder);
-    fs::create_directory_symlink(others, folder);
-  });
+  platform::SetCallHook(
+      [&, openings = 0](const char*) mutable {
+        if (++openings != 2) return;
+        fs::remove_all(folder);
+        fs::create_directory_symlink(others, folder);
+      },
+      "CreateFileA");
   LogMessage(0, "led away");
   platform::SetCallHook(nullptr);
   EXPECT_TRUE(fs::is_symlink(folder));
   EXPECT_TRUE(fs::is_empty(others));
-  fs::remove_all(folder);
-  fs::remove_all(others);
 }
 
 // The first letters of the tags of the records that operations of every kind write.
