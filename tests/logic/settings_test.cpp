@@ -231,7 +231,8 @@ TEST_F(Settings, UnusableSourceLeavesTheDestination) {
 }
 
 TEST_F(Settings, ValidationForcesEveryField) {
-  for (const SHORT paper : {9, 256, 300}) {  // one that is not supported, a size of its own, one without a label
+  // One that is not supported, a size of the application's own, one without a label.
+  for (const SHORT paper : std::to_array<SHORT>({9, 256, 300})) {
     DriverDevMode record;
     std::memset(&record, 0x7E, sizeof record);  // every number far out of range, no text terminated
     PutForm(&record.dm_public, kCurrentForm);

@@ -69,7 +69,7 @@ void RunOnHostDrive(const std::string& script) {
       CreateProcessA("Z:\\bin\\sh", line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &created));
   CloseHandle(created.hThread);
   CloseHandle(created.hProcess);
-  for (int wait = 0; wait < 500 && SizeOf(kDone) < 0; ++wait) Sleep(10);
+  for (int wait = 0; wait < 2000 && SizeOf(kDone) < 0; ++wait) Sleep(10);
   ASSERT_EQ(SizeOf(kDone), 0) << script;
   DeleteFileA(kDone);
 }
