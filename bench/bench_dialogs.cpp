@@ -1,21 +1,20 @@
-// What a user's longest waits cost: setting the Manage Pages dialog up over n stored pages, and importing n pages.
-// Counts the module's calls of the printer's data and tells its own time from theirs. Run by scripts/bench as:
-// bench_dialogs.exe PATH\r5-lqz-ui.dll
+// What a user's longest waits cost: setting the Manage Pages dialog up over n stored pages, importing n pages, and
+// opening the preferences over n. Counts the module's calls of the spooler and tells its own time, the windows'
+// included, from theirs. Run by scripts/bench as: bench_dialogs.exe PATH\r5-lqz-ui.dll
 #include <windows.h>
 
 #include <prsht.h>
 
-#include <algorithm>
-#include <array>
 #include <cstdio>
 #include <fstream>
 #include <string>
 
 #include "console.h"
+#include "counted_calls.h"
 #include "dialog_window.h"
 #include "label_stock.h"
+#include "labels/printer_label.h"
 #include "printer_calls.h"
-#include "printer_keys.h"
 #include "resources/resource_ids.h"
 #include "sheet_window.h"
 
@@ -23,36 +22,21 @@ namespace {
 
 using demo::Format;
 
-constexpr int kCounts[] = {1, 16, 64, 128};
+constexpr int kCounts[] = {0, 16, 64, r5lqz::kMostLabels};
 constexpr int kRuns = 5;
 
 double Milliseconds() {
-  LARGE_INTEGER now;
-  LARGE_INTEGER frequency;
-  QueryPerformanceCounter(&now);
-  QueryPerformanceFrequency(&frequency);
-  return 1000.0 * static_cast<double>(now.QuadPart) / static_cast<double>(frequency.QuadPart);
+  return bench::Microseconds() / 1000;
 }
 
-enum Call { kList, kRead, kWrite, kCalls };
-
-// What one run cost; the dialog's own thread adds to it while it handles a message that is waited for.
+// What one run cost, in milliseconds; the dialog's own thread adds to it while it handles a message that is waited for.
 struct Cost {
-  std::array<int, kCalls> calls{};
-  double in_store = 0;
+  bench::Spent spent;
   double whole = 0;
-};
-Cost cost;
 
-// Replacements of the module's imports: the call of before, counted and timed.
-template <Call which, auto original, class... Arguments>
-DWORD WINAPI Counted(Arguments... arguments) {
-  const double start = Milliseconds();
-  const DWORD answer = original(arguments...);
-  cost.in_store += Milliseconds() - start;
-  ++cost.calls[which];
-  return answer;
-}
+  double OfItsOwn() const { return whole - spent.in_calls / 1000; }
+};
+double opening;
 
 DLGPROC dialog_procedure;
 
@@ -62,29 +46,14 @@ INT_PTR CALLBACK TimeOpening(HWND dialog, UINT message, WPARAM w_param, LPARAM l
   SetWindowLongPtrW(dialog, DWLP_DLGPROC, reinterpret_cast<LONG_PTR>(dialog_procedure));
   const double start = Milliseconds();
   const INT_PTR answer = dialog_procedure(dialog, message, w_param, l_param);
-  cost.whole = Milliseconds() - start;
+  opening = Milliseconds() - start;
   return answer;
 }
 
 INT_PTR WINAPI ShowDialog(HINSTANCE module, LPCWSTR name, HWND owner, DLGPROC procedure, LPARAM param) {
   dialog_procedure = procedure;
-  cost = {};
+  bench::spent = {};
   return DialogBoxParamW(module, name, owner, TimeOpening, param);
-}
-
-std::vector<platform::ImportPatch> WatchModule(HMODULE module) {
-  std::vector<platform::ImportPatch> patches;
-  const auto replace = [&](const char* dll, const char* function, auto* replacement) {
-    patches.push_back(platform::ReplaceImport(module, dll, function, reinterpret_cast<const void*>(replacement)));
-  };
-  replace("winspool.drv", "EnumPrinterKeyW",
-          &Counted<kList, &platform::RegistryEnumPrinterKey, HANDLE, LPCWSTR, LPWSTR, DWORD, LPDWORD>);
-  replace("winspool.drv", "GetPrinterDataExA",
-          &Counted<kRead, &GetPrinterDataExA, HANDLE, LPCSTR, LPCSTR, LPDWORD, LPBYTE, DWORD, LPDWORD>);
-  replace("winspool.drv", "SetPrinterDataExA",
-          &Counted<kWrite, &SetPrinterDataExA, HANDLE, LPCSTR, LPCSTR, DWORD, LPBYTE, DWORD>);
-  replace("user32.dll", "DialogBoxParamW", &ShowDialog);
-  return patches;
 }
 
 void WriteListFile(const std::wstring& path, int count) {
@@ -104,19 +73,33 @@ HWND OpenManagePages(HWND page) {
 Cost Import(HWND page, platform::InstalledPrinter& installed) {
   platform::RemoveLabelStocks(installed.printer);
   const HWND dialog = OpenManagePages(page);
-  cost = {};
+  bench::spent = {};
   const double start = Milliseconds();
   demo::Click(dialog, IDC_MANAGE_IMPORT);
-  cost.whole = Milliseconds() - start;
-  const Cost taken = cost;
+  const Cost taken{bench::spent, Milliseconds() - start};
   demo::CloseDialog(dialog, IDOK);
   return taken;
 }
 
 Cost Open(HWND page) {
   const HWND dialog = OpenManagePages(page);
-  const Cost taken = cost;
+  const Cost taken{bench::spent, opening};
   demo::CloseDialog(dialog, IDOK);
+  return taken;
+}
+
+// The preferences, from the call until they are painted.
+Cost OpenSheet(platform::InstalledPrinter& installed) {
+  Cost taken;
+  r5lqz::DriverDevMode before{};
+  r5lqz::DriverDevMode after{};
+  bench::spent = {};
+  const double start = Milliseconds();
+  demo::ShowPreferences(installed, before, after, [&](HWND sheet) {
+    demo::WaitUntilShown(sheet) && demo::WaitUntilPainted(sheet);
+    taken = {bench::spent, Milliseconds() - start};
+    demo::CloseSheet(sheet, PSBTN_CANCEL);
+  });
   return taken;
 }
 
@@ -132,14 +115,19 @@ Cost Best(Run run) {
 }
 
 demo::Row RowOf(const char* what, int pages, const Cost& taken) {
+  const auto& calls = taken.spent.calls;
   return {what,
           Format("%d", pages),
-          Format("%d", taken.calls[kList]),
-          Format("%d", taken.calls[kRead]),
-          Format("%d", taken.calls[kWrite]),
+          Format("%d", calls[bench::kList]),
+          Format("%d", calls[bench::kRead]),
+          Format("%d", calls[bench::kWrite]),
+          Format("%d", calls[bench::kOther]),
           Format("%.2f", taken.whole),
-          Format("%.2f", taken.whole - taken.in_store)};
+          Format("%.2f", taken.OfItsOwn())};
 }
+
+const demo::Row kHeadings{"what",  "pages", "EnumPrinterKeyW", "GetPrinterDataExA", "SetPrinterDataExA",
+                          "other", "ms",    "ms of its own"};
 
 void MeasureAll(HWND sheet, platform::InstalledPrinter& installed, const std::wstring& path, demo::Report& report) {
   const HWND page = demo::WaitUntilShown(sheet) ? demo::SelectTabWith(sheet, IDC_PAGE_MANAGE) : nullptr;
@@ -153,8 +141,21 @@ void MeasureAll(HWND sheet, platform::InstalledPrinter& installed, const std::ws
     rows.push_back(RowOf("import", pages, import));
     rows.push_back(RowOf("open", pages, Best([&] { return Open(page); })));
   }
-  report.Table({"what", "pages", "EnumPrinterKeyW", "GetPrinterDataExA", "SetPrinterDataExA", "ms", "ms of its own"},
-               rows);
+  report.Table(kHeadings, rows);
+}
+
+void MeasureSheet(platform::InstalledPrinter& installed, demo::Report& report) {
+  std::vector<demo::Row> rows;
+  for (const int pages : kCounts) {
+    platform::RemoveLabelStocks(installed.printer);
+    for (int at = 0; at < pages; ++at) {
+      const std::string name = Format("Label stock %d", at);
+      platform::StoreLabelStock(installed.printer,
+                                {r5lqz::kFirstLabelId + at, name.c_str(), "4.125", "5.000", "0", "0", r5lqz::kInches});
+    }
+    rows.push_back(RowOf("sheet", pages, Best([&] { return OpenSheet(installed); })));
+  }
+  report.Table(kHeadings, rows);
 }
 
 std::wstring TemporaryFile() {
@@ -175,9 +176,10 @@ int wmain(int count, wchar_t** arguments) {
   {
     const std::wstring path = TemporaryFile();
     const demo::DialogAnswers answers(installed.module, path);
-    const auto patches = WatchModule(installed.module);
-    report.Expect(answers.AreInPlace() && std::ranges::all_of(patches, [](auto& patch) { return bool(patch); }),
-                  "the module's calls to be counted");
+    const bench::CountedCalls counted(installed.module);
+    const auto shown = platform::ReplaceImport(installed.module, "user32.dll", "DialogBoxParamW",
+                                               reinterpret_cast<const void*>(&ShowDialog));
+    report.Expect(answers.AreInPlace() && counted.AreCounted() && shown, "the module's calls to be counted");
     r5lqz::DriverDevMode before{};
     r5lqz::DriverDevMode after{};
     const auto outcome = demo::ShowPreferences(installed, before, after, [&](HWND sheet) {
@@ -185,6 +187,7 @@ int wmain(int count, wchar_t** arguments) {
       demo::CloseSheet(sheet, PSBTN_CANCEL);
     });
     report.Expect(outcome.shown, "a window of the sheet, which takes a display");
+    MeasureSheet(installed, report);
     DeleteFileW(path.c_str());
   }
   platform::RemovePrinter(installed);
