@@ -14,17 +14,16 @@ constexpr SHORT kLastLabelId = 261;
 
 constexpr BYTE kTraced = 1;
 constexpr BYTE kNoPrinter = 2;
-constexpr BYTE kUnknownName = 4;
-constexpr BYTE kNoOutput = 8;
-constexpr BYTE kNoInput = 16;
-constexpr BYTE kOddAddress = 32;
-// The front of an input; the two records follow.
+constexpr BYTE kOddAddress = 4;
+
+// The front of an input; the two records follow. One input goes one way: what it costs to go all of them would be spent
+// again and again on those that it does not change.
 struct Head {
   BYTE flags;
   BYTE mode;
-  SHORT count;
-  BYTE query_mode;
+  BYTE way;
   BYTE query_size;
+  SHORT count;
   WORD first_size;  // bytes of the first record; the second takes the rest
 };
 
@@ -48,17 +47,26 @@ RecordForm ReadForm(std::span<const std::byte> record) {
   return form;
 }
 
+// What a record claims to have. Most of the claims beyond a few kilobytes are taken as smaller ones: they take a
+// thousand times as long as any other and show the same.
+RecordForm ClaimedForm(std::span<const std::byte> bytes) {
+  RecordForm form = ReadForm(bytes);
+  for (WORD* size : {&form.public_size, &form.private_size}) *size = *size < 0xFF00 ? *size % 2048 : *size;
+  return form;
+}
+
 // A record in exactly as many bytes as it claims to have, but never fewer than its form words need; at an odd address
 // on demand. It is the last thing in its block.
 class Record {
  public:
   explicit Record(std::span<const std::byte> bytes, bool odd = false)
-      : shift_(odd ? 1 : 0), block_(shift_ + std::max<std::size_t>(kFormEnd, ReadForm(bytes).total()), {}) {
-    const std::size_t held = std::min(bytes.size(), block_.size() - shift_);
-    if (held > 0) std::memcpy(block_.As<std::byte>() + shift_, bytes.data(), held);
+      : shift_(odd ? 1 : 0), block_(shift_ + std::max<std::size_t>(kFormEnd, ClaimedForm(bytes).total()), {}) {
+    std::memcpy(At(0), bytes.data(), std::min(bytes.size(), block_.size() - shift_));
+    PutForm(get(), ClaimedForm(bytes));
   }
 
-  DEVMODEW* get() const { return reinterpret_cast<DEVMODEW*>(block_.As<std::byte>() + shift_); }
+  std::byte* At(std::size_t offset) const { return block_.As<std::byte>() + shift_ + offset; }
+  DEVMODEW* get() const { return reinterpret_cast<DEVMODEW*>(At(0)); }
   std::span<const std::byte> bytes() const { return block_.bytes().subspan(shift_); }
   RecordForm form() const { return ReadForm(bytes()); }
   bool Holds(std::span<const std::byte> other) const { return fuzz::Same(bytes(), other); }
@@ -68,28 +76,23 @@ class Record {
   Block block_;
 };
 
-bool SamePart(std::span<const std::byte> one, std::span<const std::byte> other, std::size_t from, std::size_t to) {
-  return from >= to || std::memcmp(one.data() + from, other.data() + from, to - from) == 0;
-}
-
+// Out of the first record come its bytes, out of the one given whatever it has not; the form is the given one's.
 void CheckConversion(const Record& in, const Record& given) {
   const Record out(given.bytes());
   const LONG copied = ConvertDevMode(in.get(), out.get());
   if (copied < 0) return REQUIRE(out.Holds(given.bytes()));
   const RecordForm from = in.form();
-  const RecordForm wanted = given.form();
-  const RecordForm form = out.form();
-  const std::size_t public_bytes = std::min(from.public_size, wanted.public_size);
-  const std::size_t private_bytes = std::min(from.private_size, wanted.private_size);
+  RecordForm form = given.form();
+  const std::size_t public_bytes = std::min(from.public_size, form.public_size);
+  const std::size_t private_bytes = std::min(from.private_size, form.private_size);
   REQUIRE(static_cast<std::size_t>(copied) == public_bytes + private_bytes);
-  REQUIRE(form.spec_version != 0 && form.driver_version == wanted.driver_version);
-  REQUIRE(form.public_size == wanted.public_size && form.private_size == wanted.private_size);
-
-  REQUIRE(SamePart(out.bytes(), in.bytes(), 0, std::min(public_bytes, kFormOffset)));
-  REQUIRE(SamePart(out.bytes(), in.bytes(), kFormEnd, public_bytes));
-  REQUIRE(std::memcmp(out.bytes().data() + form.public_size, in.bytes().data() + from.public_size, private_bytes) == 0);
-  REQUIRE(SamePart(out.bytes(), given.bytes(), std::max(public_bytes, kFormEnd), form.public_size));
-  REQUIRE(SamePart(out.bytes(), given.bytes(), form.public_size + private_bytes, form.total()));
+  REQUIRE(out.form().spec_version != 0);
+  form.spec_version = out.form().spec_version;
+  const Record expected(given.bytes());
+  std::memcpy(expected.At(0), in.At(0), public_bytes);
+  std::memcpy(expected.At(form.public_size), in.At(from.public_size), private_bytes);
+  PutForm(expected.get(), form);
+  REQUIRE(out.Holds(expected.bytes()));
 }
 
 // A record converted onto itself keeps everything but the spec version.
@@ -174,7 +177,10 @@ Block PoisonedOutput(const RecordForm& shape) {
 
 // What is refused leaves no more in an output than words.
 bool SameButForWords(std::span<const std::byte> one, std::span<const std::byte> other) {
-  return SamePart(one, other, 0, std::min(one.size(), kFormOffset)) && SamePart(one, other, kFormEnd, one.size());
+  const auto same = [&](std::size_t from, std::size_t to) {
+    return from >= to || std::memcmp(one.data() + from, other.data() + from, to - from) == 0;
+  };
+  return one.size() == other.size() && same(0, std::min(one.size(), kFormOffset)) && same(kFormEnd, one.size());
 }
 
 void RequireHandedOut(BOOL done, std::span<const std::byte> out, std::span<const std::byte> before, RecordForm shape) {
@@ -189,9 +195,6 @@ void CheckOutput(const DriverDevMode& working, const Record& shape) {
   const Block out(poison.bytes());
   RequireHandedOut(CopyDevModeToOutput(working, shape.get(), out.As<DEVMODEW>()), out.bytes(), poison.bytes(),
                    shape.form());
-  const Block whole(sizeof working, {});
-  REQUIRE(CopyDevModeToOutput(working, nullptr, whole.As<DEVMODEW>()));
-  REQUIRE(whole.Holds(std::as_bytes(std::span(&working, 1))));
   // Applications pass one buffer as shape and output.
   const Record same(shape.bytes());
   RequireHandedOut(CopyDevModeToOutput(working, same.get(), same.get()), same.bytes(), shape.bytes(), shape.form());
@@ -219,15 +222,12 @@ void CheckConvertEntry(const Head& head, const Record& in, const Record& given) 
   const std::size_t size = static_cast<std::size_t>(std::max<SHORT>(head.count, 0));
   const Block before(size, given.bytes());
   const Block out(before.bytes());
-  WCHAR known[] = L"Printer";
-  WCHAR unknown[] = L"Nobody";
+  WCHAR name[] = L"Printer";
   LONG count = head.count;
-  const BOOL done =
-      DrvConvertDevMode(head.flags & kUnknownName ? unknown : known, head.flags & kNoInput ? nullptr : in.get(),
-                        head.flags & kNoOutput ? nullptr : out.As<DEVMODEW>(), &count, head.mode % 8);
-  if (!done) REQUIRE(SameButForWords(out.bytes(), before.bytes()));
-  if (done) REQUIRE(count >= 0 && static_cast<std::size_t>(count) <= size);
-  if (done) REQUIRE(static_cast<DWORD>(count) == ReadForm(out.bytes()).total());
+  const BOOL done = DrvConvertDevMode(name, in.get(), out.As<DEVMODEW>(), &count, head.mode % 8);
+  if (!done) return REQUIRE(SameButForWords(out.bytes(), before.bytes()));
+  REQUIRE(count >= 0 && static_cast<std::size_t>(count) <= size);
+  REQUIRE(static_cast<DWORD>(count) == ReadForm(out.bytes()).total());
 }
 
 void CheckColorProfileQuery(const Head& head, const Record& record) {
@@ -235,7 +235,7 @@ void CheckColorProfileQuery(const Head& head, const Record& record) {
   const Block name(poison.bytes());
   ULONG size = head.query_size;
   ULONG flags = 0;
-  const BOOL done = DrvQueryColorProfile(nullptr, record.get(), head.query_mode % 4, name.As<void>(), &size, &flags);
+  const BOOL done = DrvQueryColorProfile(nullptr, record.get(), head.mode % 4, name.As<void>(), &size, &flags);
   REQUIRE(done ? size == 58 && flags == QCP_PROFILEDISK : flags == 0 && name.Holds(poison.bytes()));
 }
 
@@ -260,13 +260,6 @@ void CheckRecordCapabilities(const Record& record, HANDLE printer) {
   REQUIRE(answer(DC_EXTRA) == (fields == GDI_ERROR ? GDI_ERROR : 644u));
 }
 
-void CheckDump(const Record& record) {
-  const std::uint64_t before = fuzz::TracedRecords();
-  DumpDevMode(record.get());
-  const std::uint64_t lines = fuzz::TracedRecords() - before;
-  REQUIRE(Logs(kMessageBit) ? lines == 1 || (lines >= 33 && lines <= 48) : lines == 0);
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -280,20 +273,29 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const HANDLE printer = head.flags & kNoPrinter ? nullptr : open_printer;
 
   fuzz::AsModule([&] {
-    // The dumps of everything below would take milliseconds.
-    log_mask = head.flags & kTraced ? kMessageBit | kTraceBit : 0;
-    CheckDump(first);
-    CheckConversion(first, second);
-    CheckConversionInPlace(first);
-    CheckColorProfileQuery(head, first);
-    log_mask = 0;
-    const DriverDevMode merged = CheckMerge(first, second, printer);
-    CheckValidation(first, printer);
-    CheckOutput(merged, second);
-    CheckDocumentProperties(first, second_bytes, head.mode % 8, printer);
-    CheckConvertEntry(head, first, second);
-    CheckPrintQuery(first, printer);
-    CheckRecordCapabilities(second, printer);
+    const int way = head.way % 8;
+    // The others would dump every record they meet.
+    log_mask = head.flags & kTraced && way < 3 ? kMessageBit | kTraceBit : 0;
+    switch (way) {
+      case 0:
+        return DumpDevMode(first.get());
+      case 1:
+        CheckConversion(first, second);
+        return CheckConversionInPlace(first);
+      case 2:
+        return CheckColorProfileQuery(head, first);
+      case 3:
+        return CheckValidation(first, printer);
+      case 4:
+        return CheckDocumentProperties(first, second_bytes, head.mode % 8, printer);
+      case 5:
+        return CheckConvertEntry(head, first, second);
+      case 6:
+        return CheckOutput(CheckMerge(first, second, printer), second);
+      default:
+        CheckPrintQuery(first, printer);
+        return CheckRecordCapabilities(second, printer);
+    }
   });
   return 0;
 }
