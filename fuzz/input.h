@@ -11,7 +11,6 @@
 #include <cstring>
 #include <memory>
 #include <span>
-#include <sstream>
 #include <type_traits>
 
 #include "native/control.h"
@@ -60,14 +59,11 @@ inline bool Same(std::span<const std::byte> left, std::span<const std::byte> rig
 // fill is `filler`.
 class Block {
  public:
-  // A large block of zeros is not touched before it is read: records claim up to 128 KiB.
   Block(std::size_t size, std::span<const std::byte> content, std::byte filler = std::byte{0})
-      : bytes_(static_cast<std::byte*>(std::calloc(1, size))), size_(size) {
+      : bytes_(new std::byte[size]), size_(size) {
     const std::size_t copied = std::min(content.size(), size);
     if (copied > 0) std::memcpy(bytes_.get(), content.data(), copied);
-    if (copied < size && filler != std::byte{0}) {
-      std::memset(bytes_.get() + copied, std::to_integer<int>(filler), size - copied);
-    }
+    if (copied < size) std::memset(bytes_.get() + copied, std::to_integer<int>(filler), size - copied);
   }
   explicit Block(std::span<const std::byte> content) : Block(content.size(), content) {}
 
@@ -80,10 +76,7 @@ class Block {
   bool Holds(std::span<const std::byte> other) const { return Same(bytes(), other); }
 
  private:
-  struct Free {
-    void operator()(std::byte* block) const { std::free(block); }
-  };
-  std::unique_ptr<std::byte[], Free> bytes_;
+  std::unique_ptr<std::byte[]> bytes_;
   std::size_t size_;
 };
 
@@ -95,11 +88,7 @@ void AsModule(Drive drive) {
     const platform::ModuleScope scope;
     drive();
   }
-  const platform::Balance after = platform::LiveBalance();
-  if (after == before) return;
-  std::ostringstream text;
-  text << "nothing stays behind: " << after << " (before: " << before << ")";
-  Fail(__FILE__, __LINE__, text.str().c_str());
+  REQUIRE(platform::LiveBalance() == before);
 }
 
 // The one printer of the in-memory spooler, with a handle of the target's own.
@@ -108,8 +97,5 @@ inline HANDLE AddPrinter() {
   platform::AddPrinter(kPrinterName, "Driver");
   return platform::OpenTestPrinter(kPrinterName);
 }
-
-// Trace records that the module wrote.
-std::uint64_t TracedRecords();
 
 }  // namespace fuzz

@@ -20,21 +20,18 @@ constexpr char kParentKey[] = "Label Sizes";
 constexpr BYTE kTraced = 1;
 constexpr BYTE kGivenKeyList = 2;
 constexpr BYTE kChangingKeyList = 4;
-constexpr BYTE kForeignPaper = 8;
+constexpr BYTE kOneTooMany = 8;  // the given key list repeated until it has one name more than a list has labels
+constexpr int kFlagBits = 4;
 
 // The front of an input. Behind it lie the two key lists, then label after label: its number, then its values, each of
 // which begins with how it is stored.
 struct Head {
-  BYTE flags;
+  BYTE flags;  // and, above them, what is asked for
   BYTE capacity;
-  BYTE question;
-  BYTE padding;
   WORD list_size;    // bytes of the given key list
   WORD second_size;  // bytes of the one that the second question finds
   SHORT paper;       // what a record asks for
 };
-
-enum class Stored : BYTE { kWell, kAsGiven, kWithoutTerminator, kMissing, kCount };
 
 // A label's value when it is stored well: a text, or a number where there is none.
 struct Value {
@@ -51,29 +48,18 @@ std::string KeyOf(SHORT id) {
   return std::string(kParentKey) + "\\" + std::to_string(id);
 }
 
+// Well, as the input gives it, or not at all.
 void Store(fuzz::Input& input, const std::string& key, const Value& value) {
-  switch (static_cast<Stored>(input.Take<BYTE>() % static_cast<BYTE>(Stored::kCount))) {
-    case Stored::kWell:
-      if (value.text) platform::SetDataText(kPrinterName, key, value.name, value.text);
-      if (!value.text) platform::SetDataDword(kPrinterName, key, value.name, value.number);
-      break;
-    case Stored::kAsGiven: {
-      const DWORD type = input.Take<BYTE>() % 12;
-      platform::SetData(kPrinterName, key, value.name, type, input.TakeBytes(input.Take<BYTE>()));
-      break;
-    }
-    case Stored::kWithoutTerminator:
-      if (!value.text) break;
-      platform::SetData(kPrinterName, key, value.name, REG_SZ,
-                        input.TakeBytes(input.Take<BYTE>() % (kLabelNameSize + 2)));
-      break;
-    default:
-      break;
-  }
+  const int how = input.Take<BYTE>() % 3;
+  if (how == 0 && value.text) platform::SetDataText(kPrinterName, key, value.name, value.text);
+  if (how == 0 && !value.text) platform::SetDataDword(kPrinterName, key, value.name, value.number);
+  if (how != 1) return;
+  const DWORD type = input.Take<BYTE>() % 12;
+  platform::SetData(kPrinterName, key, value.name, type, input.TakeBytes(input.Take<BYTE>()));
 }
 
 void StoreLabels(fuzz::Input& input) {
-  for (int labels = 0; labels < 12 && !input.empty(); ++labels) {
+  for (int labels = 0; labels < 8 && !input.empty(); ++labels) {
     const std::string key = KeyOf(input.Take<SHORT>());
     for (const Value& value : kValues) Store(input, key, value);
   }
@@ -82,9 +68,9 @@ void StoreLabels(fuzz::Input& input) {
 // The key lists that the spooler gives in turn, from the first one on again for every call of the module.
 class KeyLists {
  public:
-  KeyLists(const Head& head, fuzz::Input& input) {
-    lists_[0] = input.TakeBytes(head.list_size);
-    lists_[1] = input.TakeBytes(head.second_size);
+  KeyLists(const Head& head, fuzz::Input& input)
+      : lists_{input.TakeBytes(head.list_size), input.TakeBytes(head.second_size)} {
+    if (head.flags & kOneTooMany) lists_[0] = Repeated(lists_[0]);
     if (head.flags & kGivenKeyList) platform::SetKeyListBytes(kPrinterName, kParentKey, lists_[0]);
     if (!(head.flags & kChangingKeyList)) return;
     platform::SetCallHook(
@@ -94,31 +80,30 @@ class KeyLists {
   void StartOver() { asked_ = 0; }
 
  private:
+  std::span<const std::byte> Repeated(std::span<const std::byte> name) {
+    for (int at = 0; at <= kMostLabels; ++at) repeated_.insert(repeated_.end(), name.begin(), name.end());
+    repeated_.resize(repeated_.size() + sizeof(WCHAR));
+    return repeated_;
+  }
+
   std::span<const std::byte> lists_[2];
+  std::vector<std::byte> repeated_;
   std::size_t asked_ = 0;
 };
 
-template <typename Field>
-void RequireStored(const std::string& key, const char* value, DWORD type, const Field& field) {
-  const auto data = platform::GetData(kPrinterName, key, value);
-  REQUIRE(data && data->type == type && data->bytes.size() <= sizeof field);
-  const auto end = type == REG_SZ ? std::find(data->bytes.begin(), data->bytes.end(), std::byte{0}) : data->bytes.end();
-  const auto size = static_cast<std::size_t>(end - data->bytes.begin());
-  REQUIRE(type == REG_SZ ? size < sizeof field : size == sizeof field);
-  REQUIRE(std::equal(data->bytes.begin(), end, reinterpret_cast<const std::byte*>(&field)));
-  if (type == REG_SZ) REQUIRE(reinterpret_cast<const char*>(&field)[size] == '\0');
-}
-
-// A label that was read is what is stored, every value of it whole and of its type.
+// A label that was read is what lies under its number: each text whole, as long as the stored one.
 void RequireAsStored(const PrinterLabel& label) {
-  const std::string key = KeyOf(label.id);
-  RequireStored(key, "version", REG_DWORD, DWORD{1});
-  RequireStored(key, "name", REG_SZ, label.name);
-  RequireStored(key, "width", REG_SZ, label.width);
-  RequireStored(key, "length", REG_SZ, label.length);
-  RequireStored(key, "vertOffset", REG_SZ, label.vertOffset);
-  RequireStored(key, "horzOffset", REG_SZ, label.horzOffset);
-  RequireStored(key, "units", REG_DWORD, label.units);
+  const auto require = [key = KeyOf(label.id)](const char* value, std::span<const char> field) {
+    const auto data = platform::GetData(kPrinterName, key, value);
+    const std::string_view text(field.data(), TextIn(field).size());
+    REQUIRE(data && text.size() < field.size() && data->bytes.size() >= text.size());
+    REQUIRE(text.empty() || std::memcmp(data->bytes.data(), text.data(), text.size()) == 0);
+  };
+  require("name", label.name);
+  require("width", label.width);
+  require("length", label.length);
+  require("vertOffset", label.vertOffset);
+  require("horzOffset", label.horzOffset);
 }
 
 std::vector<PrinterLabel> CheckList(HANDLE printer, LONG capacity) {
@@ -147,32 +132,14 @@ void CheckNextId(HANDLE printer, const std::vector<PrinterLabel>& labels) {
   REQUIRE(std::ranges::none_of(labels, [id](const PrinterLabel& label) { return label.id == id; }));
 }
 
-void CheckNames(const Block& slots) {
-  constexpr std::size_t kSlot = 64;
-  for (std::size_t at = 0; at < slots.size() / sizeof(WCHAR); at += kSlot) {
-    const auto slot = std::span(slots.As<const WCHAR>() + at, kSlot);
-    const auto end = slot.begin() + static_cast<std::ptrdiff_t>(TextIn(slot).size());
-    REQUIRE(std::all_of(end, slot.end(), [](WCHAR character) { return character == 0; }));
-  }
-}
-
-struct Question {
-  WORD capability;
-  std::size_t entry_size;
-};
-constexpr Question kQuestions[] = {
-    {DC_PAPERS, sizeof(WORD)}, {DC_PAPERSIZE, sizeof(POINT)}, {DC_PAPERNAMES, 64 * sizeof(WCHAR)}};
-
 // Asked for the number, then for the entries in exactly as much room.
-void CheckCapability(HANDLE printer, const Question& question, KeyLists& lists) {
-  const auto [capability, entry_size] = question;
+void CheckCapability(HANDLE printer, WORD capability, std::size_t entry_size, KeyLists& lists) {
   lists.StartOver();
   const DWORD count = DrvDeviceCapabilities(printer, nullptr, capability, nullptr, nullptr);
   REQUIRE(count <= static_cast<DWORD>(kMostLabels));
   const Block entries(count * entry_size, {}, std::byte{0xEE});
   lists.StartOver();
   REQUIRE(DrvDeviceCapabilities(printer, nullptr, capability, entries.As<void>(), nullptr) == count);
-  if (capability == DC_PAPERNAMES) CheckNames(entries);
 }
 
 void CheckSelection(HANDLE printer, SHORT paper) {
@@ -197,14 +164,23 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   log_mask = head.flags & kTraced ? kMessageBit | kTraceBit : 0;
 
   fuzz::AsModule([&] {
-    lists.StartOver();
     const auto labels = CheckList(printer, head.capacity % (kMostLabels + 1));
-    CheckCapability(printer, kQuestions[head.question % std::size(kQuestions)], lists);
     lists.StartOver();
-    CheckSelection(printer, labels.empty() || (head.flags & kForeignPaper) ? head.paper : labels.back().id);
-    lists.StartOver();
-    CheckNextId(printer, labels);
-    if (!labels.empty()) CheckAdding(printer, labels.front());
+    switch ((head.flags >> kFlagBits) % 6) {
+      case 0:
+        return CheckCapability(printer, DC_PAPERS, sizeof(WORD), lists);
+      case 1:
+        return CheckCapability(printer, DC_PAPERSIZE, sizeof(POINT), lists);
+      case 2:
+        return CheckCapability(printer, DC_PAPERNAMES, 64 * sizeof(WCHAR), lists);
+      case 3:
+        return CheckSelection(printer, labels.empty() ? head.paper : labels.back().id);
+      case 4:
+        return CheckSelection(printer, head.paper);
+      default:
+        CheckNextId(printer, labels);
+        if (!labels.empty()) CheckAdding(printer, labels.front());
+    }
   });
   platform::SetCallHook({});
   return 0;

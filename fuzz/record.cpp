@@ -14,17 +14,16 @@ constexpr SHORT kLastLabelId = 261;
 
 constexpr BYTE kTraced = 1;
 constexpr BYTE kNoPrinter = 2;
-constexpr BYTE kUnknownName = 4;
-constexpr BYTE kNoOutput = 8;
-constexpr BYTE kNoInput = 16;
-constexpr BYTE kOddAddress = 32;
-// The front of an input; the two records follow.
+constexpr BYTE kOddAddress = 4;
+
+// The front of an input; the two records follow. One input goes one way: what it costs to go all of them would be spent
+// again and again on those that it does not change.
 struct Head {
   BYTE flags;
   BYTE mode;
-  SHORT count;
-  BYTE query_mode;
+  BYTE way;
   BYTE query_size;
+  SHORT count;
   WORD first_size;  // bytes of the first record; the second takes the rest
 };
 
@@ -48,17 +47,26 @@ RecordForm ReadForm(std::span<const std::byte> record) {
   return form;
 }
 
+// What a record claims to have. Most of the claims beyond a few kilobytes are taken as smaller ones: they take a
+// thousand times as long as any other and show the same.
+RecordForm ClaimedForm(std::span<const std::byte> bytes) {
+  RecordForm form = ReadForm(bytes);
+  for (WORD* size : {&form.public_size, &form.private_size}) *size = *size < 0xFF00 ? *size % 2048 : *size;
+  return form;
+}
+
 // A record in exactly as many bytes as it claims to have, but never fewer than its form words need; at an odd address
 // on demand. It is the last thing in its block.
 class Record {
  public:
   explicit Record(std::span<const std::byte> bytes, bool odd = false)
-      : shift_(odd ? 1 : 0), block_(shift_ + std::max<std::size_t>(kFormEnd, ReadForm(bytes).total()), {}) {
-    const std::size_t held = std::min(bytes.size(), block_.size() - shift_);
-    if (held > 0) std::memcpy(block_.As<std::byte>() + shift_, bytes.data(), held);
+      : shift_(odd ? 1 : 0), block_(shift_ + std::max<std::size_t>(kFormEnd, ClaimedForm(bytes).total()), {}) {
+    std::memcpy(At(0), bytes.data(), std::min(bytes.size(), block_.size() - shift_));
+    PutForm(get(), ClaimedForm(bytes));
   }
 
-  DEVMODEW* get() const { return reinterpret_cast<DEVMODEW*>(block_.As<std::byte>() + shift_); }
+  std::byte* At(std::size_t offset) const { return block_.As<std::byte>() + shift_ + offset; }
+  DEVMODEW* get() const { return reinterpret_cast<DEVMODEW*>(At(0)); }
   std::span<const std::byte> bytes() const { return block_.bytes().subspan(shift_); }
   RecordForm form() const { return ReadForm(bytes()); }
   bool Holds(std::span<const std::byte> other) const { return fuzz::Same(bytes(), other); }
@@ -68,28 +76,23 @@ class Record {
   Block block_;
 };
 
-bool SamePart(std::span<const std::byte> one, std::span<const std::byte> other, std::size_t from, std::size_t to) {
-  return from >= to || std::memcmp(one.data() + from, other.data() + from, to - from) == 0;
-}
-
+// Out of the first record come its bytes, out of the one given whatever it has not; the form is the given one's.
 void CheckConversion(const Record& in, const Record& given) {
   const Record out(given.bytes());
   const LONG copied = ConvertDevMode(in.get(), out.get());
   if (copied < 0) return REQUIRE(out.Holds(given.bytes()));
   const RecordForm from = in.form();
-  const RecordForm wanted = given.form();
-  const RecordForm form = out.form();
-  const std::size_t public_bytes = std::min(from.public_size, wanted.public_size);
-  const std::size_t private_bytes = std::min(from.private_size, wanted.private_size);
+  RecordForm form = given.form();
+  const std::size_t public_bytes = std::min(from.public_size, form.public_size);
+  const std::size_t private_bytes = std::min(from.private_size, form.private_size);
   REQUIRE(static_cast<std::size_t>(copied) == public_bytes + private_bytes);
-  REQUIRE(form.spec_version != 0 && form.driver_version == wanted.driver_version);
-  REQUIRE(form.public_size == wanted.public_size && form.private_size == wanted.private_size);
-
-  REQUIRE(SamePart(out.bytes(), in.bytes(), 0, std::min(public_bytes, kFormOffset)));
-  REQUIRE(SamePart(out.bytes(), in.bytes(), kFormEnd, public_bytes));
-  REQUIRE(std::memcmp(out.bytes().data() + form.public_size, in.bytes().data() + from.public_size, private_bytes) == 0);
-  REQUIRE(SamePart(out.bytes(), given.bytes(), std::max(public_bytes, kFormEnd), form.public_size));
-  REQUIRE(SamePart(out.bytes(), given.bytes(), form.public_size + private_bytes, form.total()));
+  REQUIRE(out.form().spec_version != 0);
+  form.spec_version = out.form().spec_version;
+  const Record expected(given.bytes());
+  std::memcpy(expected.At(0), in.At(0), public_bytes);
+  std::memcpy(expected.At(form.public_size), in.At(from.public_size), private_bytes);
+  PutForm(expected.get(), form);
+  REQUIRE(out.Holds(expected.bytes()));
 }
 
 // A record converted onto itself keeps everything but the spec version.
@@ -100,34 +103,14 @@ void CheckConversionInPlace(const Record& record) {
   REQUIRE(both.Holds(record.bytes()));
 }
 
-bool Within(LONG value, LONG lowest, LONG highest) {
-  return value >= lowest && value <= highest;
-}
-
-void RequireValidPublic(const DEVMODEW& settings) {
-  REQUIRE(Within(settings.dmOrientation, 1, 2));
-  REQUIRE(settings.dmPrintQuality == 600 || settings.dmPrintQuality == 300 || settings.dmPrintQuality == 150);
-  REQUIRE(settings.dmYResolution == settings.dmPrintQuality);
-  REQUIRE(settings.dmCopies == 1 && settings.dmDuplex == 1 && settings.dmScale == 100 && settings.dmCollate == 0);
-  REQUIRE(Within(settings.dmPaperWidth, 10, 2970) && Within(settings.dmPaperLength, 254, 9017));
-  REQUIRE(settings.dmPaperSize >= 256 && (settings.dmFields & 0x0001000E) == 0x0001000E);
-  if (settings.dmPaperSize == 256) REQUIRE(std::memcmp(settings.dmFormName, L"Custom", sizeof L"Custom") == 0);
-}
-
-void RequireValidPrivate(const PrivateDevMode& own) {
-  REQUIRE(Within(own.vertOffset, -2400, 2400) && Within(own.horzOffset, -2400, 2400));
-  REQUIRE(own.rendIntent <= 3 && own.copies == 1);
-  REQUIRE(own.colorAdjust <= 1 && own.rotate180 <= 1 && own.mirrorImage <= 1 && own.usePrivateCopies <= 1);
-}
-
-void RequireMerged(const DriverDevMode& record) {
-  const RecordForm form = FormOf(&record.dm_public);
-  REQUIRE(form.spec_version == 0x0401 && form.driver_version == 0x0401);
-  REQUIRE(form.public_size == 220 && form.private_size == 644);
-  REQUIRE(record.dm_private.signature == 0x18284000);
-  REQUIRE(std::memcmp(record.dm_public.dmDeviceName, L"Driver", sizeof L"Driver") == 0);
-  RequireValidPublic(record.dm_public);
-  RequireValidPrivate(record.dm_private);
+// A record of ours that validation has nothing more to say to.
+void RequireMerged(const DriverDevMode& record, HANDLE printer) {
+  REQUIRE(std::memcmp(&kCurrentForm, &record.dm_public.dmSpecVersion, sizeof kCurrentForm) == 0);
+  REQUIRE(record.dm_private.signature == kSignature && record.dm_private.rendIntent <= 3);
+  REQUIRE(kWidthLimits.Hold(record.dm_public.dmPaperWidth) && kLengthLimits.Hold(record.dm_public.dmPaperLength));
+  DriverDevMode again = record;
+  ValidateDevmode(again, printer);
+  REQUIRE(std::memcmp(&again, &record, sizeof again) == 0);
 }
 
 bool IsMergeable(const RecordForm& form) {
@@ -143,7 +126,7 @@ DriverDevMode CheckMerge(const Record& first, const Record& second, HANDLE print
     const DriverDevMode before = settings;
     const BOOL merged = MergeDevMode(settings, record->get(), printer);
     REQUIRE(merged == IsMergeable(record->form()));
-    if (merged) RequireMerged(settings);
+    if (merged) RequireMerged(settings, printer);
     if (!merged) REQUIRE(std::memcmp(&settings, &before, sizeof settings) == 0);
   }
   return settings;
@@ -153,12 +136,9 @@ void CheckValidation(const Record& record, HANDLE printer) {
   const Block whole(sizeof(DriverDevMode), record.bytes());
   DriverDevMode& settings = *whole.As<DriverDevMode>();
   PutForm(&settings.dm_public, kCurrentForm);
+  settings.dm_private.signature = kSignature;
   ValidateDevmode(settings, printer);
-  RequireValidPublic(settings.dm_public);
-  RequireValidPrivate(settings.dm_private);
-  const Block once(whole.bytes());
-  ValidateDevmode(settings, printer);
-  REQUIRE(whole.Holds(once.bytes()));
+  RequireMerged(settings, printer);
 }
 
 // The smaller of a caller's form and the driver's own: what a caller may be handed at most.
@@ -172,29 +152,19 @@ Block PoisonedOutput(const RecordForm& shape) {
   return Block(std::max<std::size_t>(kFormEnd, SmallerForm(shape).total()), {}, std::byte{0xEE});
 }
 
-// What is refused leaves no more in an output than words.
-bool SameButForWords(std::span<const std::byte> one, std::span<const std::byte> other) {
-  return SamePart(one, other, 0, std::min(one.size(), kFormOffset)) && SamePart(one, other, kFormEnd, one.size());
-}
-
-void RequireHandedOut(BOOL done, std::span<const std::byte> out, std::span<const std::byte> before, RecordForm shape) {
-  if (!done) return REQUIRE(SameButForWords(out, before));
+void RequireHandedOut(BOOL done, std::span<const std::byte> out, RecordForm shape) {
+  if (!done) return;
   const RecordForm form = ReadForm(out);
   REQUIRE(form.public_size == SmallerForm(shape).public_size && form.private_size == SmallerForm(shape).private_size);
   REQUIRE(form.spec_version != 0);
 }
 
 void CheckOutput(const DriverDevMode& working, const Record& shape) {
-  const Block poison = PoisonedOutput(shape.form());
-  const Block out(poison.bytes());
-  RequireHandedOut(CopyDevModeToOutput(working, shape.get(), out.As<DEVMODEW>()), out.bytes(), poison.bytes(),
-                   shape.form());
-  const Block whole(sizeof working, {});
-  REQUIRE(CopyDevModeToOutput(working, nullptr, whole.As<DEVMODEW>()));
-  REQUIRE(whole.Holds(std::as_bytes(std::span(&working, 1))));
+  const Block out = PoisonedOutput(shape.form());
+  RequireHandedOut(CopyDevModeToOutput(working, shape.get(), out.As<DEVMODEW>()), out.bytes(), shape.form());
   // Applications pass one buffer as shape and output.
   const Record same(shape.bytes());
-  RequireHandedOut(CopyDevModeToOutput(working, same.get(), same.get()), same.bytes(), shape.bytes(), shape.form());
+  RequireHandedOut(CopyDevModeToOutput(working, same.get(), same.get()), same.bytes(), shape.form());
 }
 
 // The whole road of an application's call: the printer's stored record, which may be cut off, then the application's
@@ -212,31 +182,25 @@ void CheckDocumentProperties(const Record& in, std::span<const std::byte> stored
   REQUIRE(result == (mode == 0 ? 864 : printer ? 1 : -1));
   if (result != 1 || !(mode & (DM_OUT_DEFAULT | DM_OUT_BUFFER)) || out.size() != sizeof(DriverDevMode)) return;
   // Of a record that cannot be merged nothing is taken, not even validation's changes to the defaults.
-  if (IsMergeable(in.form())) RequireMerged(*out.As<DriverDevMode>());
+  if (IsMergeable(in.form())) RequireMerged(*out.As<DriverDevMode>(), printer);
 }
 
 void CheckConvertEntry(const Head& head, const Record& in, const Record& given) {
   const std::size_t size = static_cast<std::size_t>(std::max<SHORT>(head.count, 0));
-  const Block before(size, given.bytes());
-  const Block out(before.bytes());
-  WCHAR known[] = L"Printer";
-  WCHAR unknown[] = L"Nobody";
+  const Block out(size, given.bytes());
+  WCHAR name[] = L"Printer";
   LONG count = head.count;
-  const BOOL done =
-      DrvConvertDevMode(head.flags & kUnknownName ? unknown : known, head.flags & kNoInput ? nullptr : in.get(),
-                        head.flags & kNoOutput ? nullptr : out.As<DEVMODEW>(), &count, head.mode % 8);
-  if (!done) REQUIRE(SameButForWords(out.bytes(), before.bytes()));
-  if (done) REQUIRE(count >= 0 && static_cast<std::size_t>(count) <= size);
-  if (done) REQUIRE(static_cast<DWORD>(count) == ReadForm(out.bytes()).total());
+  if (!DrvConvertDevMode(name, in.get(), out.As<DEVMODEW>(), &count, head.mode % 8)) return;
+  REQUIRE(count >= 0 && static_cast<std::size_t>(count) <= size);
+  REQUIRE(static_cast<DWORD>(count) == ReadForm(out.bytes()).total());
 }
 
 void CheckColorProfileQuery(const Head& head, const Record& record) {
-  const Block poison(head.query_size, {}, std::byte{0xEE});
-  const Block name(poison.bytes());
+  const Block name(head.query_size, {}, std::byte{0xEE});
   ULONG size = head.query_size;
   ULONG flags = 0;
-  const BOOL done = DrvQueryColorProfile(nullptr, record.get(), head.query_mode % 4, name.As<void>(), &size, &flags);
-  REQUIRE(done ? size == 58 && flags == QCP_PROFILEDISK : flags == 0 && name.Holds(poison.bytes()));
+  const BOOL done = DrvQueryColorProfile(nullptr, record.get(), head.mode % 4, name.As<void>(), &size, &flags);
+  REQUIRE(done ? size == 58 && flags == QCP_PROFILEDISK : flags == 0);
 }
 
 void CheckPrintQuery(const Record& record, HANDLE printer) {
@@ -247,24 +211,13 @@ void CheckPrintQuery(const Record& record, HANDLE printer) {
   if (!DevQueryPrintEx(&info)) return;
   SHORT paper = 0;
   std::memcpy(&paper, record.bytes().data() + offsetof(DEVMODEW, dmPaperSize), sizeof paper);
-  REQUIRE(paper == kUserPaper || (printer && Within(paper, kFirstLabelId, kLastLabelId)));
+  REQUIRE(paper == kUserPaper || (printer && paper >= kFirstLabelId && paper <= kLastLabelId));
 }
 
 void CheckRecordCapabilities(const Record& record, HANDLE printer) {
   WCHAR name[] = L"Device";
-  const auto answer = [&](WORD capability) {
-    return DrvDeviceCapabilities(printer, name, capability, nullptr, record.get());
-  };
-  const DWORD fields = answer(DC_FIELDS);
-  REQUIRE(answer(DC_SIZE) == (fields == GDI_ERROR ? GDI_ERROR : 220u));
-  REQUIRE(answer(DC_EXTRA) == (fields == GDI_ERROR ? GDI_ERROR : 644u));
-}
-
-void CheckDump(const Record& record) {
-  const std::uint64_t before = fuzz::TracedRecords();
-  DumpDevMode(record.get());
-  const std::uint64_t lines = fuzz::TracedRecords() - before;
-  REQUIRE(Logs(kMessageBit) ? lines == 1 || (lines >= 33 && lines <= 48) : lines == 0);
+  const DWORD size = DrvDeviceCapabilities(printer, name, DC_SIZE, nullptr, record.get());
+  REQUIRE(size == GDI_ERROR || size == kPublicSize);
 }
 
 }  // namespace
@@ -280,20 +233,29 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const HANDLE printer = head.flags & kNoPrinter ? nullptr : open_printer;
 
   fuzz::AsModule([&] {
-    // The dumps of everything below would take milliseconds.
-    log_mask = head.flags & kTraced ? kMessageBit | kTraceBit : 0;
-    CheckDump(first);
-    CheckConversion(first, second);
-    CheckConversionInPlace(first);
-    CheckColorProfileQuery(head, first);
-    log_mask = 0;
-    const DriverDevMode merged = CheckMerge(first, second, printer);
-    CheckValidation(first, printer);
-    CheckOutput(merged, second);
-    CheckDocumentProperties(first, second_bytes, head.mode % 8, printer);
-    CheckConvertEntry(head, first, second);
-    CheckPrintQuery(first, printer);
-    CheckRecordCapabilities(second, printer);
+    const int way = head.way % 8;
+    // The others would dump every record they meet.
+    log_mask = head.flags & kTraced && way < 3 ? kMessageBit | kTraceBit : 0;
+    switch (way) {
+      case 0:
+        return DumpDevMode(first.get());
+      case 1:
+        CheckConversion(first, second);
+        return CheckConversionInPlace(first);
+      case 2:
+        return CheckColorProfileQuery(head, first);
+      case 3:
+        return CheckValidation(first, printer);
+      case 4:
+        return CheckDocumentProperties(first, second_bytes, head.mode % 8, printer);
+      case 5:
+        return CheckConvertEntry(head, first, second);
+      case 6:
+        return CheckOutput(CheckMerge(first, second, printer), second);
+      default:
+        CheckPrintQuery(first, printer);
+        return CheckRecordCapabilities(second, printer);
+    }
   });
   return 0;
 }
