@@ -9,18 +9,18 @@
 #include <fstream>
 #include <string>
 
-#include "console.h"
+#include "user/console.h"
 #include "counted_calls.h"
-#include "dialog_window.h"
+#include "user/dialog_window.h"
 #include "label_stock.h"
 #include "labels/printer_label.h"
-#include "printer_calls.h"
+#include "user/printer_calls.h"
 #include "resources/resource_ids.h"
-#include "sheet_window.h"
+#include "user/sheet_window.h"
 
 namespace {
 
-using demo::Format;
+using user::Format;
 
 constexpr int kCounts[] = {0, 16, 64, r5lqz::kMostLabels};
 constexpr int kRuns = 5;
@@ -65,7 +65,7 @@ void WriteListFile(const std::wstring& path, int count) {
 }
 
 HWND OpenManagePages(HWND page) {
-  const HWND dialog = demo::OpenDialog(page, IDC_PAGE_MANAGE, IDC_MANAGE_ADD);
+  const HWND dialog = user::OpenDialog(page, IDC_PAGE_MANAGE, IDC_MANAGE_ADD);
   if (!dialog) ExitProcess((fprintf(stderr, "the dialog does not open\n"), 1));
   return dialog;
 }
@@ -75,16 +75,16 @@ Cost Import(HWND page, platform::InstalledPrinter& installed) {
   const HWND dialog = OpenManagePages(page);
   bench::spent = {};
   const double start = Milliseconds();
-  demo::Click(dialog, IDC_MANAGE_IMPORT);
+  user::Click(dialog, IDC_MANAGE_IMPORT);
   const Cost taken{bench::spent, Milliseconds() - start};
-  demo::CloseDialog(dialog, IDOK);
+  user::CloseDialog(dialog, IDOK);
   return taken;
 }
 
 Cost Open(HWND page) {
   const HWND dialog = OpenManagePages(page);
   const Cost taken{bench::spent, opening};
-  demo::CloseDialog(dialog, IDOK);
+  user::CloseDialog(dialog, IDOK);
   return taken;
 }
 
@@ -95,10 +95,10 @@ Cost OpenSheet(platform::InstalledPrinter& installed) {
   r5lqz::DriverDevMode after{};
   bench::spent = {};
   const double start = Milliseconds();
-  demo::ShowPreferences(installed, before, after, [&](HWND sheet) {
-    demo::WaitUntilShown(sheet) && demo::WaitUntilPainted(sheet);
+  user::ShowPreferences(installed, before, after, [&](HWND sheet) {
+    user::WaitUntilShown(sheet) && user::WaitUntilPainted(sheet);
     taken = {bench::spent, Milliseconds() - start};
-    demo::CloseSheet(sheet, PSBTN_CANCEL);
+    user::CloseSheet(sheet, PSBTN_CANCEL);
   });
   return taken;
 }
@@ -114,7 +114,7 @@ Cost Best(Run run) {
   return best;
 }
 
-demo::Row RowOf(const char* what, int pages, const Cost& taken) {
+user::Row RowOf(const char* what, int pages, const Cost& taken) {
   const auto& calls = taken.spent.calls;
   return {what,
           Format("%d", pages),
@@ -126,13 +126,13 @@ demo::Row RowOf(const char* what, int pages, const Cost& taken) {
           Format("%.2f", taken.OfItsOwn())};
 }
 
-const demo::Row kHeadings{"what",  "pages", "EnumPrinterKeyW", "GetPrinterDataExA", "SetPrinterDataExA",
+const user::Row kHeadings{"what",  "pages", "EnumPrinterKeyW", "GetPrinterDataExA", "SetPrinterDataExA",
                           "other", "ms",    "ms of its own"};
 
-void MeasureAll(HWND sheet, platform::InstalledPrinter& installed, const std::wstring& path, demo::Report& report) {
-  const HWND page = demo::WaitUntilShown(sheet) ? demo::SelectTabWith(sheet, IDC_PAGE_MANAGE) : nullptr;
+void MeasureAll(HWND sheet, platform::InstalledPrinter& installed, const std::wstring& path, user::Report& report) {
+  const HWND page = user::WaitUntilShown(sheet) ? user::SelectTabWith(sheet, IDC_PAGE_MANAGE) : nullptr;
   if (!report.Expect(page, "the Page tab")) return;
-  std::vector<demo::Row> rows;
+  std::vector<user::Row> rows;
   for (const int pages : kCounts) {
     WriteListFile(path, pages);
     const Cost import = Best([&] { return Import(page, installed); });
@@ -144,8 +144,8 @@ void MeasureAll(HWND sheet, platform::InstalledPrinter& installed, const std::ws
   report.Table(kHeadings, rows);
 }
 
-void MeasureSheet(platform::InstalledPrinter& installed, demo::Report& report) {
-  std::vector<demo::Row> rows;
+void MeasureSheet(platform::InstalledPrinter& installed, user::Report& report) {
+  std::vector<user::Row> rows;
   for (const int pages : kCounts) {
     platform::RemoveLabelStocks(installed.printer);
     for (int at = 0; at < pages; ++at) {
@@ -168,23 +168,23 @@ std::wstring TemporaryFile() {
 
 int wmain(int count, wchar_t** arguments) {
   if (count != 2) return fprintf(stderr, "usage: bench_dialogs DRIVER-MODULE\n"), 2;
-  demo::Report report;
+  user::Report report;
   platform::InstalledPrinter installed;
   const auto result = platform::InstallPrinter(
       {arguments[1], L"Brindlewick R5-LQZ benchmark", L"R5-LQZ benchmark printer", {}}, installed);
   if (!result.Held()) return report.Failed(result.call, result.code), 1;
   {
     const std::wstring path = TemporaryFile();
-    const demo::DialogAnswers answers(installed.module, path);
+    const user::DialogAnswers answers(installed.module, path);
     const bench::CountedCalls counted(installed.module);
     const auto shown = platform::ReplaceImport(installed.module, "user32.dll", "DialogBoxParamW",
                                                reinterpret_cast<const void*>(&ShowDialog));
     report.Expect(answers.AreInPlace() && counted.AreCounted() && shown, "the module's calls to be counted");
     r5lqz::DriverDevMode before{};
     r5lqz::DriverDevMode after{};
-    const auto outcome = demo::ShowPreferences(installed, before, after, [&](HWND sheet) {
+    const auto outcome = user::ShowPreferences(installed, before, after, [&](HWND sheet) {
       MeasureAll(sheet, installed, path, report);
-      demo::CloseSheet(sheet, PSBTN_CANCEL);
+      user::CloseSheet(sheet, PSBTN_CANCEL);
     });
     report.Expect(outcome.shown, "a window of the sheet, which takes a display");
     MeasureSheet(installed, report);

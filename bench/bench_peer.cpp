@@ -21,14 +21,14 @@
 #include <vector>
 
 #include "common_sheet.h"
-#include "console.h"
+#include "user/console.h"
 #include "counted_calls.h"
-#include "sheet_window.h"
+#include "user/sheet_window.h"
 #include "spooler_setup.h"
 
 namespace {
 
-using demo::Format;
+using user::Format;
 
 constexpr wchar_t kPeerDriver[] = L"Benchmark PostScript driver";
 constexpr wchar_t kPeerPrinter[] = L"Benchmark PostScript printer";
@@ -69,7 +69,7 @@ std::pair<double, double> Alternate(int runs, const std::function<double()>& our
   return {Median(first), Median(second)};
 }
 
-demo::Row RowOf(const std::string& what, const std::pair<double, double>& medians) {
+user::Row RowOf(const std::string& what, const std::pair<double, double>& medians) {
   return {what, Format("%.1f", medians.first), Format("%.1f", medians.second),
           Format("%.2f", medians.first / medians.second)};
 }
@@ -117,7 +117,7 @@ Loading LoadInNewProcess(const std::wstring& path) {
 }
 
 void CompareLoading(const std::wstring& module, const std::wstring& peer, const std::wstring& nothing,
-                    demo::Report& report) {
+                    user::Report& report) {
   constexpr int kRuns = 31;
   int modules[3]{};
   const auto load = [&](const std::wstring& path, int which) {
@@ -221,7 +221,7 @@ double AskSettings(const Printer& printer, DWORD mode) {
 }
 
 // From the call until the sheet has been painted, when another thread closes it.
-double ShowPreferences(const Printer& printer, demo::Report& report,
+double ShowPreferences(const Printer& printer, user::Report& report,
                        const std::function<void(DOCUMENTPROPERTYHEADER& header)>& show) {
   std::vector<BYTE> record(4096);
   std::vector<BYTE> out(4096);
@@ -237,9 +237,9 @@ double ShowPreferences(const Printer& printer, demo::Report& report,
   double painted = 0;
   std::thread user([&, thread = GetCurrentThreadId()] {
     HWND sheet = nullptr;
-    if (!demo::WaitUntil([&] { return (sheet = demo::FindSheet(thread)) != nullptr; })) return;
-    if (demo::WaitUntilShown(sheet) && demo::WaitUntilPainted(sheet)) painted = Microseconds();
-    demo::CloseSheet(sheet, PSBTN_CANCEL);
+    if (!user::WaitUntil([&] { return (sheet = user::FindSheet(thread)) != nullptr; })) return;
+    if (user::WaitUntilShown(sheet) && user::WaitUntilPainted(sheet)) painted = Microseconds();
+    user::CloseSheet(sheet, PSBTN_CANCEL);
   });
   const double start = Microseconds();
   show(header);
@@ -249,11 +249,11 @@ double ShowPreferences(const Printer& printer, demo::Report& report,
 }
 
 // What of the settings' time is the spooler's: its calls by the module, and the time in them and beside them.
-void TellOwnTime(platform::InstalledPrinter& installed, demo::Report& report) {
+void TellOwnTime(platform::InstalledPrinter& installed, user::Report& report) {
   const Printer ours{installed.printer, installed.printer_name.data()};
   const bench::CountedCalls counted(installed.module);
   report.Expect(counted.AreCounted(), "the module's calls to be counted");
-  std::vector<demo::Row> rows;
+  std::vector<user::Row> rows;
   const auto tell = [&](const char* what, DWORD mode) {
     std::vector<double> own;
     std::vector<double> in_calls;
@@ -273,11 +273,11 @@ void TellOwnTime(platform::InstalledPrinter& installed, demo::Report& report) {
   report.Table({"ours, us", "spooler calls", "in them", "beside them"}, rows);
 }
 
-void Compare(platform::InstalledPrinter& installed, const Peer& peer, demo::Report& report) {
+void Compare(platform::InstalledPrinter& installed, const Peer& peer, user::Report& report) {
   const Printer ours{installed.printer, installed.printer_name.data()};
   const Printer other{peer.printer, const_cast<wchar_t*>(kPeerPrinter)};
   constexpr int kRuns = 15;
-  std::vector<demo::Row> rows;
+  std::vector<user::Row> rows;
   const auto compare = [&](const char* what, auto measure) {
     rows.push_back(RowOf(what, Alternate(kRuns, [&] { return measure(ours); }, [&] { return measure(other); })));
   };
@@ -310,7 +310,7 @@ int wmain(int count, wchar_t** arguments) {
   if (count == 3 && std::wstring(arguments[1]) == L"load") return MeasureLoading(arguments[2]);
   if (count != 2 && count != 3) return fprintf(stderr, "usage: bench_peer DRIVER-MODULE [EMPTY-MODULE]\n"), 2;
   InitCommonControls();
-  demo::Report report;
+  user::Report report;
   std::unique_ptr<Peer> peer;
   const auto add_peer = [&] {
     peer = std::make_unique<Peer>();

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "base/plain_file.h"
-#include "console.h"
+#include "user/console.h"
 #include "counted_calls.h"
 #include "diag/trace.h"
 
@@ -79,7 +79,7 @@ long long SizeOf(const char* path) {
 
 int main() {
   CreateDirectoryA(kFolder, nullptr);
-  demo::Report report;
+  user::Report report;
   char* const path = r5lqz::GetLogFilePath();
   std::vector<double> records;
   std::vector<double> bare;
@@ -93,8 +93,8 @@ int main() {
   report.Expect(path && SizeOf(path) >= kLines * 70 && SizeOf(kBarePath) >= kLines * 70, "every record in its file");
   const double ours = Median(records);
   const auto row_of = [&](const char* what, double theirs) {
-    return demo::Row{what, demo::Format("%.1f", ours), demo::Format("%.1f", theirs),
-                     demo::Format("%.2f", ours / theirs)};
+    return user::Row{what, user::Format("%.1f", ours), user::Format("%.1f", theirs),
+                     user::Format("%.2f", ours / theirs)};
   };
   report.Table({"a trace record, us", "ours", "the calls'", "ratio"},
                {row_of("beside the bare calls", Median(bare)), row_of("with a file opened safely", Median(safe))});

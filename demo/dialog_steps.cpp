@@ -6,7 +6,7 @@
 #include <iterator>
 
 #include "resources/resource_ids.h"
-#include "sheet_window.h"
+#include "user/sheet_window.h"
 
 namespace demo {
 namespace {

@@ -4,7 +4,7 @@
 #include <span>
 #include <vector>
 
-#include "dialog_window.h"
+#include "user/dialog_window.h"
 #include "session.h"
 
 namespace demo {

@@ -10,7 +10,7 @@
 
 #include "dialog_steps.h"
 #include "resources/resource_ids.h"
-#include "sheet_window.h"
+#include "user/sheet_window.h"
 #include "sheets.h"
 
 namespace demo {

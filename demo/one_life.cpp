@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "driver_life.h"
+#include "user/driver_life.h"
 #include "session.h"
 
 namespace demo {

@@ -8,10 +8,10 @@
 #include <cctype>
 #include <iterator>
 
-#include "dialog_window.h"
+#include "user/dialog_window.h"
 #include "picture.h"
 #include "resources/resource_ids.h"
-#include "sheet_window.h"
+#include "user/sheet_window.h"
 #include "sheets.h"
 
 namespace demo {

@@ -1,4 +1,4 @@
-#include "printer_calls.h"
+#include "user/printer_calls.h"
 #include "settings.h"
 
 namespace demo {

@@ -3,9 +3,11 @@
 #include <cstring>
 #include <optional>
 
-#include "console.h"
+#include "user/console.h"
 
 namespace demo {
+
+using namespace user;
 namespace {
 
 using r5lqz::PrivateDevMode;

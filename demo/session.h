@@ -3,11 +3,13 @@
 
 #include <span>
 
-#include "console.h"
+#include "user/console.h"
 #include "label_stock.h"
 #include "spooler_setup.h"
 
 namespace demo {
+
+using namespace user;
 
 /// A stock as it is stored, beside the size that applications must see of it, in tenths of a millimetre.
 struct DemoLabel {

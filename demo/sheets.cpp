@@ -8,7 +8,7 @@
 #include <thread>
 
 #include "resources/resource_ids.h"
-#include "sheet_window.h"
+#include "user/sheet_window.h"
 
 namespace demo {
 namespace {

@@ -1,7 +1,7 @@
 // The driver's two property sheets, each shown as one modal window by a common property sheet.
 #pragma once
 
-#include "printer_calls.h"
+#include "user/printer_calls.h"
 #include "settings.h"
 
 namespace demo {

@@ -4,9 +4,9 @@
 #include <algorithm>
 #include <cstddef>
 
-#include "printer_calls.h"
+#include "user/printer_calls.h"
 #include "session.h"
-#include "trace_files.h"
+#include "user/trace_files.h"
 
 namespace demo {
 namespace {

@@ -12,12 +12,6 @@ namespace {
 constexpr char kFile[] = "pages.zpk";
 Watch* watched = nullptr;
 
-template <class Condition>
-void AwaitThat(Condition condition, const char* what) {
-  for (int tries = 0; !condition() && tries < 2000; ++tries) Sleep(5);
-  EXPECT_TRUE(condition()) << what;
-}
-
 template <StoreCall which, class... Arguments>
 DWORD WINAPI Count(Arguments... arguments) {
   StoreCalls& call = store[which];
@@ -54,39 +48,21 @@ void* __cdecl Reallocate(void* block, std::size_t size) {
   return *watched->blocks.insert(realloc(block, size)).first;
 }
 
-BOOL CALLBACK FindDialog(HWND window, LPARAM found) {
-  const bool is_dialog = GetDlgItem(window, IDC_MANAGE_ADD) || GetDlgItem(window, IDC_CUSTOM_WIDTH);
-  if (is_dialog && IsWindowVisible(window)) *reinterpret_cast<HWND*>(found) = window;
-  return TRUE;
-}
-
-HWND OpenDialog(HWND button) {
-  HWND dialog = nullptr;
-  PostMessageW(button, BM_CLICK, 0, 0);
-  AwaitThat(
-      [&] {
-        EnumThreadWindows(GetWindowThreadProcessId(button, nullptr), FindDialog, reinterpret_cast<LPARAM>(&dialog));
-        return dialog != nullptr;
-      },
-      "a dialog opens");
-  return dialog;
-}
-
 }  // namespace
 
 DialogUser::DialogUser(const SheetUser& sheet, const DialogKind& its_kind)
-    : SheetUser(OpenDialog(GetDlgItem(sheet.Tab(), its_kind.opener))), kind(its_kind) {}
+    : SheetUser(user::OpenDialog(sheet.Tab(), its_kind.opener, its_kind.edits[1])), kind(its_kind) {
+  EXPECT_TRUE(IsOpen());
+}
 
-void DialogUser::Type(int id, const char* text) const {
-  Send(id, EM_SETSEL, 0, -1);
-  Send(id, WM_CLEAR);
-  for (; *text; ++text) SendMessageA(GetDlgItem(Tab(), id), WM_CHAR, static_cast<BYTE>(*text), 1);
+void DialogUser::Type(int id, const std::string& text) const {
+  user::Type(Tab(), id, WideText(text));
 }
 
 void DialogUser::EndBy(int id, WPARAM key) const {
   const HWND dialog = Tab(), owner = GetWindow(dialog, GW_OWNER);
   PostMessageW(GetDlgItem(dialog, id), WM_KEYDOWN, key, 0);
-  AwaitThat([&] { return !IsWindow(dialog); }, "the key closes the dialog");
+  EXPECT_TRUE(user::WaitUntil([&] { return !IsWindow(dialog); })) << "the key closes the dialog";
   SendMessageW(owner, WM_NULL, 0, 0);
 }
 
@@ -101,11 +77,7 @@ std::string DialogUser::Fields() const {
 
 std::string DialogUser::Pages() const {
   std::string pages;
-  for (WPARAM index = 0, count = static_cast<WPARAM>(Send(IDC_MANAGE_LABELS, LB_GETCOUNT)); index < count; ++index) {
-    char name[256] = "";
-    SendMessageA(GetDlgItem(Tab(), IDC_MANAGE_LABELS), LB_GETTEXT, index, reinterpret_cast<LPARAM>(name));
-    pages += name + std::string(";");
-  }
+  for (const auto& name : user::ListEntries(Tab(), IDC_MANAGE_LABELS)) pages += Narrow(name.c_str(), name.size()) + ";";
   return pages;
 }
 

@@ -3,6 +3,7 @@
 
 #include "printer_keys.h"
 #include "sheet_fixture.h"
+#include "user/dialog_window.h"
 
 namespace tests {
 
@@ -34,7 +35,7 @@ class DialogUser : public SheetUser {
   DialogUser(const SheetUser& sheet, const DialogKind& kind);
   bool IsOpen() const { return IsWindow(Tab()); }
   // Types over a field, character by character.
-  void Type(int id, const char* text) const;
+  void Type(int id, const std::string& text) const;
   // Sends the dialog's loop a key, which is to close it.
   void EndBy(int id, WPARAM key) const;
   // "NAME WIDTH LENGTH VERTICAL HORIZONTAL | UNIT VERTICAL, HORIZONTAL, WIDTH'S RANGE"

@@ -11,7 +11,7 @@
 
 #include "../built_files.h"
 #include "driver_entries.h"
-#include "driver_life.h"
+#include "user/driver_life.h"
 #include "import_patch.h"
 #include "machine_state.h"
 #include "resources/resource_ids.h"
@@ -543,7 +543,7 @@ TEST_F(InstallTest, DriversWithoutANameAndOtherEventsAreRefused) {
 
 // Installed, given a printer, used by a user and an application, removed; and what is left.
 TEST_F(InstallMachine, OneLifeLeavesItAsItWas) {
-  const demo::DriverLife life = demo::LiveOneLife(module_path.wstring());
+  const user::DriverLife life = user::LiveOneLife(module_path.wstring());
   EXPECT_EQ(life.stages.size(), 8u);
   for (const auto& stage : life.stages) EXPECT_TRUE(stage.held) << stage.done << ": " << stage.seen;
 

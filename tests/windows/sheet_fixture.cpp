@@ -1,6 +1,5 @@
 #include "sheet_fixture.h"
 
-#include <commctrl.h>
 #include <malloc.h>
 
 #include <algorithm>
@@ -23,8 +22,8 @@ Watch* watching = nullptr;
 
 using Lock = std::lock_guard<std::recursive_mutex>;
 
-std::string NarrowText(const wchar_t* text) {
-  return Narrow(text, wcslen(text));
+std::string NarrowText(const std::wstring& text) {
+  return Narrow(text.c_str(), text.size());
 }
 
 // A page's first procedure: counts that the page really came to be, and leaves everything to the module's own.
@@ -87,22 +86,21 @@ void __cdecl Release(void* block) {
 
 }  // namespace
 
+std::wstring WideText(const std::string& text) {
+  wchar_t wide[512];
+  return {wide, static_cast<std::size_t>(MultiByteToWideChar(CP_ACP, 0, text.data(), static_cast<int>(text.size()),
+                                                             wide, static_cast<int>(std::size(wide))))};
+}
+
 Texts SheetUser::Titles() const {
-  const auto tabs = reinterpret_cast<HWND>(SendMessageW(sheet_, PSM_GETTABCONTROL, 0, 0));
   Texts titles;
-  wchar_t text[64] = L"";
-  TCITEMW item{.mask = TCIF_TEXT, .pszText = text, .cchTextMax = std::size(text)};
-  while (SendMessageW(tabs, TCM_GETITEMW, titles.size(), reinterpret_cast<LPARAM>(&item))) {
-    titles.push_back(NarrowText(text));
-  }
+  for (int tab = 0; tab < user::TabCount(sheet_); ++tab) titles.push_back(NarrowText(user::TabTitle(sheet_, tab)));
   return titles;
 }
 
 bool SheetUser::Open(const std::string& title) const {
   const Texts titles = Titles();
-  const auto index = std::find(titles.begin(), titles.end(), title) - titles.begin();
-  SendMessageW(sheet_, PSM_SETCURSEL, static_cast<WPARAM>(index), 0);
-  return Tab() && SendMessageW(sheet_, PSM_HWNDTOINDEX, reinterpret_cast<WPARAM>(Tab()), 0) == index;
+  return user::SelectTab(sheet_, static_cast<int>(std::ranges::find(titles, title) - titles.begin())) != nullptr;
 }
 
 HWND SheetUser::Tab() const {
@@ -110,24 +108,18 @@ HWND SheetUser::Tab() const {
   return tab ? tab : sheet_;
 }
 
-LRESULT SheetUser::Send(int id, UINT message, WPARAM first, LPARAM second) const {
+HWND SheetUser::Control(int id) const {
   const HWND control = GetDlgItem(Tab(), id);
   EXPECT_TRUE(control) << "the tab has no control " << id;
-  return SendMessageW(control, message, first, second);
+  return control;
 }
 
 std::string SheetUser::Text(int id) const {
-  wchar_t text[512] = L"";
-  Send(id, WM_GETTEXT, std::size(text), reinterpret_cast<LPARAM>(text));
-  return NarrowText(text);
+  return NarrowText(user::TextOf(Control(id)));
 }
 
-void SheetUser::Choose(int id, const char* entry) const {
-  const HWND box = GetDlgItem(Tab(), id);
-  const LRESULT index = SendMessageA(box, CB_FINDSTRINGEXACT, static_cast<WPARAM>(-1), reinterpret_cast<LPARAM>(entry));
-  EXPECT_GE(index, 0) << entry;
-  Send(id, CB_SETCURSEL, static_cast<WPARAM>(index));
-  SendMessageW(Tab(), WM_COMMAND, MAKEWPARAM(id, CBN_SELCHANGE), reinterpret_cast<LPARAM>(box));
+void SheetUser::Choose(int id, const std::string& entry) const {
+  EXPECT_TRUE(user::ChooseEntry(Tab(), id, WideText(entry))) << entry;
 }
 
 void SheetUser::Type(int id, const char* text) const {
@@ -163,8 +155,7 @@ platform::SheetOutcome ShowSheet(platform::SheetEntry entry, void* header, const
                                         SheetUser user(sheet);
                                         steps(user);
                                         user.Press(button);
-                                        for (int i = 0; i < 1000 && IsWindow(sheet); ++i) Sleep(10);
-                                        if (!IsWindow(sheet)) return;
+                                        if (user::WaitUntil([&] { return !IsWindow(sheet); })) return;
                                         ADD_FAILURE() << "the sheet did not close";
                                         user.Press(PSBTN_CANCEL);
                                       }});

@@ -13,11 +13,15 @@
 #include "../spooler/spooler_fixture.h"
 #include "common_sheet.h"
 #include "resources/resource_ids.h"
+#include "user/sheet_window.h"
 
 namespace tests {
 
 using r5lqz::DriverDevMode;
 using Texts = std::vector<std::string>;
+
+// A text of the system's ANSI code page, which tests write.
+std::wstring WideText(const std::string& text);
 
 // Works an open sheet by the messages that mouse and keyboard cause. Tabs and entries are known by their texts.
 class SheetUser {
@@ -29,13 +33,16 @@ class SheetUser {
   bool Open(const std::string& title) const;
   // The tab that is worked on; a dialog without tabs is one by itself.
   HWND Tab() const;
-  LRESULT Send(int id, UINT message, WPARAM first = 0, LPARAM second = 0) const;
+  HWND Control(int id) const;
+  LRESULT Send(int id, UINT message, WPARAM first = 0, LPARAM second = 0) const {
+    return SendMessageW(Control(id), message, first, second);
+  }
 
   std::string Text(int id) const;  // of a combo box: the selected entry's
   bool Checked(int id) const { return Send(id, BM_GETCHECK) == BST_CHECKED; }
   bool Enabled(int id) const { return IsWindowEnabled(GetDlgItem(Tab(), id)); }
   void Click(int id) const { Send(id, BM_CLICK); }
-  void Choose(int id, const char* entry) const;
+  void Choose(int id, const std::string& entry) const;
   void Type(int id, const char* text) const;
   // Apply and Help return when the tabs have done it; OK and Cancel are for the sheet's own loop to see.
   void Press(int button) const;

@@ -160,8 +160,7 @@ TEST_F(Layout, KeepsTheUserUntilTheHiddenCountIsRight) {
           EXPECT_GT(watch->boxes.size(), 1u) << entry;
           EXPECT_EQ(user.Tab(), tab);
           // The sheet asks a current tab whether it can be left before it lets it apply; another one it does not ask.
-          SendMessageW(tab, WM_NOTIFY, 0, reinterpret_cast<LPARAM>(&apply));
-          EXPECT_EQ(GetWindowLongPtrW(tab, DWLP_MSGRESULT), PSNRET_INVALID_NOCHANGEPAGE) << entry;
+          EXPECT_EQ(SendMessageW(tab, WM_NOTIFY, 0, reinterpret_cast<LPARAM>(&apply)), PSNRET_INVALID_NOCHANGEPAGE);
           for (const auto& box : watch->boxes) {
             EXPECT_EQ(box.text, "Error: Invalid Number of Copies\nValid range: 1 - 1");
             EXPECT_TRUE(box.owner == tab && box.type == MB_ICONERROR);

@@ -1,4 +1,4 @@
-#include "driver_life.h"
+#include "user/driver_life.h"
 
 #include <windows.h>
 
@@ -8,15 +8,15 @@
 #include <algorithm>
 #include <fstream>
 
-#include "console.h"
-#include "dialog_window.h"
+#include "user/console.h"
+#include "user/dialog_window.h"
 #include "label_stock.h"
-#include "printer_calls.h"
+#include "user/printer_calls.h"
 #include "resources/resource_ids.h"
-#include "sheet_window.h"
-#include "trace_files.h"
+#include "user/sheet_window.h"
+#include "user/trace_files.h"
 
-namespace demo {
+namespace user {
 namespace {
 
 namespace fs = std::filesystem;
@@ -221,4 +221,4 @@ DriverLife LiveOneLife(const std::wstring& module_path) {
   return life;
 }
 
-}  // namespace demo
+}  // namespace user

@@ -7,17 +7,17 @@
 #include <vector>
 
 #ifdef __GNUC__
-#define DEMO_PRINTF __attribute__((format(gnu_printf, 1, 2)))
+#define USER_PRINTF __attribute__((format(gnu_printf, 1, 2)))
 #else
-#define DEMO_PRINTF
+#define USER_PRINTF
 #endif
 
-namespace demo {
+namespace user {
 
 using Row = std::vector<std::string>;
 
 /// printf into a text.
-std::string Format(const char* format, ...) DEMO_PRINTF;
+std::string Format(const char* format, ...) USER_PRINTF;
 
 /// UTF-16 as the console's UTF-8. The second form ends at the first zero or at the capacity.
 std::string Narrow(const std::wstring& text);
@@ -38,4 +38,4 @@ struct Report {
   bool Expect(bool held, const std::string& expectation);
 };
 
-}  // namespace demo
+}  // namespace user

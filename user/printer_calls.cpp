@@ -1,8 +1,8 @@
-#include "printer_calls.h"
+#include "user/printer_calls.h"
 
 #include <winspool.h>
 
-namespace demo {
+namespace user {
 namespace {
 
 platform::SheetOutcome Show(platform::SheetEntry entry, void* header, const SheetWork& work) {
@@ -59,4 +59,4 @@ bool AcceptsPaper(platform::InstalledPrinter& installed, DEVMODEW& settings) {
   return installed.entries.QueryPrintEx(&query);
 }
 
-}  // namespace demo
+}  // namespace user

@@ -9,7 +9,7 @@
 
 #include "import_patch.h"
 
-namespace demo {
+namespace user {
 
 /// Presses a page's button and waits for the dialog that it opens, which is known by one of its controls. None: no such
 /// dialog comes.
@@ -46,4 +46,4 @@ class DialogAnswers {
   std::vector<platform::ImportPatch> patches_;
 };
 
-}  // namespace demo
+}  // namespace user

@@ -1,4 +1,4 @@
-#include "dialog_window.h"
+#include "user/dialog_window.h"
 
 #include <commdlg.h>
 
@@ -6,9 +6,9 @@
 #include <cstdio>
 #include <utility>
 
-#include "sheet_window.h"
+#include "user/sheet_window.h"
 
-namespace demo {
+namespace user {
 namespace {
 
 struct Search {
@@ -121,4 +121,4 @@ std::vector<std::wstring> DialogAnswers::TakeMessages() {
   return std::exchange(messages, {});
 }
 
-}  // namespace demo
+}  // namespace user

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace demo {
+namespace user {
 
 /// The trace files of a module as they were found; its end leaves the folder so.
 class TraceFiles {
@@ -33,4 +33,4 @@ class TraceFiles {
   bool had_mask_;
 };
 
-}  // namespace demo
+}  // namespace user

@@ -7,7 +7,7 @@
 #include "settings/driver_devmode.h"
 #include "spooler_setup.h"
 
-namespace demo {
+namespace user {
 
 /// Works a shown sheet from a thread of its own and gets it closed; none: a user does.
 using SheetWork = std::function<void(HWND sheet)>;
@@ -26,4 +26,4 @@ bool StartDocument(platform::InstalledPrinter& installed);
 /// Whether the driver knows the paper of a job's settings.
 bool AcceptsPaper(platform::InstalledPrinter& installed, DEVMODEW& settings);
 
-}  // namespace demo
+}  // namespace user

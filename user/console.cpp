@@ -1,10 +1,10 @@
-#include "console.h"
+#include "user/console.h"
 
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 
-namespace demo {
+namespace user {
 namespace {
 
 // Columns count characters, not the bytes of their UTF-8; a Chinese character is as wide as two others.
@@ -86,4 +86,4 @@ bool Report::Expect(bool held, const std::string& expectation) {
   return false;
 }
 
-}  // namespace demo
+}  // namespace user

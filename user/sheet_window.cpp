@@ -1,4 +1,4 @@
-#include "sheet_window.h"
+#include "user/sheet_window.h"
 
 #include <commctrl.h>
 #include <prsht.h>
@@ -6,10 +6,10 @@
 #include <array>
 #include <cstdio>
 
-namespace demo {
+namespace user {
 namespace {
 
-constexpr std::size_t kTextSize = 256;
+constexpr std::size_t kTextSize = 512;
 
 HWND Tabs(HWND sheet) {
   return reinterpret_cast<HWND>(Send(sheet, PSM_GETTABCONTROL));
@@ -121,4 +121,4 @@ void CloseSheet(HWND sheet, int button) {
   ExitProcess(1);
 }
 
-}  // namespace demo
+}  // namespace user

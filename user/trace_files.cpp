@@ -1,4 +1,4 @@
-#include "trace_files.h"
+#include "user/trace_files.h"
 
 #include <windows.h>
 
@@ -6,7 +6,7 @@
 #include <fstream>
 #include <iterator>
 
-namespace demo {
+namespace user {
 namespace {
 
 constexpr wchar_t kFolder[] = L"c:\\temp";
@@ -71,4 +71,4 @@ std::vector<std::string> TraceFiles::NewLines() {
   return lines;
 }
 
-}  // namespace demo
+}  // namespace user

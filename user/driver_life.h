@@ -6,7 +6,7 @@
 
 #include "machine_state.h"
 
-namespace demo {
+namespace user {
 
 struct LifeStage {
   std::string done;
@@ -32,4 +32,4 @@ struct DriverLife {
 /// this one leaves afterwards, but for the module's copy that this process has loaded by then.
 DriverLife LiveOneLife(const std::wstring& module_path);
 
-}  // namespace demo
+}  // namespace user

@@ -6,7 +6,7 @@
 
 #include <string>
 
-namespace demo {
+namespace user {
 
 inline constexpr DWORD kPatience = 10000;  // milliseconds
 
@@ -55,4 +55,4 @@ bool WaitUntilPainted(HWND sheet);
 /// process then says so and ends with 1.
 void CloseSheet(HWND sheet, int button);
 
-}  // namespace demo
+}  // namespace user
