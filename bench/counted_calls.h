@@ -47,6 +47,14 @@ struct Counted<which, original> {
   }
 };
 
+// Found when it is called: a program that measures what comes along with a module must not have it loaded before.
+inline BOOL WINAPI ListProfiles(PCWSTR machine, PENUMTYPEW filter, BYTE* names, PDWORD size, PDWORD count) {
+  using Function = decltype(&EnumColorProfilesW);
+  static const auto list = reinterpret_cast<Function>(
+      reinterpret_cast<void*>(GetProcAddress(LoadLibraryW(L"mscms.dll"), "EnumColorProfilesW")));
+  return list(machine, filter, names, size, count);
+}
+
 // Counts as long as it lives.
 class CountedCalls {
  public:
@@ -63,7 +71,7 @@ class CountedCalls {
     replace("AddFormW", &Counted<kOther, &AddFormW>::Function);
     replace("OpenPrinterW", &Counted<kOther, &OpenPrinterW>::Function);
     replace("ClosePrinter", &Counted<kOther, &ClosePrinter>::Function);
-    replace("EnumColorProfilesW", &Counted<kOther, &EnumColorProfilesW>::Function, "mscms.dll");
+    replace("EnumColorProfilesW", &Counted<kOther, &ListProfiles>::Function, "mscms.dll");
   }
   bool AreCounted() const {
     return std::ranges::all_of(patches_, [](const auto& patch) { return static_cast<bool>(patch); });

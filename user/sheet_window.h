@@ -16,7 +16,7 @@ bool WaitUntil(Condition holds) {
   const ULONGLONG end = GetTickCount64() + kPatience;
   while (!holds()) {
     if (GetTickCount64() > end) return false;
-    Sleep(5);
+    Sleep(1);
   }
   return true;
 }
