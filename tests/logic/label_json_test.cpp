@@ -88,7 +88,8 @@ TEST_F(LabelJson, OnlyWhatThereIsRoomForIsRead) {
   EXPECT_EQ(Read(List("{},{},{}"), 2), "No Name 1 4.13x5.00 1 0,0 #259;No Name 2 4.13x5.00 1 0,0 #260;");
   const std::string list = Read(List(many));
   EXPECT_EQ(std::count(list.begin(), list.end(), ';'), kMostLabels);
-  EXPECT_EQ(list.substr(list.rfind("No")), "No Name 128 4.13x5.00 1 0,0 #386;");
+  EXPECT_EQ(list.substr(list.rfind("No")), "No Name " + std::to_string(kMostLabels) + " 4.13x5.00 1 0,0 #" +
+                                               std::to_string(kFirstLabelId + kMostLabels) + ";");
 }
 
 TEST_F(LabelJson, WhatIsWrittenIsReadAgain) {

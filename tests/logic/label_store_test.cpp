@@ -115,8 +115,9 @@ TEST_F(LabelStore, TextsAreTerminatedHoweverTheyAreStored) {
 }
 
 TEST_F(LabelStore, ListHoldsAsManyAsItHasRoomFor) {
-  for (int id = 258; id < 258 + 130; ++id) StoreLabel(id, "Many", "50", "60", kMillimetres);
-  EXPECT_EQ(Labels().size(), 128u);
+  for (SHORT id = kFirstLabelId; id < kFirstLabelId + kMostLabels + 2; ++id)
+    StoreLabel(id, "Many", "50", "60", kMillimetres);
+  EXPECT_EQ(Labels().size(), std::size_t{kMostLabels});
   EXPECT_EQ(Labels(0).size(), 0u);
 }
 

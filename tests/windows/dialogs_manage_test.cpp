@@ -6,6 +6,7 @@
 #include <clocale>
 
 #include "dialogs_fixture.h"
+#include "labels/printer_label.h"
 
 namespace tests {
 namespace {
@@ -16,7 +17,7 @@ const auto Add = Click(IDC_MANAGE_ADD), Modify = Click(IDC_MANAGE_MODIFY), Delet
            Import = Click(IDC_MANAGE_IMPORT), Export = Click(IDC_MANAGE_EXPORT), Inches = Click(IDC_MANAGE_INCHES),
            Mm = Click(IDC_MANAGE_MM);
 
-constexpr int kMostPages = 128;
+constexpr int kMostPages = r5lqz::kMostLabels;
 constexpr char kWidthInches[] = "Invalid Width\nValid range: 0.040 - 11.692";
 constexpr char kWidthMm[] = "Invalid Width\nValid range: 1.000 - 297.000";
 constexpr char kOffset[] = "Offset is invalid.\nValid range: -2400 - 2400";
@@ -209,7 +210,7 @@ TEST_F(ManagePages, WorksOnWhileOthersChangeTheStore) {
 }
 
 // At the limits, and at what cost: reading n pages takes two listings and seven values each, and so does adding them.
-TEST_F(ManagePages, HoldsUpTo128Pages) {
+TEST_F(ManagePages, HoldsAsManyPagesAsAListHasLabels) {
   const auto import3 = ImportOf(ListOf(3));
   Edit(Defaults(), [&](SheetUser& sheet) {
     ASSERT_TRUE(sheet.Open("Page"));

@@ -225,7 +225,7 @@ TEST_F(Messages, CommandsDuringABoxAreRefused) {
 
 // The dialog's copy of the printer's pages, as it lies at the start of the state that its window names.
 struct DialogCopy {
-  r5lqz::PrinterLabel labels[128];
+  r5lqz::PrinterLabel labels[r5lqz::kMostLabels];
   int count;
 };
 
@@ -357,7 +357,7 @@ class Walk {
 
   void ExpectAgreement(const DialogUser& dialog) {
     const auto* copy = reinterpret_cast<const DialogCopy*>(GetWindowLongPtrW(dialog.Tab(), GWLP_USERDATA));
-    ASSERT_TRUE(copy && copy->count >= 0 && copy->count <= 128);
+    ASSERT_TRUE(copy && copy->count >= 0 && copy->count <= r5lqz::kMostLabels);
     std::string names, labels;
     for (int at = 0; at < copy->count; ++at) {
       const auto& label = copy->labels[at];
