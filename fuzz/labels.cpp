@@ -68,8 +68,9 @@ void StoreLabels(fuzz::Input& input) {
 // The key lists that the spooler gives in turn, from the first one on again for every call of the module.
 class KeyLists {
  public:
-  KeyLists(const Head& head, fuzz::Input& input)
-      : lists_{input.TakeBytes(head.list_size), input.TakeBytes(head.second_size)} {
+  KeyLists(const Head& head, fuzz::Input& input) {
+    lists_[0] = input.TakeBytes(head.list_size);
+    lists_[1] = input.TakeBytes(head.second_size);
     if (head.flags & kOneTooMany) lists_[0] = Repeated(lists_[0]);
     if (head.flags & kGivenKeyList) platform::SetKeyListBytes(kPrinterName, kParentKey, lists_[0]);
     if (!(head.flags & kChangingKeyList)) return;

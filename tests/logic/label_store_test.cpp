@@ -115,7 +115,7 @@ TEST_F(LabelStore, TextsAreTerminatedHoweverTheyAreStored) {
 }
 
 TEST_F(LabelStore, ListHoldsAsManyAsItHasRoomFor) {
-  for (SHORT id = kFirstLabelId; id < kFirstLabelId + kMostLabels + 2; ++id)
+  for (int id = kFirstLabelId; id < kFirstLabelId + kMostLabels + 2; ++id)
     StoreLabel(id, "Many", "50", "60", kMillimetres);
   EXPECT_EQ(Labels().size(), std::size_t{kMostLabels});
   EXPECT_EQ(Labels(0).size(), 0u);

@@ -53,8 +53,8 @@ struct PrinterLabel {
 
 static_assert(sizeof(PrinterLabel) == 104);
 
-// Validation, print query, capabilities and import hold a whole list on the stack of whoever called the module, which may
-// be a small one: what that may take at most, in bytes. A longer list has to go to a heap.
+// Validation, print query, capabilities and import hold a whole list on the stack of whoever called the module, which
+// may be a small one: what that may take at most, in bytes. A longer list has to go to a heap.
 inline constexpr std::size_t kStackForLabels = 16384;
 static_assert(kMostLabels * sizeof(PrinterLabel) <= kStackForLabels, "the label list no longer fits a caller's stack");
 
