@@ -12,7 +12,7 @@
 
 namespace tests {
 
-/// A fixed-size wide text of ASCII characters as a narrow one, for comparing and printing.
+/// A fixed-size wide text in the ANSI code page, as the module stores it, for comparing and printing.
 std::string Narrow(const wchar_t* text, std::size_t capacity);
 
 /// The module file that the build made.

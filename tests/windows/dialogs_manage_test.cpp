@@ -285,11 +285,6 @@ TEST_F(ManagePages, ImportedNamesAreMadeUnique) {
 // Run in Chinese too, where a character takes two bytes: nothing is cut within one. Where the code page lacks the
 // characters each becomes one byte, and everything fits.
 TEST_F(ManagePages, NamesAndNumbersAreStoredWholeOrRefused) {
-  const auto stored_as = [](const std::wstring& text) {
-    char narrow[256] = "";
-    WideCharToMultiByte(CP_ACP, 0, text.c_str(), -1, narrow, sizeof narrow, nullptr, nullptr);
-    return std::string(narrow);
-  };
   const std::wstring most(31, L'\u4E2D'), blanks = L"  ";
   Edit(Defaults(), [&](SheetUser& sheet) {
     DialogUser dialog(sheet, kManage);
@@ -298,7 +293,7 @@ TEST_F(ManagePages, NamesAndNumbersAreStoredWholeOrRefused) {
     for (const auto& name : {most + L"1", most + L"\u4E2D", most + L"12", blanks + most + blanks}) {
       set(IDC_MANAGE_NAME, name);
       Add(dialog);
-      const auto bytes = stored_as(name.starts_with(L' ') ? most : name);
+      const auto bytes = Narrow(name.starts_with(L' ') ? most.c_str() : name.c_str(), 64);
       const bool fits = bytes.size() < 64;
       if (fits) names += bytes + ";";
       EXPECT_EQ(Said(), fits ? "" : ModuleText(IDS_NAME_TOO_LONG) + ":\n" + Narrow(name.c_str(), 64)) << bytes;
