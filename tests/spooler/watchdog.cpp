@@ -1,7 +1,9 @@
-// Ends the test program that it is linked into when a test stalls or anything crashes: with code 3 and the call stack
-// of the thread that runs the tests, or of the one that crashed. GoogleTest has said which test.
+// Ends the test program that it is linked into when a test stalls or anything crashes: with code 3 and the call stacks
+// of its threads, or that of the one that crashed. GoogleTest has said which test.
 #include <gtest/gtest.h>
 #include <windows.h>
+
+#include <tlhelp32.h>
 
 #include <atomic>
 #include <cstdarg>
@@ -17,7 +19,6 @@ constexpr int kFrames = 24;
 
 std::atomic<unsigned> tests_started;
 std::atomic<bool> watching;
-HANDLE test_thread;
 HANDLE watcher;
 HANDLE program_ended;
 
@@ -73,13 +74,27 @@ LONG WINAPI OnCrash(EXCEPTION_POINTERS* exception) {
 }
 
 // The thread goes on meanwhile: it may hold a lock that printing needs.
-void PrintStackOf(HANDLE thread) {
+void PrintStackOf(DWORD id) {
+  const HANDLE thread = OpenThread(THREAD_SUSPEND_RESUME | THREAD_GET_CONTEXT, FALSE, id);
   CONTEXT context{};
   context.ContextFlags = CONTEXT_FULL;
   SuspendThread(thread);
   const BOOL found = GetThreadContext(thread, &context);
   ResumeThread(thread);
+  Print("  thread %lx\n", id);
   if (found) PrintStack(context);
+  CloseHandle(thread);
+}
+
+// Of every thread but this one: the one that waits is seldom the one that stalls.
+void PrintStacks() {
+  const HANDLE all = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
+  THREADENTRY32 thread{sizeof thread, 0, 0, 0, 0, 0, 0};
+  for (BOOL more = Thread32First(all, &thread); more; more = Thread32Next(all, &thread)) {
+    const bool is_ours = thread.th32OwnerProcessID == GetCurrentProcessId();
+    if (is_ours && thread.th32ThreadID != GetCurrentThreadId()) PrintStackOf(thread.th32ThreadID);
+  }
+  CloseHandle(all);
 }
 
 DWORD WINAPI Watch(void*) {
@@ -94,7 +109,7 @@ DWORD WINAPI Watch(void*) {
     }
     if (now - begun < kLimit) continue;
     Print("stalled for %llu ms, at\n", now - begun);
-    PrintStackOf(test_thread);
+    PrintStacks();
     TerminateProcess(GetCurrentProcess(), kExitCode);
   }
   return 0;
@@ -102,8 +117,6 @@ DWORD WINAPI Watch(void*) {
 
 class Watchdog : public testing::EmptyTestEventListener {
   void OnTestProgramStart(const testing::UnitTest&) override {
-    const HANDLE self = GetCurrentProcess();
-    DuplicateHandle(self, GetCurrentThread(), self, &test_thread, 0, FALSE, DUPLICATE_SAME_ACCESS);
     SetUnhandledExceptionFilter(OnCrash);
     program_ended = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     watcher = CreateThread(nullptr, 0, Watch, nullptr, 0, nullptr);

@@ -1,8 +1,6 @@
 // The Page tab: which label it shows as chosen, what it says of it, and what it makes of the choice.
 #include <clocale>
 #include <fstream>
-#include <latch>
-#include <thread>
 
 #include "../trace_shape.h"
 #include "dialogs_fixture.h"
@@ -164,29 +162,21 @@ TEST_F(PageTab, AChoiceOutlivesEditCustomButNotManagePages) {
 TEST_F(PageTab, AppliesWhatItsOwnListShows) {
   Store(kMetric);
   Store(kInch);
-  std::latch chosen(1), changed(1);
   DriverDevMode theirs{};
-  std::thread other([&] {
-    theirs = Edit(Defaults(), [&](SheetUser& sheet) {
-      chosen.wait();
-      EXPECT_TRUE(sheet.Open("Page"));
-      DialogUser dialog(sheet, kManage);
+  const DriverDevMode ours = Edit(Defaults(), [&](SheetUser& sheet) {
+    EXPECT_TRUE(sheet.Open("Page"));
+    sheet.Choose(IDC_PAGE_LABELS, "Inch");
+    theirs = Edit(Defaults(), [&](SheetUser& other) {
+      EXPECT_TRUE(other.Open("Page"));
+      DialogUser dialog(other, kManage);
       dialog.Click(IDC_MANAGE_DELETE);
       dialog.Type(IDC_MANAGE_NAME, "C"), dialog.Type(IDC_MANAGE_WIDTH, "7");
       dialog.Click(IDC_MANAGE_ADD);
       dialog.EndBy(IDC_MANAGE_NAME, VK_ESCAPE);
-      sheet.Choose(IDC_PAGE_LABELS, "C");
-      changed.count_down();
+      other.Choose(IDC_PAGE_LABELS, "C");
     });
-  });
-  const DriverDevMode ours = Edit(Defaults(), [&](SheetUser& sheet) {
-    EXPECT_TRUE(sheet.Open("Page"));
-    sheet.Choose(IDC_PAGE_LABELS, "Inch");
-    chosen.count_down();
-    changed.wait();
     EXPECT_EQ(sheet.Text(IDC_PAGE_LABELS), "Inch");
   });
-  other.join();
   EXPECT_STREQ(ours.dm_private.labelName, "Inch");
   EXPECT_EQ(ours.dm_public.dmPaperWidth, 1048);
   EXPECT_STREQ(theirs.dm_private.labelName, "C");
