@@ -208,6 +208,8 @@ TEST_F(PageTab, AWalkThroughEverythingIsTracedStepByStep) {
       dialog.Click(IDC_MANAGE_MM);
       dialog.Click(IDC_MANAGE_EXPORT);
       dialog.Click(IDC_MANAGE_DELETE);
+      Choose(0)(dialog);
+      dialog.Click(IDC_MANAGE_DELETE);
       dialog.EndBy(IDC_MANAGE_NAME, VK_ESCAPE);
     }
     DialogUser(sheet, kCustom).EndBy(IDC_CUSTOM_WIDTH, VK_RETURN);
@@ -263,10 +265,12 @@ TEST_F(PageTab, AWalkThroughEverythingIsTracedStepByStep) {
                 entries + ") UnitsClick(ReadAndValidateFloat() ReadAndValidateFloat() " + ranges +
                 " ExportClick(InitFileDlg()) DeleteClick(DeletePrinterLabel(=0x0) AdjustLabelListExtent() "
                 "DisplayValues(UpdateVertOffset() UpdateHorzOffset() " +
-                ranges + ") CloseClick() LoadLabelList(" + list +
-                ") DisplayLabelDetails()) EditCustomClick(Initialize(DisplayValues(" + ranges + ") OkClick(" + entries +
-                " DisplayLabelDetails()) OkClick(" + converted + "864)) OkClick(" + converted +
-                "864)) OkClick(GetNumberCopies(ReadAndValidateInt()) " + converted +
+                ranges + ") LabelListClick(DisplayValues(UpdateVertOffset() UpdateHorzOffset() " + ranges +
+                ") DeleteClick(DeletePrinterLabel(=0x0) AdjustLabelListExtent()) CloseClick() LoadLabelList("
+                "ReadPrinterLabelList(=0x0) DisplayDevmodeDetails()) DisplayDevmodeDetails()) "
+                "EditCustomClick(Initialize(DisplayValues(" +
+                ranges + ") OkClick(" + entries + " DisplayDevmodeDetails()) OkClick(" + converted + "864)) OkClick(" +
+                converted + "864)) OkClick(GetNumberCopies(ReadAndValidateInt()) " + converted +
                 "864)) FreeColorProfileItemData() " + reason("3") + " " + converted + "864)) " + reason("2") +
                 ") DrvDevicePropertySheets(" + context +
                 "MergeDevMode(=TRUE) AddPrinterForms()) AddTab()) DrvDevicePropertySheets() InitDialog() OkClick() "
