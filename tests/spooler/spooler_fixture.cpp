@@ -26,8 +26,8 @@ std::string Narrow(const wchar_t* text, std::size_t capacity) {
   const int length = static_cast<int>(wcsnlen(text, capacity));
   std::string narrow(static_cast<std::size_t>(length) * 4, '\0');
   const int bytes = static_cast<int>(narrow.size());
-  narrow.resize(static_cast<std::size_t>(
-      WideCharToMultiByte(CP_ACP, 0, text, length, narrow.data(), bytes, nullptr, nullptr)));
+  narrow.resize(
+      static_cast<std::size_t>(WideCharToMultiByte(CP_ACP, 0, text, length, narrow.data(), bytes, nullptr, nullptr)));
   return narrow;
 }
 
