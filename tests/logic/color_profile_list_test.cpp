@@ -53,6 +53,9 @@ TEST_F(ColorProfileList, EndsWithinWhatTheSystemGave) {
     platform::SetProfileListBytes(std::as_bytes(std::span(kList)).first(bytes), count, beyond);
     EXPECT_EQ(List(), names) << bytes << ", " << count;
   }
+  platform::SetProfileListBytes(std::as_bytes(std::span(kList)).first(9), 3);
+  platform::FailCall("malloc", 1, ERROR_NOT_ENOUGH_MEMORY);
+  EXPECT_EQ(List(), (Names{"b", "a", "c"})) << "as it came, without memory to sort it";
 }
 
 TEST_F(ColorProfileList, FailuresGiveNoList) {

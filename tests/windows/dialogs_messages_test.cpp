@@ -323,6 +323,7 @@ class Walk {
         {static_cast<UINT>(PSN_KILLACTIVE), static_cast<UINT>(PSN_SETACTIVE), static_cast<UINT>(PSN_APPLY), 12345u});
     const NMHDR notification{nullptr, 0, code};
     SendMessageW(window, WM_NOTIFY, 0, reinterpret_cast<LPARAM>(&notification));
+    SendMessageW(window, WM_NOTIFY, 0, 0);
   }
 
   // A dialog from its opening to its end.

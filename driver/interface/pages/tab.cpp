@@ -102,7 +102,7 @@ INT_PTR RouteTab(const TabOperations& tab, HWND dialog, UINT message, WPARAM w_p
       if (!context) Open(tab, dialog, l_param);
       return TRUE;
     case WM_NOTIFY:
-      if (works) Notify(tab, dialog, reinterpret_cast<const NMHDR*>(l_param)->code, *context);
+      if (works && l_param) Notify(tab, dialog, reinterpret_cast<const NMHDR*>(l_param)->code, *context);
       return TRUE;
     case WM_COMMAND:
       if (works && tab.command) Command(tab, dialog, LOWORD(w_param), *context);

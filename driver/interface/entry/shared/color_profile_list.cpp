@@ -20,9 +20,9 @@ constexpr DWORD kFilterVersion = 0x0300;
 // The filter's bit that the platform's header calls ET_DEVICENAME.
 constexpr DWORD kFilterByDevice = 0x00000001;
 
-// Our block is two characters longer than what the system may write, so that it ends in an empty text whatever was
-// written.
-constexpr std::size_t kClosingBytes = 2 * sizeof(WCHAR);
+// Our block is longer than what the system may write by two characters, and by what half a character lacks, so that it
+// ends in an empty text whatever was written.
+constexpr std::size_t kClosingBytes = 3 * sizeof(WCHAR);
 
 // How much of a name the trace log shows: a path of the usual greatest length (MAX_PATH).
 constexpr std::size_t kMostShown = 260;
