@@ -5,6 +5,7 @@
 #include <sddl.h>
 #include <shlobj.h>
 #include <winspool.h>
+#include <winternl.h>
 
 #include <algorithm>
 #include <fstream>
@@ -282,10 +283,20 @@ TEST_F(InstallTest, RemovalFollowsNoLink) {
   }
 }
 
-HANDLE WINAPI SwappingCreate(LPCWSTR path, DWORD access, DWORD sharing, LPSECURITY_ATTRIBUTES attributes,
-                             DWORD disposition, DWORD flags, HANDLE like) {
-  if (disposition == CREATE_NEW) Swap();
-  return CreateFileW(path, access, sharing, attributes, disposition, flags, like);
+// Whether what a call makes is the driver's.
+bool IsOurs(const OBJECT_ATTRIBUTES& attributes, ULONG disposition) {
+  const UNICODE_STRING& name = *attributes.ObjectName;
+  return disposition == FILE_CREATE &&
+         fs::path(std::wstring(name.Buffer, name.Length / sizeof(WCHAR))) != fs::path(kModuleLog).filename();
+}
+
+NTSTATUS WINAPI SwappingCreate(HANDLE* handle, ACCESS_MASK access, OBJECT_ATTRIBUTES* attributes,
+                               IO_STATUS_BLOCK* outcome, LARGE_INTEGER* size, ULONG file_attributes, ULONG sharing,
+                               ULONG disposition, ULONG options, void* extra, ULONG extra_size) {
+  EXPECT_TRUE(options & FILE_COMPLETE_IF_OPLOCKED) << "a stranger's lock would be waited for";
+  if (IsOurs(*attributes, disposition)) Swap();
+  return NtCreateFile(handle, access, attributes, outcome, size, file_attributes, sharing, disposition, options, extra,
+                      extra_size);
 }
 
 const Lines kNothingPut{"[Error] Could create userguide shortcut: 0x5", "[Error] Could not copy Raster SDK files: 0x5"};
@@ -300,16 +311,15 @@ TEST_F(InstallTest, NothingIsPutBehindALinkOrIntoAStrangersFolder) {
     EXPECT_EQ(Install(), kNothingPut);
     EXPECT_EQ(Listing(others_), Lines{});
   }
-  for (const bool sdk : {false, true}) {
+  for (const fs::path& folder : {StartMenuFolder(), SdkFolder(), SdkFolder().parent_path()}) {
+    SCOPED_TRACE(folder);
     Renew();
-    const fs::path folder = sdk ? SdkFolder() : StartMenuFolder();
-    if (sdk) {
-      EXPECT_EQ(Install(), Lines{});
-      for (const std::string& name : kSdkFiles) fs::remove(folder / name);
-    }
-    const auto patch = Patch("kernel32.dll", "CreateFileW", &SwappingCreate);
+    EXPECT_EQ(Install(), Lines{});
+    for (const auto& entry : fs::directory_iterator(folder)) fs::remove_all(entry);
+    if (folder != SdkFolder()) fs::remove_all(SdkFolder());
+    const auto patch = Patch("ntdll.dll", "NtCreateFile", &SwappingCreate);
     SwapLater(folder);
-    EXPECT_EQ(Install(), Lines{kNothingPut[sdk]}) << "a folder that becomes a link meanwhile";
+    EXPECT_EQ(Install(), Lines{kNothingPut[folder != StartMenuFolder()]}) << "a folder that becomes a link meanwhile";
     EXPECT_EQ(Listing(others_), Lines{});
   }
   Renew();
@@ -358,12 +368,15 @@ TEST_F(InstallTest, FoldersBelongToTheSystemItsAdministratorsOrWhoeverInstalls) 
   }
 }
 
-TEST_F(InstallTest, AStrangersFileIsNotTakenForTheSdks) {
+TEST_F(InstallTest, AStrangersFileIsNotTakenForTheDrivers) {
   const auto patch = Patch("advapi32.dll", "GetSecurityInfo", &OwnerIs);
   ASSERT_TRUE(ConvertStringSidToSidW(L"S-1-5-18", &owner));
   ASSERT_TRUE(ConvertStringSidToSidW(L"S-1-5-32-545", &file_owner));
+  const fs::path shortcut = StartMenuFolder() / "R5-LQZ User Guide.url";
   MakeFile(SdkFolder() / kSdkFiles[0]);
-  EXPECT_EQ(Install(), Lines{kNothingPut[1]});
+  MakeFile(shortcut);
+  EXPECT_EQ(Install(), kNothingPut);
+  EXPECT_EQ(ReadBytes(shortcut.string()), "x");
   LocalFree(owner);
   LocalFree(file_owner);
 }
@@ -376,10 +389,15 @@ void AddMade(const fs::path& path, PSECURITY_DESCRIPTOR descriptor) {
   made.push_back(path.filename().string() + ' ' + fs::path(text ? text : L"").string());
   LocalFree(text);
 }
-BOOL WINAPI WatchedCreate(LPCWSTR path, LPSECURITY_ATTRIBUTES attributes) {
-  const bool whole = attributes && attributes->nLength == sizeof *attributes;
-  AddMade(path, whole ? attributes->lpSecurityDescriptor : nullptr);
-  return CreateDirectoryW(path, nullptr);
+NTSTATUS WINAPI WatchedCreate(HANDLE* handle, ACCESS_MASK access, OBJECT_ATTRIBUTES* attributes,
+                              IO_STATUS_BLOCK* outcome, LARGE_INTEGER* size, ULONG file_attributes, ULONG sharing,
+                              ULONG disposition, ULONG options, void* extra, ULONG extra_size) {
+  if (IsOurs(*attributes, disposition) && options & FILE_DIRECTORY_FILE) {
+    const UNICODE_STRING& name = *attributes->ObjectName;
+    AddMade(std::wstring(name.Buffer, name.Length / sizeof(WCHAR)), attributes->SecurityDescriptor);
+  }
+  return NtCreateFile(handle, access, attributes, outcome, size, file_attributes, sharing, disposition, options, extra,
+                      extra_size);
 }
 
 // A folder's list is set again when it is used.
@@ -392,13 +410,16 @@ BOOL WINAPI WatchedProtect(HANDLE opened, SECURITY_INFORMATION which, PSECURITY_
 }
 
 TEST_F(InstallTest, FoldersAreMadeForTheSystemToChangeAndUsersToRead) {
-  const auto patch = Patch("kernel32.dll", "CreateDirectoryW", &WatchedCreate);
+  const auto patch = Patch("ntdll.dll", "NtCreateFile", &WatchedCreate);
   const auto protect = Patch("advapi32.dll", "SetKernelObjectSecurity", &WatchedProtect);
   made.clear();
   EXPECT_EQ(Install(), Lines{});
   const std::string list = " D:P(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)(A;OICI;0x1200a9;;;BU)";
   const std::string start_menu = "Brindlewick R5-LQZ" + list, sdk = "Brindlewick R5-LQZ Driver" + list;
   EXPECT_EQ(made, (Lines{start_menu, start_menu, "Brindlewick" + list, sdk, sdk, sdk, sdk, sdk}));
+  made.clear();
+  Install();
+  EXPECT_EQ(made, (Lines{start_menu, sdk})) << "with the first file there";
 }
 
 BOOL WINAPI SwappingMove(LPCWSTR from, LPCWSTR to, DWORD flags) {
@@ -464,6 +485,15 @@ TEST_F(InstallTest, ProfilesAreUninstalledInOrderWhateverEachAnswers) {
   }
 }
 
+NTSTATUS WINAPI RefuseFolder(HANDLE* handle, ACCESS_MASK access, OBJECT_ATTRIBUTES* attributes,
+                             IO_STATUS_BLOCK* outcome, LARGE_INTEGER* size, ULONG file_attributes, ULONG sharing,
+                             ULONG disposition, ULONG options, void* extra, ULONG extra_size) {
+  constexpr NTSTATUS kDeviceNotReady = static_cast<NTSTATUS>(0xC00000A3);
+  if (IsOurs(*attributes, disposition) && options & FILE_DIRECTORY_FILE) return kDeviceNotReady;
+  return NtCreateFile(handle, access, attributes, outcome, size, file_attributes, sharing, disposition, options, extra,
+                      extra_size);
+}
+
 TEST_F(InstallTest, TasksFailOnTheirOwn) {
   const auto with = [](auto* function) { return reinterpret_cast<const void*>(function); };
   constexpr char kShell[] = "shell32.dll", kFolder[] = "SHGetSpecialFolderPathW";
@@ -487,7 +517,7 @@ TEST_F(InstallTest, TasksFailOnTheirOwn) {
       {"kernel32.dll", "SetEndOfFile", with(&Fail), "0x15", "", "", ""},
       {"advapi32.dll", "ConvertStringSecurityDescriptorToSecurityDescriptorW", with(&Fail), "0x15", "0x3", "", ""},
       {"kernel32.dll", "CopyFileW", with(&Fail), "", "0x15", "", ""},
-      {"kernel32.dll", "CreateDirectoryW", with(&Fail), "0x15", "0x3", "", ""}};
+      {"ntdll.dll", "NtCreateFile", with(&RefuseFolder), "0x15", "0x3", "", ""}};
   const auto add = [](Lines& records, const char* text, const char* code) {
     if (*code) records.push_back(std::string("[Error] ") + text + code);
   };

@@ -98,12 +98,13 @@ TEST_F(TraceLog, RotationMovesTheOlderFilesUpAsFarAsTheFirstGap) {
   }
 }
 
-TEST_F(TraceLog, RecordGoesOnTheOldFileWhenAReaderForbidsRenaming) {
+// Whoever has it open could have a lock that renaming would wait for.
+TEST_F(TraceLog, RecordGoesOnTheOldFileWhileSomebodyHasOneOpen) {
   for (const std::string& busy : {std::string(kLog), Rotated('1'), Rotated('9')}) {
     SCOPED_TRACE(busy);
     for (char number = '1'; number <= '9'; ++number) WriteBytes(Rotated(number), {&number, 1});
     MakeLog(kSizeLimit + 1);
-    const HANDLE reader = OpenForReading(busy, FILE_SHARE_READ | FILE_SHARE_WRITE);
+    const HANDLE reader = OpenForReading(busy, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE);
     ASSERT_NE(reader, INVALID_HANDLE_VALUE);
     Log("new");
     CloseHandle(reader);

@@ -11,6 +11,9 @@
 #include <span>
 
 #include "base/bounded_text.h"
+#if defined(_WIN32)
+#include "base/open_beneath.h"
+#endif
 
 namespace r5lqz {
 namespace {
@@ -25,42 +28,9 @@ WidePath WidePathOf(const char* path) {
 
 #if defined(_WIN32)
 
-// The system's own call can do what CreateFile cannot: open beneath an opened folder, so that no link among the folders
-// is followed, to another machine at worst; and end at once where somebody else's opportunistic lock would have to be
-// broken first, which its owner may put off for good. A link in the place of what is opened is opened itself, not what
-// it leads to; a pipe's other end, should there be one, can identify the caller and no more.
-OwnedHandle OpenBeneath(HANDLE folder, std::span<const WCHAR> name, ACCESS_MASK access, ULONG disposition,
-                        ULONG options) {
-  constexpr NTSTATUS kOplockBreakInProgress = 0x00000108;  // STATUS_OPLOCK_BREAK_IN_PROGRESS, with a handle
-  constexpr ULONG kWithoutWaiting = FILE_OPEN_REPARSE_POINT | FILE_COMPLETE_IF_OPLOCKED | FILE_SYNCHRONOUS_IO_NONALERT;
-  UNICODE_STRING text{};
-  text.Length = text.MaximumLength = static_cast<USHORT>(name.size_bytes());
-  text.Buffer = const_cast<WCHAR*>(name.data());
-  SECURITY_QUALITY_OF_SERVICE quality{sizeof quality, SecurityIdentification, SECURITY_STATIC_TRACKING, TRUE};
-  OBJECT_ATTRIBUTES attributes{};
-  InitializeObjectAttributes(&attributes, &text, OBJ_CASE_INSENSITIVE, folder, nullptr);
-  attributes.SecurityQualityOfService = &quality;
-  IO_STATUS_BLOCK outcome{};
-  HANDLE handle = nullptr;
-  const NTSTATUS status = NtCreateFile(&handle, access | SYNCHRONIZE | FILE_READ_ATTRIBUTES, &attributes, &outcome,
-                                       nullptr, FILE_ATTRIBUTE_NORMAL, FILE_SHARE_READ | FILE_SHARE_WRITE, disposition,
-                                       options | kWithoutWaiting, nullptr, 0);
-  OwnedHandle opened(NT_SUCCESS(status) ? handle : nullptr);
-  if (opened && status != kOplockBreakInProgress) return opened;
-  opened.reset();
-  SetLastError(NT_SUCCESS(status) ? DWORD{ERROR_ACCESS_DENIED} : RtlNtStatusToDosError(status));
-  return opened;
-}
-
-// The path's folder, no link to one, and no deeper than beneath a drive's root.
+// The path's folder, no link to one. A link in the place of the file is then opened itself, not what it leads to.
 OwnedHandle OpenFolder(std::span<const WCHAR> path) {
-  constexpr WCHAR kPrefix[] = L"\\??\\";
-  constexpr std::size_t kPrefixLength = std::size(kPrefix) - 1;
-  std::array<WCHAR, kPrefixLength + MAX_PATH> full{};
-  std::copy_n(kPrefix, kPrefixLength, full.begin());
-  std::ranges::copy(path, full.begin() + kPrefixLength);
-  OwnedHandle folder = OpenBeneath(nullptr, std::span(full).first(kPrefixLength + path.size()), FILE_TRAVERSE,
-                                   FILE_OPEN, FILE_DIRECTORY_FILE);
+  OwnedHandle folder = OpenFullPath(path, FILE_TRAVERSE, FILE_DIRECTORY_FILE | FILE_OPEN_REPARSE_POINT);
   FILE_ATTRIBUTE_TAG_INFO tag{};
   if (folder && (!GetFileInformationByHandleEx(folder.get(), FileAttributeTagInfo, &tag, sizeof tag) ||
                  (tag.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT))) {
@@ -81,7 +51,8 @@ OwnedHandle Open(const char* path, DWORD access, DWORD disposition) {
     return nullptr;
   }
   return OpenBeneath(folder.get(), text.subspan(folder_length + 1), access,
-                     disposition == CREATE_NEW ? FILE_CREATE : FILE_OPEN, FILE_NON_DIRECTORY_FILE);
+                     disposition == CREATE_NEW ? FILE_CREATE : FILE_OPEN,
+                     FILE_NON_DIRECTORY_FILE | FILE_OPEN_REPARSE_POINT);
 }
 
 #else

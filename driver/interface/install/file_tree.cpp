@@ -61,7 +61,7 @@ ResultCode HoldTree(const WCHAR* folder, int own_levels, Trust trust, Missing mi
   const ResultCode code = HoldFolder(parent, folder, trust, held);
   if (code != ERROR_PATH_NOT_FOUND || missing == Missing::kStays) return code;
   // Whether it was created, by whoever, and what it is, shows when it is held.
-  CreateProtectedFolder(folder);
+  CreateProtectedFolder(parent, folder);
   return HoldFolder(parent, folder, trust, held);
 }
 
@@ -74,16 +74,21 @@ ResultCode CopyInto(const WCHAR* source, const WCHAR* target, int own_levels) {
   // A target in a folder that is not to be trusted is not taken for the file that it is named like.
   const ResultCode code = HoldDirectoryTree(folder.get(), own_levels, Trust::kItsOwner, held);
   if (code != ERROR_SUCCESS && code != ERROR_PATH_NOT_FOUND) return code;
+  // Trusted is who owns the folder; who may change what is, or will be, there is said anew.
+  if (code == ERROR_SUCCESS) {
+    if (const ResultCode error = ProtectFolder(held)) return error;
+  }
   if (PathExists(target)) {
     // One that a stranger put there is not what it is named like.
-    const ResultCode error = CheckOwnerIn(held, target);
+    const OwnedHandle there = OpenIn(held, target, READ_CONTROL);
+    const ResultCode error = there ? CheckOwner(there.get()) : GetLastError();
     return error ? error : kTargetExists;
   }
   if (code == ERROR_PATH_NOT_FOUND) {
     if (const ResultCode created = CreateDirectoryTree(folder.get(), own_levels, held)) return created;
+    // Somebody else may have been the first.
+    if (const ResultCode error = ProtectFolder(held)) return error;
   }
-  // Trusted is who owns the folder; who may change what is put there is said anew.
-  if (const ResultCode error = ProtectFolder(held)) return error;
   // A folder that is empty can become a link even while it is held: the file is made and checked in it before anything
   // is copied.
   if (!OpenIn(held, target, DELETE, CREATE_NEW)) return GetLastError();

@@ -2,6 +2,7 @@
 
 #include <aclapi.h>
 #include <sddl.h>
+#include <winternl.h>
 
 #include <algorithm>
 #include <array>
@@ -11,6 +12,7 @@
 #include <utility>
 
 #include "base/bounded_text.h"
+#include "base/open_beneath.h"
 
 namespace r5lqz {
 namespace {
@@ -75,23 +77,6 @@ bool IsTrusted(PSID owner) {
          (IsOfIdentity(owner, identity.get(), TokenUser) || IsOfIdentity(owner, identity.get(), TokenOwner));
 }
 
-ResultCode CheckOwner(HANDLE opened) {
-  PSID owner = nullptr;
-  PSECURITY_DESCRIPTOR descriptor = nullptr;
-  const DWORD error = GetSecurityInfo(opened, SE_FILE_OBJECT, OWNER_SECURITY_INFORMATION, &owner, nullptr, nullptr,
-                                      nullptr, &descriptor);
-  if (error != ERROR_SUCCESS) return error;
-  const OwnedDescriptor owned(descriptor);
-  return owner && IsTrusted(owner) ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
-}
-
-// Sharing neither deletion nor renaming keeps what is opened where it is.
-OwnedHandle Open(const WCHAR* path, DWORD access, DWORD disposition, DWORD flags) {
-  const HANDLE handle = CreateFileW(path, access, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, disposition,
-                                    flags | FILE_FLAG_BACKUP_SEMANTICS, nullptr);
-  return OwnedHandle(handle != INVALID_HANDLE_VALUE ? handle : nullptr);
-}
-
 std::span<const WCHAR> LastComponent(const WCHAR* path) {
   const auto text = TextAt(path, MAX_PATH);
   const auto name = std::find(text.rbegin(), text.rend(), L'\\').base();
@@ -131,7 +116,7 @@ ResultCode OpenFailure() {
 }  // namespace
 
 ResultCode HoldSystemFolder(const WCHAR* path, HeldFolder& folder) {
-  folder = {Open(path, GENERIC_READ, OPEN_EXISTING, 0)};
+  folder = {OpenFullPath(TextAt(path, MAX_PATH), GENERIC_READ, FILE_OPEN_FOR_BACKUP_INTENT)};
   if (!folder.handle) return OpenFailure();
   folder.place = FinalPathOf(folder.handle.get());
   return IsFolder(folder.handle.get()) ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
@@ -145,31 +130,38 @@ ResultCode HoldFolder(const HeldFolder& parent, const WCHAR* path, Trust trust, 
   return trust == Trust::kItsOwner ? CheckOwner(folder.handle.get()) : ERROR_SUCCESS;
 }
 
-ResultCode CreateProtectedFolder(const WCHAR* path) {
+ResultCode CreateProtectedFolder(const HeldFolder& parent, const WCHAR* path) {
   const OwnedDescriptor descriptor = ProtectedDescriptor();
   if (!descriptor) return GetLastError();
-  SECURITY_ATTRIBUTES attributes{sizeof attributes, descriptor.get(), FALSE};
-  return CreateDirectoryW(path, &attributes) ? ERROR_SUCCESS : GetLastError();
+  return OpenBeneath(parent.handle.get(), LastComponent(path), FILE_READ_ATTRIBUTES, FILE_CREATE, FILE_DIRECTORY_FILE,
+                     descriptor.get())
+             ? ERROR_SUCCESS
+             : GetLastError();
 }
 
 ResultCode ProtectFolder(const HeldFolder& folder) {
   const OwnedDescriptor descriptor = ProtectedDescriptor();
   if (!descriptor) return GetLastError();
-  // By its final path it is found again, and nothing else: it is held.
-  const OwnedHandle opened = Open(folder.place.data(), WRITE_DAC, OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT);
+  const OwnedHandle opened = OpenBeneath(folder.handle.get(), {}, WRITE_DAC, FILE_OPEN, FILE_OPEN_FOR_BACKUP_INTENT);
   if (!opened) return GetLastError();
   constexpr SECURITY_INFORMATION kList = DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION;
   return SetKernelObjectSecurity(opened.get(), kList, descriptor.get()) ? ERROR_SUCCESS : GetLastError();
 }
 
-ResultCode CheckOwnerIn(const HeldFolder& folder, const WCHAR* path) {
-  const OwnedHandle opened = OpenIn(folder, path, READ_CONTROL);
-  return opened ? CheckOwner(opened.get()) : GetLastError();
+ResultCode CheckOwner(HANDLE opened) {
+  PSID owner = nullptr;
+  PSECURITY_DESCRIPTOR descriptor = nullptr;
+  const DWORD error = GetSecurityInfo(opened, SE_FILE_OBJECT, OWNER_SECURITY_INFORMATION, &owner, nullptr, nullptr,
+                                      nullptr, &descriptor);
+  if (error != ERROR_SUCCESS) return error;
+  const OwnedDescriptor owned(descriptor);
+  return owner && IsTrusted(owner) ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
 }
 
 OwnedHandle OpenIn(const HeldFolder& folder, const WCHAR* path, DWORD access, DWORD disposition) {
   OwnedHandle opened =
-      Open(path, access, disposition, FILE_FLAG_OPEN_REPARSE_POINT | SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION);
+      OpenBeneath(folder.handle.get(), LastComponent(path), access, disposition == CREATE_NEW ? FILE_CREATE : FILE_OPEN,
+                  FILE_OPEN_REPARSE_POINT | FILE_OPEN_FOR_BACKUP_INTENT);
   if (opened && !IsIn(folder, opened.get(), path)) {
     if (disposition == CREATE_NEW) DeleteOpened(opened.get());
     opened.reset();

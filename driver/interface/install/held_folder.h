@@ -29,21 +29,21 @@ ResultCode HoldSystemFolder(const WCHAR* path, HeldFolder& folder);
 // a link, lies elsewhere or lacks the trust asked for; failures as above.
 ResultCode HoldFolder(const HeldFolder& parent, const WCHAR* path, Trust trust, HeldFolder& folder);
 
-// Creates a folder that the system and its administrators may change and every user may read; the platform's error.
-ResultCode CreateProtectedFolder(const WCHAR* path);
+// Creates a folder, named by the last component of `path`, in a held one: the system and its administrators may change
+// it, every user may read it. The platform's error.
+ResultCode CreateProtectedFolder(const HeldFolder& parent, const WCHAR* path);
 
 // Gives a held folder, which somebody may have made with another one, the access list that CreateProtectedFolder gives;
 // what lies in it keeps its own. The platform's error.
 ResultCode ProtectFolder(const HeldFolder& folder);
 
-// Whether what has the name that `path` ends with in a held folder belongs to whom Trust::kItsOwner trusts:
-// ERROR_ACCESS_DENIED when not, or when it is not in that folder; or the platform's error.
-ResultCode CheckOwnerIn(const HeldFolder& folder, const WCHAR* path);
+// Whether what was opened, with READ_CONTROL, belongs to whom Trust::kItsOwner trusts: ERROR_ACCESS_DENIED when not, or
+// the platform's error.
+ResultCode CheckOwner(HANDLE opened);
 
 // Opens what has the name that `path` ends with in a held folder, to read, write or delete it, itself and not what it
 // leads to; with CREATE_NEW makes it. None, with the last error ERROR_ACCESS_DENIED, when it is not in that folder;
-// nothing that was made is left there. The handle is not inheritable. While it is open, it can be neither renamed nor
-// deleted.
+// nothing that was made is left there. Further as OpenBeneath.
 OwnedHandle OpenIn(const HeldFolder& folder, const WCHAR* path, DWORD access, DWORD disposition = OPEN_EXISTING);
 
 // Deletes what has that name in a held folder, or has it deleted at the next restart. What is missing, or not in that

@@ -16,19 +16,28 @@ constexpr WCHAR kStartMenuFolder[] = L"Brindlewick R5-LQZ";
 // The maker's online user guide; the only place that names it.
 constexpr char kContent[] = "[InternetShortcut]\r\nURL=https://support.brindlewick.example/r5-lqz/user-guide";
 
-ResultCode FindFolder(OwnedPath& path) {
-  return SpecialFolderPath(CSIDL_COMMON_PROGRAMS, kStartMenuFolder, path);
+struct StartMenu {
+  OwnedPath folder;    // the driver's
+  OwnedPath programs;  // the system's, which it lies in
+};
+
+ResultCode FindStartMenu(StartMenu& menu) {
+  if (const ResultCode code = SpecialFolderPath(CSIDL_COMMON_PROGRAMS, kStartMenuFolder, menu.folder)) return code;
+  return SpecialFolderPath(CSIDL_COMMON_PROGRAMS, nullptr, menu.programs);
 }
 
-// In the place of one that is there already.
+// In the place of one that is there already, unless it is a stranger's.
 OwnedHandle OpenShortcut(const HeldFolder& folder, const WCHAR* path) {
-  constexpr DWORD kAccess = GENERIC_WRITE | DELETE;
+  constexpr DWORD kAccess = GENERIC_WRITE | DELETE | READ_CONTROL;
   OwnedHandle file = OpenIn(folder, path, kAccess);
   if (!file && GetLastError() == ERROR_FILE_NOT_FOUND) file = OpenIn(folder, path, kAccess, CREATE_NEW);
   LONGLONG size = 0;
-  if (file && !IsPlainFile(file.get(), size)) {
+  const ResultCode error = !file                            ? GetLastError()
+                           : !IsPlainFile(file.get(), size) ? ResultCode{ERROR_ACCESS_DENIED}
+                                                            : CheckOwner(file.get());
+  if (error) {
     file.reset();
-    SetLastError(ERROR_ACCESS_DENIED);
+    SetLastError(error);
   }
   return file;
 }
@@ -51,25 +60,28 @@ ResultCode WriteShortcut(const HeldFolder& folder, const WCHAR* path) {
 }  // namespace
 
 ResultCode CreateUserGuideShortcut(const UiLanguage& language) {
-  OwnedPath path;
-  if (const ResultCode code = FindFolder(path)) return code;
+  StartMenu menu;
+  HeldFolder programs;
+  if (const ResultCode code = FindStartMenu(menu)) return code;
+  OwnedPath& path = menu.folder;
+  if (const ResultCode code = HoldSystemFolder(menu.programs.get(), programs)) return code;
   if (!PathExists(path.get())) {
-    if (const ResultCode code = CreateProtectedFolder(path.get())) return code;
+    if (const ResultCode code = CreateProtectedFolder(programs, path.get())) return code;
   }
   HeldFolder folder;
-  if (const ResultCode code = HoldDirectoryTree(path.get(), 1, Trust::kItsOwner, folder)) return code;
+  if (const ResultCode code = HoldFolder(programs, path.get(), Trust::kItsOwner, folder)) return code;
   if (const ResultCode code = ProtectFolder(folder)) return code;
   if (const ResultCode code = AppendPath(path.get(), language.shortcut_name)) return code;
   return WriteShortcut(folder, path.get());
 }
 
 ResultCode DeleteStartMenuFolder() {
-  OwnedPath path;
-  OwnedPath programs;
-  if (const ResultCode code = FindFolder(path)) return code;
-  if (const ResultCode code = SpecialFolderPath(CSIDL_COMMON_PROGRAMS, nullptr, programs)) return code;
-  HeldFolder parent;
-  if (HoldSystemFolder(programs.get(), parent) == ERROR_SUCCESS) DeleteDirectoryTree(parent, path.get());
+  StartMenu menu;
+  HeldFolder programs;
+  if (const ResultCode code = FindStartMenu(menu)) return code;
+  if (HoldSystemFolder(menu.programs.get(), programs) == ERROR_SUCCESS) {
+    DeleteDirectoryTree(programs, menu.folder.get());
+  }
   return ERROR_SUCCESS;
 }
 
