@@ -17,9 +17,7 @@ using namespace r5lqz;
 
 constexpr char kParentKey[] = "Label Sizes";
 
-constexpr BYTE kTraced = 1;
-constexpr BYTE kGivenKeyList = 2;
-constexpr BYTE kChangingKeyList = 4;
+constexpr BYTE kTraced = 1, kGivenKeyList = 2, kChangingKeyList = 4;
 constexpr BYTE kOneTooMany = 8;  // the given key list repeated until it has one name more than a list has labels
 constexpr int kFlagBits = 4;
 
@@ -167,7 +165,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   fuzz::AsModule([&] {
     const auto labels = CheckList(printer, head.capacity % (kMostLabels + 1));
     lists.StartOver();
-    switch ((head.flags >> kFlagBits) % 6) {
+    switch (const int what = (head.flags >> kFlagBits) % 6; what) {
       case 0:
         return CheckCapability(printer, DC_PAPERS, sizeof(WORD), lists);
       case 1:
@@ -175,9 +173,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       case 2:
         return CheckCapability(printer, DC_PAPERNAMES, 64 * sizeof(WCHAR), lists);
       case 3:
-        return CheckSelection(printer, labels.empty() ? head.paper : labels.back().id);
       case 4:
-        return CheckSelection(printer, head.paper);
+        return CheckSelection(printer, what == 4 || labels.empty() ? head.paper : labels.back().id);
       default:
         CheckNextId(printer, labels);
         if (!labels.empty()) CheckAdding(printer, labels.front());

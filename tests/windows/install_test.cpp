@@ -488,7 +488,7 @@ TEST_F(InstallTest, ProfilesAreUninstalledInOrderWhateverEachAnswers) {
 NTSTATUS WINAPI RefuseFolder(HANDLE* handle, ACCESS_MASK access, OBJECT_ATTRIBUTES* attributes,
                              IO_STATUS_BLOCK* outcome, LARGE_INTEGER* size, ULONG file_attributes, ULONG sharing,
                              ULONG disposition, ULONG options, void* extra, ULONG extra_size) {
-  constexpr NTSTATUS kDeviceNotReady = static_cast<NTSTATUS>(0xC00000A3);
+  constexpr auto kDeviceNotReady = static_cast<NTSTATUS>(0xC00000A3);
   if (IsOurs(*attributes, disposition) && options & FILE_DIRECTORY_FILE) return kDeviceNotReady;
   return NtCreateFile(handle, access, attributes, outcome, size, file_attributes, sharing, disposition, options, extra,
                       extra_size);

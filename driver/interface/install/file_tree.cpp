@@ -65,30 +65,14 @@ ResultCode HoldTree(const WCHAR* folder, int own_levels, Trust trust, Missing mi
   return HoldFolder(parent, folder, trust, held);
 }
 
-ResultCode CopyInto(const WCHAR* source, const WCHAR* target, int own_levels) {
-  if (!PathExists(source)) return kSourceMissing;
-  OwnedPath folder;
-  if (const ResultCode code = CopyPath(target, folder)) return code;
-  if (!R5LQZ_CALL_LATE(PathRemoveFileSpecW, folder.get())) return kPathNotBuilt;
-  HeldFolder held;
-  // A target in a folder that is not to be trusted is not taken for the file that it is named like.
-  const ResultCode code = HoldDirectoryTree(folder.get(), own_levels, Trust::kItsOwner, held);
-  if (code != ERROR_SUCCESS && code != ERROR_PATH_NOT_FOUND) return code;
-  // Trusted is who owns the folder; who may change what is, or will be, there is said anew.
-  if (code == ERROR_SUCCESS) {
-    if (const ResultCode error = ProtectFolder(held)) return error;
-  }
-  if (PathExists(target)) {
-    // One that a stranger put there is not what it is named like.
-    const OwnedHandle there = OpenIn(held, target, READ_CONTROL);
-    const ResultCode error = there ? CheckOwner(there.get()) : GetLastError();
-    return error ? error : kTargetExists;
-  }
-  if (code == ERROR_PATH_NOT_FOUND) {
-    if (const ResultCode created = CreateDirectoryTree(folder.get(), own_levels, held)) return created;
-    // Somebody else may have been the first.
-    if (const ResultCode error = ProtectFolder(held)) return error;
-  }
+// What is said of a target that is there already. One that a stranger put there is not what it is named like.
+ResultCode CheckTarget(const HeldFolder& held, const WCHAR* target) {
+  const OwnedHandle there = OpenIn(held, target, READ_CONTROL);
+  const ResultCode error = there ? CheckOwner(there.get()) : GetLastError();
+  return error ? error : kTargetExists;
+}
+
+ResultCode CopyInto(const HeldFolder& held, const WCHAR* source, const WCHAR* target) {
   // A folder that is empty can become a link even while it is held: the file is made and checked in it before anything
   // is copied.
   if (!OpenIn(held, target, DELETE, CREATE_NEW)) return GetLastError();
@@ -98,6 +82,22 @@ ResultCode CopyInto(const WCHAR* source, const WCHAR* target, int own_levels) {
   return error;
 }
 
+ResultCode CopyIntoTree(const WCHAR* source, const WCHAR* target, int own_levels) {
+  if (!PathExists(source)) return kSourceMissing;
+  OwnedPath folder;
+  if (const ResultCode code = CopyPath(target, folder)) return code;
+  if (!R5LQZ_CALL_LATE(PathRemoveFileSpecW, folder.get())) return kPathNotBuilt;
+  HeldFolder held;
+  // A target in a folder that is not to be trusted is not taken for the file that it is named like.
+  ResultCode code = HoldDirectoryTree(folder.get(), own_levels, Trust::kItsOwner, held);
+  // Trusted is who owns the folder; who may change what is, or will be, there is said anew.
+  if (code == ERROR_SUCCESS) code = ProtectFolder(held);
+  if (code != ERROR_SUCCESS && code != ERROR_PATH_NOT_FOUND) return code;
+  if (PathExists(target)) return CheckTarget(held, target);
+  if (code == ERROR_PATH_NOT_FOUND) code = CreateDirectoryTree(folder.get(), own_levels, held);
+  return code ? code : CopyInto(held, source, target);
+}
+
 }  // namespace
 
 ResultCode HoldDirectoryTree(const WCHAR* folder, int own_levels, Trust trust, HeldFolder& held) {
@@ -105,11 +105,13 @@ ResultCode HoldDirectoryTree(const WCHAR* folder, int own_levels, Trust trust, H
 }
 
 ResultCode CreateDirectoryTree(const WCHAR* folder, int own_levels, HeldFolder& held) {
-  return HoldTree(folder, own_levels, Trust::kItsOwner, Missing::kIsCreated, held);
+  const ResultCode code = HoldTree(folder, own_levels, Trust::kItsOwner, Missing::kIsCreated, held);
+  // Somebody else may have been the first to make it.
+  return code ? code : ProtectFolder(held);
 }
 
 ResultCode CopyNewFile(const WCHAR* source, const WCHAR* target, int own_levels) {
-  const ResultCode code = CopyInto(source, target, own_levels);
+  const ResultCode code = CopyIntoTree(source, target, own_levels);
   SetLastError(code);
   return code;
 }

@@ -14,7 +14,7 @@ namespace r5lqz {
 ResultCode HoldDirectoryTree(const WCHAR* folder, int own_levels, Trust trust, HeldFolder& held);
 
 // The same with trust in the owners, for a folder that may be missing: creates, protected, what of its own levels is
-// not there. What could not be created is reported as missing.
+// not there, and protects the folder itself in any case. What could not be created is reported as missing.
 ResultCode CreateDirectoryTree(const WCHAR* folder, int own_levels, HeldFolder& held);
 
 // Copies a file to where there is none, into a folder as above, which is created when it is missing. kSourceMissing,
