@@ -103,16 +103,39 @@ TEST_F(EntryPoints, ConvertMakesEachForm) {
   EXPECT_TRUE(Convert(full.get(), exact.get(), count, CDM_CONVERT351));
   constexpr WORD kForm[] = {0x0320, 0x0350, 188, 112};
   EXPECT_EQ(std::memcmp(exact.bytes().data() + kFormOffset, kForm, sizeof kForm), 0);
+  const Record both(full.whole());
+  count = 864;
+  EXPECT_TRUE(Convert(both.get(), both.get(), count, CDM_CONVERT351)) << "one buffer as input and output";
+  EXPECT_EQ(both.bytes().substr(0, 300), exact.bytes());
 
-  const Record defaults(220, 644);
+  // Words that another thread changes meanwhile: each block ends where they ended at the call.
+  const Record small(220, 80);
+  int records = 0;
+  const auto grow = [&](const char*) { small->dmDriverExtra = ++records < 2 ? 80 : 644; };
+  log_mask = kTraceBit;
+  platform::SetCallHook(grow, "WriteFile");
+  count = 300;
+  EXPECT_TRUE(Convert(full.get(), small.get(), count, CDM_CONVERT));
+  EXPECT_EQ(count, 300);
+  const Record shape(220, 80);
+  records = 1;
+  EXPECT_TRUE(CopyDevModeToOutput(full.whole(), shape.get(), small.get()));
+  platform::SetCallHook(nullptr);
+  log_mask = 0;
+
+  // At an odd address.
+  const auto room = std::make_unique<BYTE[]>(865);
+  auto* const defaults = reinterpret_cast<DEVMODEW*>(room.get() + 1);
   count = 864;
   platform::DenyAccess(kPrinterName);  // no more is asked for than anybody has
-  ASSERT_TRUE(Convert(nullptr, defaults.get(), count, CDM_DRIVER_DEFAULT));
-  EXPECT_EQ(Text(defaults->dmDeviceName), kDriverName);
-  EXPECT_EQ(defaults->dmFields, 0x00015F03u);
+  ASSERT_TRUE(Convert(nullptr, defaults, count, CDM_DRIVER_DEFAULT));
+  const Record made(220, 644);
+  std::memcpy(made.get(), room.get() + 1, 864);
+  EXPECT_EQ(Text(made->dmDeviceName), kDriverName);
+  EXPECT_EQ(made->dmFields, 0x00015F03u);
   for (const char* const call : {"OpenPrinterW", "GetPrinterW"}) {
     platform::FailCall(call, 1, ERROR_ACCESS_DENIED);
-    EXPECT_FALSE(Convert(nullptr, defaults.get(), count, CDM_DRIVER_DEFAULT));
+    EXPECT_FALSE(Convert(nullptr, defaults, count, CDM_DRIVER_DEFAULT));
     EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED}) << call;
   }
 }

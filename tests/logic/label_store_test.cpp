@@ -67,6 +67,13 @@ TEST_F(LabelStore, NextIdFollowsTheHighestNumber) {
     platform::SetKeyListBytes(kPrinterName, "Label Sizes", std::as_bytes(std::span(list)));
     EXPECT_EQ(NextId(), id);
   }
+  std::u16string all;
+  for (int id = 258; id <= 32767; ++id) {
+    for (const char digit : std::to_string(id)) all += static_cast<char16_t>(digit);
+    all += u'\0';
+  }
+  platform::SetKeyListBytes(kPrinterName, "Label Sizes", std::as_bytes(std::span(all)));
+  NextId(ERROR_TOO_MANY_NAMES);
 }
 
 TEST_F(LabelStore, UnreadableLabelsAreLeftOut) {

@@ -55,6 +55,17 @@ TEST_F(PageTab, SelectsTheLabelThatMatchesInEverything) {
       }
     });
   }
+  watch->Replace(
+      "user32.dll", "SendMessageA", +[](HWND window, UINT message, WPARAM first, LPARAM second) {
+        static bool refused = false;
+        if (message == CB_ADDSTRING && !std::exchange(refused, true)) return LRESULT{CB_ERRSPACE};
+        return SendMessageA(window, message, first, second);
+      });
+  Edit(Chosen(Defaults()), [&](SheetUser& sheet) {
+    ASSERT_TRUE(sheet.Open("Page"));
+    EXPECT_EQ(sheet.Send(IDC_PAGE_LABELS, CB_GETCOUNT), 1) << "an entry stands for the label with its number";
+    EXPECT_EQ(Selected(sheet), 0);
+  });
 }
 
 TEST_F(PageTab, ShowsAndAppliesEachLabel) {

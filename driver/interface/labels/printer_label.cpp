@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bitset>
 #include <limits>
+#include <optional>
 
 #include "diag/number_text.h"
 #include "diag/trace.h"
@@ -24,11 +25,13 @@ class UsedIds {
     highest_ = std::max(highest_, id);
     if (id > 0) used_.set(static_cast<std::size_t>(id));
   }
-  SHORT Next() const {
+  // None when all are in use.
+  std::optional<SHORT> Next() const {
     if (highest_ < kHighestId) return static_cast<SHORT>(highest_ + 1);
-    SHORT id = kFirstLabelId;
-    while (id < kHighestId && used_.test(static_cast<std::size_t>(id))) ++id;
-    return id;
+    for (int id = kFirstLabelId; id < kHighestId; ++id) {
+      if (!used_.test(static_cast<std::size_t>(id))) return static_cast<SHORT>(id);
+    }
+    return std::nullopt;
   }
 
  private:
@@ -62,8 +65,9 @@ ResultCode GenerateNextLabelId(HANDLE printer, SHORT* id) {
   const ResultCode code = keys.Read(printer);
   UsedIds used;
   for (SHORT number = 0; keys.Next(&number);) used.Add(number);
-  *id = used.Next();
-  return trace.ReturnCode(code);
+  const std::optional<SHORT> next = used.Next();
+  *id = next.value_or(kHighestId);
+  return trace.ReturnCode(next ? code : ERROR_TOO_MANY_NAMES);
 }
 
 }  // namespace r5lqz

@@ -66,8 +66,8 @@ double ConvertUnits(double value, DWORD from, DWORD to);
 std::int64_t LabelTenths(const char (&text)[kNumberTextSize], DWORD units);
 
 // The number for a new label: one more than the highest in use, 258 for the first. When the numbers up to 32767 are
-// used up, the lowest free one, so that no stored label is overwritten. `id` is always written. ERROR_SUCCESS, or the
-// code with which the label list could not be enumerated.
+// used up, the lowest free one, so that no stored label is overwritten. `id` is always written. ERROR_SUCCESS, the
+// code with which the label list could not be enumerated, or ERROR_TOO_MANY_NAMES: no number is free.
 ResultCode GenerateNextLabelId(HANDLE printer, SHORT* id);
 
 }  // namespace r5lqz

@@ -151,15 +151,21 @@ std::span<const PrinterLabel> ReadTable(PropertiesContext& context) {
   return std::span(table->labels).first(static_cast<std::size_t>(table->count));
 }
 
+// Shows "Custom" and the labels; answers those that are shown. An entry stands for the label with its number, so the
+// first that the box refuses is the last that is tried.
+std::span<const PrinterLabel> FillBox(HWND box, std::span<const PrinterLabel> labels) {
+  SendMessageW(box, CB_RESETCONTENT, 0, 0);
+  if (SendMessageW(box, CB_INSERTSTRING, 0, reinterpret_cast<LPARAM>(kCustomEntry)) < 0) return {};
+  const auto refused = std::find_if(labels.begin(), labels.end(), [box](const PrinterLabel& label) {
+    return SendMessageA(box, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(label.name)) < 0;
+  });
+  return {labels.begin(), refused};
+}
+
 void LoadLabelList(HWND dialog, PropertiesContext& context) {
   const TraceScope trace("LoadLabelList");
   const HWND box = GetDlgItem(dialog, IDC_PAGE_LABELS);
-  const auto labels = ReadTable(context);
-  SendMessageW(box, CB_RESETCONTENT, 0, 0);
-  SendMessageW(box, CB_INSERTSTRING, 0, reinterpret_cast<LPARAM>(kCustomEntry));
-  for (const PrinterLabel& label : labels) {
-    SendMessageA(box, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(label.name));
-  }
+  const auto labels = FillBox(box, ReadTable(context));
   const auto match = std::find_if(labels.begin(), labels.end(), [&context](const PrinterLabel& label) {
     return Matches(label, context.working.dm_private);
   });

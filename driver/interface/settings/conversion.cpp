@@ -67,8 +67,12 @@ LONG Convert(const Conversion& both) {
 }  // namespace
 
 LONG ConvertDevMode(const DEVMODEW* in, DEVMODEW* out) {
+  return ConvertDevMode(in, FormOf(in), out, FormOf(out));
+}
+
+LONG ConvertDevMode(const DEVMODEW* in, const RecordForm& in_form, DEVMODEW* out, const RecordForm& out_form) {
   const TraceScope trace("ConvertDevMode");
-  const Conversion both{in, out, in ? FormOf(in) : RecordForm{}, out ? FormOf(out) : RecordForm{}};
+  const Conversion both{in, out, in_form, out_form};
   DumpBoth(both);
   const LONG copied = Convert(both);
   if (copied >= 0) DumpBoth(both);
@@ -99,7 +103,7 @@ BOOL CopyDevModeToOutput(const DriverDevMode& working, const DEVMODEW* shape, DE
   const RecordForm form = OutputForm(shape);
   if (form.total() < kFormEnd) return FALSE;
   PutForm(out, form);
-  return ConvertDevMode(&working.dm_public, out) > 0;
+  return ConvertDevMode(&working.dm_public, FormOf(&working.dm_public), out, form) > 0;
 }
 
 }  // namespace r5lqz

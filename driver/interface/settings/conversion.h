@@ -12,6 +12,10 @@ namespace r5lqz {
 // record is missing, or its form is unknown.
 LONG ConvertDevMode(const DEVMODEW* in, DEVMODEW* out);
 
+// The same for records whose forms were read or chosen before: an output that others can reach at the same time is not
+// asked again how much it holds.
+LONG ConvertDevMode(const DEVMODEW* in, const RecordForm& in_form, DEVMODEW* out, const RecordForm& out_form);
+
 // The form in which a record is handed back to a caller whose record is `shape` (or none): of each part the smaller of
 // its size and the driver's own. More than its total is never written.
 RecordForm OutputForm(const DEVMODEW* shape);

@@ -94,10 +94,10 @@ inline constexpr std::size_t kFormEnd = kFormOffset + sizeof(RecordForm);
 static_assert(kFormEnd == offsetof(DEVMODEW, dmFields) && offsetof(DEVMODEW, dmSize) == kFormOffset + 4);
 
 // Reads and writes the form words of a record of any size, wherever it lies: a foreign record need not be a whole
-// DEVMODEW, so it is touched as bytes.
+// DEVMODEW, so it is touched as bytes. Of no record the words are zeros.
 inline RecordForm FormOf(const DEVMODEW* record) {
-  RecordForm form;
-  std::memcpy(&form, reinterpret_cast<const std::byte*>(record) + kFormOffset, sizeof form);
+  RecordForm form{};
+  if (record) std::memcpy(&form, reinterpret_cast<const std::byte*>(record) + kFormOffset, sizeof form);
   return form;
 }
 inline void PutForm(DEVMODEW* record, const RecordForm& form) {

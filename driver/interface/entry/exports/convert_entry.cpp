@@ -1,3 +1,5 @@
+#include <cstring>
+
 #include "base/owned.h"
 #include "base/printer_interface.h"
 #include "diag/trace.h"
@@ -24,7 +26,7 @@ BOOL ConvertAsTheCallerChose(const DEVMODEW* in, DEVMODEW* out, LONG& count) {
   if (!out || !Holds(count, kFormEnd)) return Refuse(ERROR_INVALID_PARAMETER);
   const RecordForm wanted = FormOf(out);
   if (!Holds(count, wanted.total())) return Refuse(ERROR_INVALID_PARAMETER);
-  if (ConvertDevMode(in, out) <= 0) return Refuse(ERROR_INVALID_PARAMETER);
+  if (ConvertDevMode(in, FormOf(in), out, wanted) <= 0) return Refuse(ERROR_INVALID_PARAMETER);
   count = static_cast<LONG>(wanted.total());
   return TRUE;
 }
@@ -35,12 +37,14 @@ BOOL RefuseForSize(LONG& count, DWORD needed) {
   return Refuse(ERROR_INSUFFICIENT_BUFFER);
 }
 
-// The older form's words stay in the output when nothing can be converted into it.
+// The older form's words stay in the output when nothing can be converted into it. They may lie over the input's, as
+// one buffer can be both.
 BOOL ConvertToOlderForm(const DEVMODEW* in, DEVMODEW* out, LONG& count) {
   constexpr DWORD kNeeded = kOlderForm.total();
   if (!out || !Holds(count, kNeeded)) return RefuseForSize(count, kNeeded);
+  const RecordForm in_form = FormOf(in);
   PutForm(out, kOlderForm);
-  if (ConvertDevMode(in, out) <= 0) return Refuse(ERROR_INVALID_PARAMETER);
+  if (ConvertDevMode(in, in_form, out, kOlderForm) <= 0) return Refuse(ERROR_INVALID_PARAMETER);
   count = static_cast<LONG>(kNeeded);
   return TRUE;
 }
@@ -53,7 +57,11 @@ BOOL GiveDefaults(WCHAR* printer_name, DEVMODEW* out, LONG& count) {
   const OwnedPrinter printer(opened);
   const GlobalBlock<PRINTER_INFO_2W> info(MyGetPrinterInfo(printer.get()));
   if (!info) return FALSE;
-  return SetupDefaultDevMode(*reinterpret_cast<DriverDevMode*>(out), info->pDriverName, printer.get());
+  // The caller's record lies where it likes.
+  DriverDevMode defaults;
+  const BOOL made = SetupDefaultDevMode(defaults, info->pDriverName, printer.get());
+  std::memcpy(static_cast<void*>(out), &defaults, sizeof defaults);
+  return made;
 }
 
 BOOL Convert(WCHAR* printer_name, const DEVMODEW* in, DEVMODEW* out, LONG* count, DWORD mode) {
