@@ -48,8 +48,11 @@ double ConvertDecimal(char* copy) {
   return std::atof(copy);
 }
 
+// Beyond ASCII the runtime library may take for a blank, by the host's locale, what is half a character of the system's
+// code page.
 bool IsSpace(char character) {
-  return std::isspace(static_cast<unsigned char>(character)) != 0;
+  const auto code = static_cast<unsigned char>(character);
+  return code < 0x80 && std::isspace(code) != 0;
 }
 
 }  // namespace

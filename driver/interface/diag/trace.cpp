@@ -76,13 +76,15 @@ PathText CopyText(const char* text, std::size_t extra = 0) {
   return copy;
 }
 
+// Asked as everything else there: by its path alone the question could be led to another machine.
 bool FileExists(const char* path) {
-  return GetFileAttributesA(path) != INVALID_FILE_ATTRIBUTES;
+  return OpenPlainFile(path, FILE_READ_ATTRIBUTES).handle != nullptr;
 }
 
 // Adds up what was waited within a few seconds; whether that is as much as callers can be kept waiting.
 bool HasWaitedEnough(ULONGLONG begin, ULONGLONG end) {
-  const bool anew = begin - lock_last_wait.exchange(end, std::memory_order_relaxed) >= kLockPauseMilliseconds;
+  // Waits of several threads overlap: one may have begun before the last one ended.
+  const bool anew = begin >= lock_last_wait.exchange(end, std::memory_order_relaxed) + kLockPauseMilliseconds;
   const ULONGLONG sum = (anew ? 0 : lock_waited.load(std::memory_order_relaxed)) + (end - begin);
   lock_waited.store(sum, std::memory_order_relaxed);
   return sum >= kLockWaitMilliseconds;

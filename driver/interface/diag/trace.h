@@ -37,8 +37,8 @@ inline bool Logs(DWORD bit) {
 // Appends one record to the log file: UTC time, thread, the level's tag, the message in printf's format. Callers test
 // the log mask first; this does not. A record that cannot be written (no folder, no memory for a long one, lock not had
 // within 100 ms) is dropped without a sign. After a wait for the lock in vain the process's records do not wait, for
-// ten seconds or until one has had the lock. A log file that is a link, or leads elsewhere in another way, is not
-// written (base/plain_file.h). The thread's last error is as it was.
+// ten seconds. A log file that is a link, or leads elsewhere in another way, is not written (base/plain_file.h). The
+// thread's last error is as it was.
 void LogMessage(DWORD level, const char* format, ...) R5LQZ_PRINTF(2, 3);
 
 // Reads the log mask from the mask file (one decimal integer within its first 16 bytes); a missing file, one that

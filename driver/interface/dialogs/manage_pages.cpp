@@ -249,10 +249,12 @@ bool IsNameUsedElsewhere(const ManagePagesContext& context, int index, const cha
   return IsLabelNameUsed(context.labels, index, name) || IsLabelNameUsed(behind, context.count - index - 1, name);
 }
 
+// Where the list control cannot hold the new name, the old one goes on standing for the page.
 void ReplaceName(HWND dialog, int index, const char* name) {
   const HWND list = ListOf(dialog);
-  SendMessageA(list, LB_INSERTSTRING, static_cast<WPARAM>(index), reinterpret_cast<LPARAM>(name));
-  SendMessageW(list, LB_DELETESTRING, static_cast<WPARAM>(index + 1), 0);
+  const LRESULT inserted =
+      SendMessageA(list, LB_INSERTSTRING, static_cast<WPARAM>(index), reinterpret_cast<LPARAM>(name));
+  if (inserted >= 0) SendMessageW(list, LB_DELETESTRING, static_cast<WPARAM>(index + 1), 0);
 }
 
 // Stores `page` in the place of `old`. The printer's data are written value by value: after a refusal in the midst of
@@ -309,9 +311,20 @@ OPENFILENAMEW InitFileDlg(HWND dialog, PathText& path, DWORD flags) {
   request.lpstrFile = path.data();
   request.nMaxFile = kPathSize;
   request.lpstrDefExt = kFileExtension;
-  // The host's current directory stays its own.
+  // The host's current directory stays its own; see also AskForImport.
   request.Flags = flags | OFN_HIDEREADONLY | OFN_NOCHANGEDIR;
   return request;
+}
+
+// The dialog that opens a file is documented not to heed OFN_NOCHANGEDIR.
+BOOL AskForImport(OPENFILENAMEW& request) {
+  PathText before{}, after{};
+  const DWORD length = GetCurrentDirectoryW(kPathSize, before.data());
+  const BOOL chosen = R5LQZ_CALL_LATE(GetOpenFileNameW, &request);
+  if (length > 0 && length < kPathSize && GetCurrentDirectoryW(kPathSize, after.data()) > 0 && after != before) {
+    SetCurrentDirectoryW(before.data());
+  }
+  return chosen;
 }
 
 // Gives an imported page a name that is free; false, with the user told, when there is none of a label's length.
@@ -340,7 +353,7 @@ void ImportClick(HWND dialog, ManagePagesContext& context, const RunningOperatio
   const TraceScope trace("ImportClick");
   PathText path{};
   OPENFILENAMEW request = InitFileDlg(dialog, path, OFN_FILEMUSTEXIST);
-  if (!R5LQZ_CALL_LATE(GetOpenFileNameW, &request) || self.IsWindowGone()) return;
+  if (!AskForImport(request) || self.IsWindowGone()) return;
   PrinterLabel pages[kMostLabels]{};
   const int read = ImportPrinterLabels(pages, kMostLabels, path.data());
   if (read + context.count > kMostLabels) return ShowTooManyPages(dialog);

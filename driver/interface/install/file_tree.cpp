@@ -2,7 +2,11 @@
 
 #include <shlwapi.h>
 
+#include <array>
+
+#include "base/bounded_text.h"
 #include "base/late.h"
+#include "base/open_beneath.h"
 #include "install/path.h"
 
 namespace r5lqz {
@@ -65,21 +69,48 @@ ResultCode HoldTree(const WCHAR* folder, int own_levels, Trust trust, Missing mi
   return HoldFolder(parent, folder, trust, held);
 }
 
-// What is said of a target that is there already. One that a stranger put there is not what it is named like.
+// What is said of a target that is there already. One that a stranger put there is not what it is named like; nor is
+// one with another name, by which others may write it.
 ResultCode CheckTarget(const HeldFolder& held, const WCHAR* target) {
   const OwnedHandle there = OpenIn(held, target, READ_CONTROL);
-  const ResultCode error = there ? CheckOwner(there.get()) : GetLastError();
+  if (!there) return GetLastError();
+  LONGLONG size = 0;
+  if (!IsPlainFile(there.get(), size)) return ERROR_ACCESS_DENIED;
+  const ResultCode error = CheckOwner(there.get());
   return error ? error : kTargetExists;
 }
 
+// Also when it was last written, as far as the system lets it be said: by that others tell versions apart.
+ResultCode CopyContent(HANDLE source, HANDLE target) {
+  std::array<BYTE, 16384> block;
+  for (DWORD size = 1; size > 0;) {
+    DWORD written = 0;
+    if (!ReadFile(source, block.data(), static_cast<DWORD>(block.size()), &size, nullptr) ||
+        !WriteFile(target, block.data(), size, &written, nullptr)) {
+      return GetLastError();
+    }
+    if (written != size) return ERROR_WRITE_FAULT;
+  }
+  FILE_BASIC_INFO read{};
+  if (GetFileInformationByHandleEx(source, FileBasicInfo, &read, sizeof read)) {
+    FILE_BASIC_INFO dated{};
+    dated.LastWriteTime = read.LastWriteTime;
+    SetFileInformationByHandle(target, FileBasicInfo, &dated, sizeof dated);
+  }
+  return ERROR_SUCCESS;
+}
+
+// By two handles: every user may read either file, and could open it, or lock it for good, between two looks at its
+// path. A target in a folder that is empty could come to lie elsewhere besides.
 ResultCode CopyInto(const HeldFolder& held, const WCHAR* source, const WCHAR* target) {
-  // A folder that is empty can become a link even while it is held: the file is made and checked in it before anything
-  // is copied.
-  if (!OpenIn(held, target, DELETE, CREATE_NEW)) return GetLastError();
-  if (CopyFileW(source, target, FALSE)) return ERROR_SUCCESS;
-  const DWORD error = GetLastError();
-  DeleteNowOrLater(held, target);
-  return error;
+  const OwnedHandle from = OpenFullPath(TextAt(source, MAX_PATH), GENERIC_READ, FILE_NON_DIRECTORY_FILE);
+  if (!from) return GetLastError();
+  const OwnedHandle to = OpenIn(held, target, GENERIC_WRITE | DELETE, CREATE_NEW);
+  if (!to) return GetLastError();
+  const ResultCode code = CopyContent(from.get(), to.get());
+  // None is better than half of one, which would pass for the file next time.
+  if (code) DeleteOpened(to.get());
+  return code;
 }
 
 ResultCode CopyIntoTree(const WCHAR* source, const WCHAR* target, int own_levels) {
@@ -93,7 +124,7 @@ ResultCode CopyIntoTree(const WCHAR* source, const WCHAR* target, int own_levels
   // Trusted is who owns the folder; who may change what is, or will be, there is said anew.
   if (code == ERROR_SUCCESS) code = ProtectFolder(held);
   if (code != ERROR_SUCCESS && code != ERROR_PATH_NOT_FOUND) return code;
-  if (PathExists(target)) return CheckTarget(held, target);
+  if (code == ERROR_SUCCESS && PathExists(target)) return CheckTarget(held, target);
   if (code == ERROR_PATH_NOT_FOUND) code = CreateDirectoryTree(folder.get(), own_levels, held);
   return code ? code : CopyInto(held, source, target);
 }

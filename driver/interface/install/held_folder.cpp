@@ -133,10 +133,12 @@ ResultCode HoldFolder(const HeldFolder& parent, const WCHAR* path, Trust trust, 
 ResultCode CreateProtectedFolder(const HeldFolder& parent, const WCHAR* path) {
   const OwnedDescriptor descriptor = ProtectedDescriptor();
   if (!descriptor) return GetLastError();
-  return OpenBeneath(parent.handle.get(), LastComponent(path), FILE_READ_ATTRIBUTES, FILE_CREATE, FILE_DIRECTORY_FILE,
-                     descriptor.get())
-             ? ERROR_SUCCESS
-             : GetLastError();
+  const OwnedHandle made =
+      OpenBeneath(parent.handle.get(), LastComponent(path), DELETE, FILE_CREATE, FILE_DIRECTORY_FILE, descriptor.get());
+  if (!made) return GetLastError();
+  if (IsIn(parent, made.get(), path)) return ERROR_SUCCESS;
+  DeleteOpened(made.get());
+  return ERROR_ACCESS_DENIED;
 }
 
 ResultCode ProtectFolder(const HeldFolder& folder) {

@@ -30,7 +30,8 @@ ResultCode HoldSystemFolder(const WCHAR* path, HeldFolder& folder);
 ResultCode HoldFolder(const HeldFolder& parent, const WCHAR* path, Trust trust, HeldFolder& folder);
 
 // Creates a folder, named by the last component of `path`, in a held one: the system and its administrators may change
-// it, every user may read it. The platform's error.
+// it, every user may read it. The platform's error; ERROR_ACCESS_DENIED, with nothing left, where it came to lie
+// elsewhere.
 ResultCode CreateProtectedFolder(const HeldFolder& parent, const WCHAR* path);
 
 // Gives a held folder, which somebody may have made with another one, the access list that CreateProtectedFolder gives;

@@ -42,15 +42,20 @@ ResultCode FindSourceFolder(OwnedPath& folder) {
   return AppendPath(folder.get(), kVersionFolder);
 }
 
+// One file that is there already stops the copying, but not the question whose the others are.
 ResultCode CopyFiles(const WCHAR* source_folder, const WCHAR* target_folder) {
+  ResultCode result = ERROR_SUCCESS;
   for (const auto& file : kFiles) {
     OwnedPath source;
     OwnedPath target;
     if (const ResultCode code = JoinPath(source_folder, file.source, source)) return code;
     if (const ResultCode code = JoinPath(target_folder, file.target, target)) return code;
-    if (const ResultCode code = CopyNewFile(source.get(), target.get(), kSdkLevels)) return code;
+    if (result == kTargetExists && !PathExists(target.get())) continue;
+    const ResultCode code = CopyNewFile(source.get(), target.get(), kSdkLevels);
+    if (code == ERROR_ACCESS_DENIED || result == ERROR_SUCCESS) result = code;
+    if (result != ERROR_SUCCESS && result != kTargetExists) break;
   }
-  return ERROR_SUCCESS;
+  return result;
 }
 
 ResultCode DeleteFiles(const HeldFolder& held, const WCHAR* folder) {

@@ -74,6 +74,8 @@ ResultCode ReadValue(HANDLE printer, const char* key, const char* name, DWORD wa
     LOG_ERROR("Could not read label %s: 0x%x", name, static_cast<unsigned>(code));
     return code;
   }
+  // The store converts a text where it is to go, and may have left more there than it answers.
+  std::fill(read.begin() + size, read.end(), BYTE{});
   std::copy(read.begin(), read.end(), field.begin());
   return ERROR_SUCCESS;
 }

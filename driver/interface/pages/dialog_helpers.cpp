@@ -16,8 +16,8 @@
 namespace r5lqz {
 namespace {
 
-// Characters with the terminator: no edit of the module takes more.
-// Room for more than any field takes, so that what is too long shows; the blanks around it count here.
+// Characters with the terminator: more than any field takes, so that what is too long shows; the blanks around it
+// count.
 constexpr std::size_t kLongestEntry = 4 * kLabelNameSize;
 // No code page takes more bytes for a UTF-16 unit.
 constexpr std::size_t kBytesPerUnit = 4;
@@ -47,7 +47,9 @@ void InitComboBox(HWND dialog, int control, std::span<const ComboBoxEntry> entri
   for (const ComboBoxEntry& entry : entries) {
     const StringText text = LoadText(entry.string_id);
     const LRESULT index = SendMessageW(box, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(text.data()));
-    if (index >= 0) SendMessageW(box, CB_SETITEMDATA, static_cast<WPARAM>(index), entry.value);
+    // An entry stands for the value with its number: none behind one that the box has no memory for.
+    if (index < 0) break;
+    SendMessageW(box, CB_SETITEMDATA, static_cast<WPARAM>(index), entry.value);
   }
   const bool known = selection >= 0 && static_cast<std::size_t>(selection) < entries.size();
   SendMessageW(box, CB_SETCURSEL, known ? static_cast<WPARAM>(selection) : 0, 0);

@@ -40,6 +40,8 @@ void Open(const TabOperations& tab, HWND dialog, LPARAM page) {
   SetWindowLongPtrW(dialog, GWLP_USERDATA, kept);
   auto& context = *reinterpret_cast<PropertiesContext*>(kept);
   ++context.tab_windows;
+  // A page that is first turned to behind the sheet's end: the printer may be another's by now.
+  if (context.is_closed) return;
   const TabOperation operation(dialog, context);
   tab.initialize(dialog, context);
 }
