@@ -318,12 +318,11 @@ OPENFILENAMEW InitFileDlg(HWND dialog, PathText& path, DWORD flags) {
 
 // The dialog that opens a file is documented not to heed OFN_NOCHANGEDIR.
 BOOL AskForImport(OPENFILENAMEW& request) {
-  PathText before{}, after{};
-  const DWORD length = GetCurrentDirectoryW(kPathSize, before.data());
+  std::array<WCHAR, MAX_PATH> before{}, after{};
+  const DWORD length = GetCurrentDirectoryW(MAX_PATH, before.data());
   const BOOL chosen = R5LQZ_CALL_LATE(GetOpenFileNameW, &request);
-  if (length > 0 && length < kPathSize && GetCurrentDirectoryW(kPathSize, after.data()) > 0 && after != before) {
-    SetCurrentDirectoryW(before.data());
-  }
+  GetCurrentDirectoryW(MAX_PATH, after.data());
+  if (length > 0 && length < MAX_PATH && after != before) SetCurrentDirectoryW(before.data());
   return chosen;
 }
 
