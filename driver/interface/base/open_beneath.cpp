@@ -11,7 +11,7 @@ namespace r5lqz {
 OwnedHandle OpenBeneath(HANDLE folder, std::span<const WCHAR> name, ACCESS_MASK access, ULONG disposition,
                         ULONG options, PSECURITY_DESCRIPTOR descriptor) {
   constexpr NTSTATUS kOplockBreakInProgress = 0x00000108;  // STATUS_OPLOCK_BREAK_IN_PROGRESS, with a handle
-  constexpr ULONG kWithoutWaiting = FILE_COMPLETE_IF_OPLOCKED | FILE_SYNCHRONOUS_IO_NONALERT;
+  constexpr ULONG kWithoutWaiting = FILE_COMPLETE_IF_OPLOCKED | FILE_OPEN_NO_RECALL | FILE_SYNCHRONOUS_IO_NONALERT;
   const ULONG sharing = access & DELETE ? 0 : FILE_SHARE_READ | FILE_SHARE_WRITE;
   UNICODE_STRING text{};
   text.Length = text.MaximumLength = static_cast<USHORT>(name.size_bytes());

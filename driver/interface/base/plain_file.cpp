@@ -20,6 +20,12 @@ namespace {
 
 using WidePath = std::array<WCHAR, MAX_PATH>;
 
+// A link, or a file whose content some service has yet to fetch, for which whoever reads or writes it would wait.
+constexpr DWORD kRecallOnOpen = 0x00040000;        // FILE_ATTRIBUTE_RECALL_ON_OPEN
+constexpr DWORD kRecallOnDataAccess = 0x00400000;  // FILE_ATTRIBUTE_RECALL_ON_DATA_ACCESS
+constexpr DWORD kElsewhere =
+    FILE_ATTRIBUTE_REPARSE_POINT | FILE_ATTRIBUTE_OFFLINE | kRecallOnOpen | kRecallOnDataAccess;
+
 constexpr std::size_t kFinalPrefixLength = std::size(kFinalPrefix) - 1;
 
 WidePath WidePathOf(const char* path) {
@@ -28,9 +34,15 @@ WidePath WidePathOf(const char* path) {
 
 #if defined(_WIN32)
 
-// The path's folder, no link to one. A link in the place of the file is then opened itself, not what it leads to.
-OwnedHandle OpenFolder(std::span<const WCHAR> path) {
-  OwnedHandle folder = OpenFullPath(path, FILE_TRAVERSE, FILE_DIRECTORY_FILE | FILE_OPEN_REPARSE_POINT);
+// How much of a full path is its folder; 0 when it has none.
+std::size_t FolderLength(std::span<const WCHAR> path) {
+  const auto separator = std::find(path.rbegin(), path.rend(), L'\\');
+  return static_cast<std::size_t>(std::max<std::ptrdiff_t>(path.rend() - separator - 1, 0));
+}
+
+// The folder, no link to one. A link in the place of a file in it is then opened itself, not what it leads to.
+OwnedHandle OpenFolder(std::span<const WCHAR> path, ACCESS_MASK access = FILE_TRAVERSE) {
+  OwnedHandle folder = OpenFullPath(path, access, FILE_DIRECTORY_FILE | FILE_OPEN_REPARSE_POINT);
   FILE_ATTRIBUTE_TAG_INFO tag{};
   if (folder && (!GetFileInformationByHandleEx(folder.get(), FileAttributeTagInfo, &tag, sizeof tag) ||
                  (tag.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT))) {
@@ -42,9 +54,8 @@ OwnedHandle OpenFolder(std::span<const WCHAR> path) {
 OwnedHandle Open(const char* path, DWORD access, DWORD disposition) {
   const WidePath wide = WidePathOf(path);
   const auto text = TextIn(std::span<const WCHAR>(wide));
-  const auto separator = std::find(text.rbegin(), text.rend(), L'\\');
-  if (separator == text.rend()) return nullptr;
-  const auto folder_length = static_cast<std::size_t>(text.rend() - separator) - 1;
+  const std::size_t folder_length = FolderLength(text);
+  if (folder_length == 0) return nullptr;
   const OwnedHandle folder = OpenFolder(text.first(folder_length));
   if (!folder) {
     SetLastError(ERROR_PATH_NOT_FOUND);
@@ -55,12 +66,22 @@ OwnedHandle Open(const char* path, DWORD access, DWORD disposition) {
                      FILE_NON_DIRECTORY_FILE | FILE_OPEN_REPARSE_POINT);
 }
 
+// The system itself opens the folder in which a file gets a name, to write and waiting: while we have it open like that
+// nobody can have it in a way for which that would wait. None when somebody has.
+OwnedHandle HoldForRenaming(std::span<const WCHAR> path) {
+  return OpenFolder(path.first(FolderLength(path)), FILE_TRAVERSE | FILE_ADD_FILE);
+}
+
 #else
 
 OwnedHandle Open(const char* path, DWORD access, DWORD disposition) {
   const HANDLE handle = CreateFileA(path, access, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, disposition,
                                     FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
   return OwnedHandle(handle != INVALID_HANDLE_VALUE ? handle : nullptr);
+}
+
+bool HoldForRenaming(std::span<const WCHAR>) {
+  return true;
 }
 
 #endif
@@ -108,7 +129,7 @@ bool IsPlainFile(HANDLE file, LONGLONG& size) {
     return false;
   }
   size = standard.EndOfFile.QuadPart;
-  return !standard.Directory && standard.NumberOfLinks == 1 && !(tag.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT);
+  return !standard.Directory && standard.NumberOfLinks == 1 && !(tag.FileAttributes & kElsewhere);
 }
 
 bool DeleteOpened(HANDLE file) {
@@ -146,8 +167,10 @@ bool RenamePlainFile(const char* from, const char* to) {
   renaming.info.FileNameLength = static_cast<DWORD>(name.size_bytes());
   std::memcpy(reinterpret_cast<std::byte*>(&renaming) + offsetof(FILE_RENAME_INFO, FileName), name.data(),
               name.size_bytes());
+  const auto folder = HoldForRenaming(name);
   const PlainFile file = OpenPlainFile(from, DELETE);
-  return file.handle && SetFileInformationByHandle(file.handle.get(), FileRenameInfo, &renaming, sizeof renaming);
+  return folder && file.handle &&
+         SetFileInformationByHandle(file.handle.get(), FileRenameInfo, &renaming, sizeof renaming);
 }
 
 bool DeletePlainFile(const char* path) {

@@ -91,6 +91,8 @@ ResultCode DeleteRasterSdkFiles() {
       HoldFolder(held_makers_folder, folder.get(), Trust::kItsOwner, held) != ERROR_SUCCESS) {
     return ERROR_SUCCESS;
   }
+  // One that an older driver made may be open to users until the restart.
+  ProtectFolder(held);
   if (const ResultCode code = DeleteFiles(held, folder.get())) return code;
   // Another model's driver may use the folders until then; the system removes them only if they are empty.
   DeleteLater(folder.get());
