@@ -10,8 +10,8 @@
 
 namespace r5lqz {
 
-// The one bounded format: "%s" takes a wide text, "%S" a narrow one, as the platform's runtime has it. Never truncates:
-// a text that does not fit with its terminator leaves `text` empty.
+// The one bounded format: "%s" takes a wide text, as the platform's runtime has it; narrow ones are widened before, by
+// the system's code page. Never truncates: a text that does not fit with its terminator leaves `text` empty.
 template <std::size_t extent>
 void FormatBounded(std::span<WCHAR, extent> text, const WCHAR* format, ...) {
   std::va_list arguments;

@@ -11,7 +11,9 @@ namespace r5lqz {
 OwnedHandle OpenBeneath(HANDLE folder, std::span<const WCHAR> name, ACCESS_MASK access, ULONG disposition,
                         ULONG options, PSECURITY_DESCRIPTOR descriptor) {
   constexpr NTSTATUS kOplockBreakInProgress = 0x00000108;  // STATUS_OPLOCK_BREAK_IN_PROGRESS, with a handle
-  constexpr ULONG kWithoutWaiting = FILE_COMPLETE_IF_OPLOCKED | FILE_OPEN_NO_RECALL | FILE_SYNCHRONOUS_IO_NONALERT;
+  // Nor for content that some service has to fetch; beside FILE_DIRECTORY_FILE the system refuses that option.
+  const ULONG without_waiting = FILE_COMPLETE_IF_OPLOCKED | FILE_SYNCHRONOUS_IO_NONALERT |
+                                (options & FILE_NON_DIRECTORY_FILE ? FILE_OPEN_NO_RECALL : 0);
   const ULONG sharing = access & DELETE ? 0 : FILE_SHARE_READ | FILE_SHARE_WRITE;
   UNICODE_STRING text{};
   text.Length = text.MaximumLength = static_cast<USHORT>(name.size_bytes());
@@ -24,7 +26,7 @@ OwnedHandle OpenBeneath(HANDLE folder, std::span<const WCHAR> name, ACCESS_MASK 
   HANDLE handle = nullptr;
   const NTSTATUS status =
       NtCreateFile(&handle, access | SYNCHRONIZE | FILE_READ_ATTRIBUTES, &attributes, &outcome, nullptr,
-                   FILE_ATTRIBUTE_NORMAL, sharing, disposition, options | kWithoutWaiting, nullptr, 0);
+                   FILE_ATTRIBUTE_NORMAL, sharing, disposition, options | without_waiting, nullptr, 0);
   OwnedHandle opened(NT_SUCCESS(status) ? handle : nullptr);
   if (opened && status != kOplockBreakInProgress) return opened;
   opened.reset();

@@ -74,8 +74,11 @@ ResultCode ReadValue(HANDLE printer, const char* key, const char* name, DWORD wa
     LOG_ERROR("Could not read label %s: 0x%x", name, static_cast<unsigned>(code));
     return code;
   }
-  // The store converts a text where it is to go, and may have left more there than it answers.
-  std::fill(read.begin() + size, read.end(), BYTE{});
+  if (wanted_type == REG_SZ) {
+    // The store converts a text in its place: what is left of the wide one lies behind it, and may lack an end too.
+    const auto end = std::find(read.begin(), read.end(), BYTE{});
+    std::fill(end != read.end() ? end : read.begin() + size, read.end(), BYTE{});
+  }
   std::copy(read.begin(), read.end(), field.begin());
   return ERROR_SUCCESS;
 }

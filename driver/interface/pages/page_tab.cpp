@@ -64,13 +64,13 @@ class Details {
     NumberText number{};
     LocalizeNumberText(number, stored);
     Line line;
-    FormatBounded(std::span(line), L"%s %S %s\r\n", LoadText(caption).data(), number.data(),
+    FormatBounded(std::span(line), L"%s %s %s\r\n", LoadText(caption).data(), Wide(number.data()).data(),
                   LoadText(units == kInches ? IDS_INCHES : IDS_MM).data());
     Add(line);
   }
   void AddOffset(UINT caption, const char* text) {
     Line line;
-    FormatBounded(std::span(line), L"%s %S\r\n", LoadText(caption).data(), text);
+    FormatBounded(std::span(line), L"%s %s\r\n", LoadText(caption).data(), Wide(text).data());
     Add(line);
   }
   void AddOffset(UINT caption, LONG offset) {
@@ -82,6 +82,10 @@ class Details {
 
  private:
   using Line = std::array<WCHAR, kDetailsLineSize>;
+  // Not by the format, which would read bytes of strangers as the host's locale has characters.
+  static std::array<WCHAR, kNumberTextSize> Wide(const char* text) {
+    return WidenText<kNumberTextSize>(TextAt(text, kNumberTextSize));
+  }
 
   void Add(const Line& line) {
     const auto text = TextIn(std::span<const WCHAR>(line));
