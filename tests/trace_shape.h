@@ -10,32 +10,24 @@ namespace tests {
 
 // `texts` without time and thread, as "[Trace] <DrvDriverEvent>".
 inline std::string TraceShape(const std::vector<std::string>& texts) {
-  const std::string trace = "[Trace] ", info = "[Info]  ", error = "[Error] ";
   std::string shape;
   bool in_dump = false;
   for (const std::string& text : texts) {
-    const std::string said = text.substr(std::min(text.size(), trace.size()));
-    if (text == info + "<Public-DevMode>") in_dump = true;
-    if (in_dump && text.starts_with(info)) {
+    const std::string level = text.substr(0, 8), said = text.substr(level.size());
+    if (text == "[Info]  <Public-DevMode>") in_dump = true;
+    if (in_dump && level == "[Info]  ") {
       if (said == "</Private-DevMode>") in_dump = false, shape += "{}";
-      continue;
-    }
-    const bool has_space = shape.empty() || shape.ends_with('(');
-    if (text.starts_with(trace + "</")) {
+    } else if (text.starts_with("[Trace] </")) {
       shape += ")";
-      continue;
-    }
-    if (!has_space) shape += ' ';
-    if (text.starts_with(trace + "<")) {
-      shape += said.substr(1, said.size() - 2) + "(";
-    } else if (text.starts_with(trace + "Return: ")) {
-      shape += "=" + said.substr(8);
-    } else if (text.starts_with(info)) {
-      shape += "'" + said + "'";
-    } else if (text.starts_with(error)) {
-      shape += "!" + said + "!";
     } else {
-      shape += text;
+      if (!shape.empty() && !shape.ends_with('(')) shape += ' ';
+      if (text.starts_with("[Trace] <")) {
+        shape += said.substr(1, said.size() - 2) + "(";
+      } else if (text.starts_with("[Trace] Return: ")) {
+        shape += "=" + said.substr(8);
+      } else {
+        shape += level == "[Info]  " ? "'" + said + "'" : level == "[Error] " ? "!" + said + "!" : text;
+      }
     }
   }
   return shape;

@@ -7,6 +7,8 @@
 #include <objbase.h>
 #include <objidl.h>
 
+#include <wrl/client.h>
+
 #include <algorithm>
 #include <fstream>
 #include <set>
@@ -31,74 +33,44 @@ struct FileReader : IUnknown {
 
 namespace {
 
-struct Language {
-  const char* code;
-  LANGID resources;
-  UINT code_page = 1252;
-  const char* charset = "windows-1252";
-};
-
-constexpr Language kLanguages[] = {{"en", MAKELANGID(LANG_ENGLISH, SUBLANG_ENGLISH_US)},
-                                   {"de", LANG_GERMAN},
-                                   {"fr", LANG_FRENCH},
-                                   {"es", LANG_SPANISH},
-                                   {"zh", LANG_CHINESE, 936, "gbk"}};
-
-const r5lqz::UiLanguage& UiLanguageOf(const Language& language) {
-  const auto* const found = std::ranges::find_if(r5lqz::kUiLanguages, [&](const r5lqz::UiLanguage& ui) {
-    return std::equal(ui.code, ui.code + 3, language.code);
-  });
-  return found != r5lqz::kUiLanguages.end() ? *found : r5lqz::kUiLanguages.front();
-}
+using Microsoft::WRL::ComPtr;
 
 // Each topic and the tab that it is about, whose title it must name.
-constexpr struct {
-  const WCHAR* path;
-  UINT title;
-} kTopics[] = {
-    {r5lqz::kPageTopic, IDS_TAB_PAGE},
-    {r5lqz::kAppearanceTopic, IDS_TAB_COLOR},
-    {r5lqz::kLayoutTopic, IDS_TAB_LAYOUT},
-    {r5lqz::kAboutTopic, IDS_TAB_ABOUT},
-};
+constexpr std::pair<const WCHAR*, int> kTopics[] = {{r5lqz::kPageTopic, IDS_TAB_PAGE},
+                                                    {r5lqz::kAppearanceTopic, IDS_TAB_COLOR},
+                                                    {r5lqz::kLayoutTopic, IDS_TAB_LAYOUT},
+                                                    {r5lqz::kAboutTopic, IDS_TAB_ABOUT}};
 
 constexpr CLSID kReaderClass = {0x5D02926A, 0x212E, 0x11D0, {0x9D, 0xF9, 0x00, 0xA0, 0xC9, 0x22, 0xE6, 0xEC}};
 constexpr IID kReaderInterface = {0x88CC31DE, 0x27AB, 0x11D0, {0x9D, 0xF9, 0x00, 0xA0, 0xC9, 0x22, 0xE6, 0xEC}};
 
-template <class T>
-struct Owned {
-  ~Owned() {
-    if (object) object->Release();
-  }
-  T* object = nullptr;
-};
-
 // What the help file holds at a path such as FILE.chm::/topics/TOPIC.html; empty when it is not there.
 std::string Read(const std::wstring& path) {
   const std::size_t file_end = path.find(L"::");
-  Owned<FileReader> reader;
-  Owned<IStorage> file;
-  Owned<IStream> stream;
+  ComPtr<FileReader> reader;
+  ComPtr<IStorage> file;
+  ComPtr<IStream> stream;
   std::string bytes;
   if (FAILED(CoCreateInstance(kReaderClass, nullptr, CLSCTX_INPROC_SERVER, kReaderInterface,
-                              reinterpret_cast<void**>(&reader.object))) ||
-      FAILED(reader.object->Open(path.substr(0, file_end).c_str(), nullptr, STGM_READ | STGM_SHARE_DENY_WRITE, nullptr,
-                                 0, &file.object)) ||
-      FAILED(file.object->OpenStream(path.c_str() + file_end + 2, nullptr, STGM_READ | STGM_SHARE_EXCLUSIVE, 0,
-                                     &stream.object))) {
+                              reinterpret_cast<void**>(reader.GetAddressOf()))) ||
+      FAILED(reader->Open(path.substr(0, file_end).c_str(), nullptr, STGM_READ | STGM_SHARE_DENY_WRITE, nullptr, 0,
+                          &file)) ||
+      FAILED(file->OpenStream(path.c_str() + file_end + 2, nullptr, STGM_READ | STGM_SHARE_EXCLUSIVE, 0, &stream))) {
     return bytes;
   }
   char part[4096];
   ULONG size = 0;
-  while (SUCCEEDED(stream.object->Read(part, sizeof part, &size)) && size) bytes.append(part, size);
+  while (SUCCEEDED(stream->Read(part, sizeof part, &size)) && size) bytes.append(part, size);
   return bytes;
 }
 
-std::wstring Wide(const std::string& text, UINT code_page) {
-  std::wstring wide(text.size(), L'\0');
-  wide.resize(static_cast<std::size_t>(MultiByteToWideChar(code_page, MB_ERR_INVALID_CHARS, text.data(),
-                                                           static_cast<int>(text.size()), wide.data(),
-                                                           static_cast<int>(wide.size()))));
+// A topic's text; none when it is not in the code page that it has to declare.
+std::wstring TextOf(const std::string& bytes, bool is_chinese) {
+  if (bytes.find(is_chinese ? "charset=gbk\"" : "charset=windows-1252\"") == bytes.npos) return {};
+  std::wstring wide(bytes.size(), L'\0');
+  const int size = static_cast<int>(bytes.size());
+  wide.resize(static_cast<std::size_t>(
+      MultiByteToWideChar(is_chinese ? 936 : 1252, MB_ERR_INVALID_CHARS, bytes.data(), size, wide.data(), size)));
   return wide;
 }
 
@@ -115,98 +87,73 @@ std::vector<std::wstring> Between(const std::wstring& text, const std::wstring& 
   return found;
 }
 
-struct Topic {
-  std::wstring path, text, title;
-  std::string bytes;
-  std::vector<std::wstring> names;  // of controls
-};
-
-class HelpFiles : public testing::TestWithParam<Language> {
- protected:
-  HelpFiles() {
-    // In no apartment: its window would start the platform's desktop, which keeps the outputs of this program open.
-    CoInitializeEx(nullptr, COINIT_MULTITHREADED);
-    const auto strings = Strings(GetParam().resources);
-    for (const auto& [id, text] : strings) shown_ += L"\n" + text + L"\n";
-    for (int id = IDD_DEVICE_TAB; id <= IDD_CUSTOM_PAGE; ++id) {
-      const std::vector<BYTE> bytes = Resource(RT_DIALOG, id, GetParam().resources);
-      dialogs_.append(reinterpret_cast<const WCHAR*>(bytes.data()), bytes.size() / sizeof(WCHAR));
-    }
-    for (const auto& [page, title] : kTopics) {
-      const std::wstring path =
-          r5lqz::BuildHelpPath(Built(L"help\\r5-lqz.chm").c_str(), UiLanguageOf(GetParam()), page).data();
-      const std::string bytes = Read(path);
-      const std::wstring text = Wide(bytes, GetParam().code_page);
-      topics_.push_back({path, text, strings.at(static_cast<int>(title)), bytes, Between(text, L"<b>", L"</b>")});
-    }
+bool HasWord(const std::wstring& text, const std::wstring& word) {
+  for (std::size_t at = text.find(word); at != text.npos; at = text.find(word, at + 1)) {
+    if (at && !IsCharAlphaNumericW(text[at - 1]) && !IsCharAlphaNumericW(text[at + word.size()])) return true;
   }
-  ~HelpFiles() override { CoUninitialize(); }
-
-  // The strings; and the raw data of the dialogs, in which their texts stand as they are.
-  std::wstring shown_, dialogs_;
-  std::vector<Topic> topics_;
-};
-
-TEST_P(HelpFiles, HasEveryTopicThatTheTabsAskFor) {
-  for (const Topic& topic : topics_) {
-    SCOPED_TRACE(Shown(topic.path));
-    EXPECT_NE(topic.bytes.npos, topic.bytes.find(std::string("charset=") + GetParam().charset + '"'));
-    ASSERT_FALSE(topic.text.empty()) << "not there, or not in the code page that it declares";
-    EXPECT_EQ(1u, Between(topic.text, L"<title>", L"</title>").size());
-    EXPECT_NE(0, std::ranges::count(topic.names, topic.title)) << Shown(topic.title);
-  }
+  return false;
 }
 
-// The page topic says how many pages a printer holds, and what is too many to import; and how long a name may be.
-TEST_P(HelpFiles, StatesTheLimitsThatHold) {
-  const std::wstring& text = topics_[0].text;
-  EXPECT_EQ(2u, Between(text, std::to_wstring(r5lqz::kMostLabels), L"<").size());
-  EXPECT_EQ(1u, Between(text, std::to_wstring(r5lqz::kLabelNameSize - 1), L"<").size());
-}
-
-TEST_P(HelpFiles, LeadsNowhereElse) {
-  for (const Topic& topic : topics_) {
-    const std::wstring root = topic.path.substr(0, topic.path.find(L"::") + 3);
-    const auto links = Between(topic.text, L"href=\"", L"\"");
-    EXPECT_FALSE(links.empty());
-    for (const std::wstring& link : links) {
-      const bool beside = !link.starts_with(L"../");
-      EXPECT_FALSE(Read(root + (beside ? L"topics/" + link : link.substr(3))).empty())
-          << Shown(topic.path) << " to " << Shown(link);
-    }
-  }
-}
-
-TEST_P(HelpFiles, CallsEveryControlByTheNameThatTheDialogsShow) {
-  const std::wstring shown = dialogs_ + shown_;
-  const auto is_word_within = [&shown](const std::wstring& name) {
-    for (std::size_t at = shown.find(name); at != shown.npos; at = shown.find(name, at + 1)) {
-      if (at && !IsCharAlphaNumericW(shown[at - 1]) && !IsCharAlphaNumericW(shown[at + name.size()])) return true;
-    }
-    return false;
-  };
-  for (const Topic& topic : topics_) {
-    for (const std::wstring& name : topic.names) {
-      EXPECT_TRUE(is_word_within(name)) << Shown(topic.path) << ": " << Shown(name);
-    }
-  }
-}
-
-// In a template a button is its style, place and number, followed by its class (0xFFFF, 0x80) and its text.
-TEST_P(HelpFiles, NamesEveryButtonOfTheDialogs) {
-  std::set<std::wstring> named;
-  for (const Topic& topic : topics_) named.insert(topic.names.begin(), topic.names.end());
+// The texts of the visible buttons. In a template a button is its style, place and number, followed by its class
+// (0xFFFF, 0x80) and its text.
+std::vector<std::wstring> Buttons(const std::wstring& dialogs) {
   const std::wstring button_class = L"\xFFFF\x80";
   constexpr std::size_t kStyleBeforeClass = 8;
-  int buttons = 0;
-  for (std::size_t at = dialogs_.find(button_class); at != dialogs_.npos; at = dialogs_.find(button_class, at + 1)) {
-    const DWORD style = dialogs_[at - kStyleBeforeClass] | DWORD{dialogs_[at - kStyleBeforeClass + 1]} << 16;
+  std::vector<std::wstring> texts;
+  for (std::size_t at = dialogs.find(button_class); at != dialogs.npos; at = dialogs.find(button_class, at + 1)) {
+    const DWORD style = dialogs[at - kStyleBeforeClass] | DWORD{dialogs[at - kStyleBeforeClass + 1]} << 16;
     if (!(style & WS_VISIBLE) || (style & BS_TYPEMASK) == BS_GROUPBOX) continue;
-    const std::wstring text = dialogs_.c_str() + at + button_class.size();
-    EXPECT_TRUE(named.contains(text)) << Shown(text);
-    ++buttons;
+    texts.emplace_back(dialogs.c_str() + at + button_class.size());
   }
-  EXPECT_EQ(21, buttons);
+  return texts;
+}
+
+// A language of the dialogs has a row in the module's table, help, and a name in what installs that. The help calls
+// every control by the name that the dialogs show, names all their buttons, states the limits and leads nowhere else.
+void CheckLanguage(LANGID language) {
+  const auto strings = Strings(language);
+  const auto* const ui = std::ranges::find(r5lqz::kUiLanguages, strings.at(IDS_LANGUAGE), &r5lqz::UiLanguage::code);
+  ASSERT_NE(ui, r5lqz::kUiLanguages.end()) << "not in the module's table";
+  std::ifstream file(Built(L"package\\INSTALL.txt"));
+  const std::string instructions(std::istreambuf_iterator<char>(file), {});
+  const std::wstring name = std::wstring(L"r5-lqz.") + (ui->help_extension ? ui->help_extension : L"chm");
+  EXPECT_NE(instructions.find(Shown(name)), std::string::npos) << Shown(name);
+
+  // The raw data of the dialogs, in which their texts stand as they are, and the strings.
+  std::wstring dialogs, shown;
+  for (int id = IDD_DEVICE_TAB; id <= IDD_CUSTOM_PAGE; ++id) {
+    const std::vector<BYTE> bytes = Resource(RT_DIALOG, id, language);
+    dialogs.append(reinterpret_cast<const WCHAR*>(bytes.data()), bytes.size() / sizeof(WCHAR));
+  }
+  for (const auto& [id, text] : strings) shown += L"\n" + text + L"\n";
+  shown = dialogs + shown;
+
+  std::set<std::wstring> named;
+  for (const auto& [topic, title] : kTopics) {
+    const std::wstring path = r5lqz::BuildHelpPath(Built(L"help\\r5-lqz.chm").c_str(), *ui, topic).data();
+    const std::wstring root = path.substr(0, path.find(L"::") + 3);
+    SCOPED_TRACE(Shown(path));
+    const std::wstring text = TextOf(Read(path), PRIMARYLANGID(language) == LANG_CHINESE);
+    EXPECT_EQ(Between(text, L"<title>", L"</title>").size(), 1u) << "not there, or in another code page";
+    const auto names = Between(text, L"<b>", L"</b>");
+    EXPECT_NE(std::ranges::count(names, strings.at(title)), 0) << Shown(strings.at(title));
+    for (const std::wstring& one : names) EXPECT_TRUE(HasWord(shown, one)) << Shown(one);
+    named.insert(names.begin(), names.end());
+
+    const auto links = Between(text, L"href=\"", L"\"");
+    EXPECT_FALSE(links.empty());
+    for (const std::wstring& link : links) {
+      const std::wstring target = link.starts_with(L"../") ? link.substr(3) : L"topics/" + link;
+      EXPECT_FALSE(Read(root + target).empty()) << Shown(link);
+    }
+    if (title != IDS_TAB_PAGE) continue;
+    // How many pages a printer holds, and what is too many to import; and how long a name may be.
+    EXPECT_EQ(Between(text, std::to_wstring(r5lqz::kMostLabels), L"<").size(), 2u);
+    EXPECT_EQ(Between(text, std::to_wstring(r5lqz::kLabelNameSize - 1), L"<").size(), 1u);
+  }
+  const auto buttons = Buttons(dialogs);
+  EXPECT_EQ(buttons.size(), 21u);
+  for (const std::wstring& button : buttons) EXPECT_TRUE(named.contains(button)) << Shown(button);
 }
 
 BOOL CALLBACK AddLanguage(HMODULE, LPCWSTR, LPCWSTR, WORD language, LONG_PTR languages) {
@@ -214,30 +161,19 @@ BOOL CALLBACK AddLanguage(HMODULE, LPCWSTR, LPCWSTR, WORD language, LONG_PTR lan
   return TRUE;
 }
 
-// What a language needs beside its resources: a row in the module's table, help that is tested above, and a name in
-// what installs it.
-TEST(HelpLanguages, AreThoseOfTheDialogs) {
+TEST(HelpFiles, AgreeWithTheDialogsInEachOfTheirLanguages) {
+  // In no apartment: its window would start the platform's desktop, which keeps the outputs of this program open.
+  CoInitializeEx(nullptr, COINIT_MULTITHREADED);
   std::vector<LANGID> languages;
   EnumResourceLanguagesW(Module(), RT_DIALOG, MAKEINTRESOURCEW(IDD_PAGE_TAB), AddLanguage,
                          reinterpret_cast<LONG_PTR>(&languages));
   EXPECT_EQ(languages.size(), r5lqz::kUiLanguages.size());
-  std::ifstream file(Built(L"package\\INSTALL.txt"));
-  const std::string instructions(std::istreambuf_iterator<char>(file), {});
   for (const LANGID language : languages) {
-    const std::wstring code = Strings(language)[IDS_LANGUAGE];
-    SCOPED_TRACE(Shown(code));
-    const auto* const ui = std::ranges::find(r5lqz::kUiLanguages, code, &r5lqz::UiLanguage::code);
-    ASSERT_NE(ui, r5lqz::kUiLanguages.end()) << "not in the module's table";
-    EXPECT_TRUE(std::ranges::any_of(kLanguages, [&](const Language& one) {
-      return one.resources == language && std::equal(code.begin(), code.end(), one.code);
-    })) << "its help is not tested";
-    const std::wstring name = std::wstring(L"r5-lqz.") + (ui->help_extension ? ui->help_extension : L"chm");
-    EXPECT_NE(instructions.find(Shown(name)), std::string::npos) << Shown(name);
+    SCOPED_TRACE(language);
+    CheckLanguage(language);
   }
+  CoUninitialize();
 }
-
-INSTANTIATE_TEST_SUITE_P(Languages, HelpFiles, testing::ValuesIn(kLanguages),
-                         [](const auto& one) { return std::string(one.param.code); });
 
 }  // namespace
 }  // namespace tests

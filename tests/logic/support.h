@@ -1,5 +1,5 @@
 // What the tests of the module's logic share: a printer in the in-memory spooler, records in blocks of exactly their
-// size, and the trace log as lines.
+// size, calls as the spooler's client makes them, and the trace log as lines.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -24,6 +24,8 @@ namespace r5lqz {
 inline constexpr char kPrinterName[] = "Labels";
 inline constexpr char kDriverName[] = "Brindlewick R5-LQZ";
 
+using Lines = std::vector<std::string>;
+
 // A wide text of ASCII characters as a narrow one that can be compared and printed.
 inline std::string Text(const WCHAR* wide) {
   std::string narrow;
@@ -47,7 +49,6 @@ class Record {
   DEVMODEW* get() const { return reinterpret_cast<DEVMODEW*>(bytes_.get()); }
   DEVMODEW* operator->() const { return get(); }
   DriverDevMode& whole() const { return *reinterpret_cast<DriverDevMode*>(bytes_.get()); }
-  std::size_t size() const { return size_; }
   std::span<const std::byte> span() const { return std::as_bytes(std::span(bytes_.get(), size_)); }
   std::string bytes() const { return {reinterpret_cast<const char*>(bytes_.get()), size_}; }
 
@@ -56,8 +57,8 @@ class Record {
   std::unique_ptr<BYTE[]> bytes_;
 };
 
-inline void StoreLabel(int id, const char* name, const char* width, const char* length, DWORD units,
-                       const char* vertical = "0", const char* horizontal = "0") {
+inline void StoreLabel(int id, const char* name, const char* width = "50", const char* length = "60",
+                       DWORD units = kMillimetres, const char* vertical = "0", const char* horizontal = "0") {
   const std::string key = "Label Sizes\\" + std::to_string(id);
   platform::SetDataDword(kPrinterName, key, "version", 1);
   platform::SetDataText(kPrinterName, key, "name", name);
@@ -66,6 +67,22 @@ inline void StoreLabel(int id, const char* name, const char* width, const char* 
   platform::SetDataText(kPrinterName, key, "vertOffset", vertical);
   platform::SetDataText(kPrinterName, key, "horzOffset", horizontal);
   platform::SetDataDword(kPrinterName, key, "units", units);
+}
+
+// The document-properties call without a window.
+inline LONG DocumentProperties(HANDLE printer, DEVMODEW* in, DEVMODEW* out, DWORD mode) {
+  DOCUMENTPROPERTYHEADER header{sizeof header, 0, printer, nullptr, in, out, 0xDEAD, mode};
+  const LONG result = DrvDocumentPropertySheets(nullptr, reinterpret_cast<LPARAM>(&header));
+  EXPECT_EQ(header.cbOut, 864u);
+  return result;
+}
+
+inline BOOL QueryPrint(HANDLE printer, DEVMODEW* job) {
+  WCHAR text[4] = {0xA5A5, 0xA5A5};
+  DEVQUERYPRINT_INFO info{sizeof info, 1, printer, job, text, 4, 0xA5};
+  const BOOL result = DevQueryPrintEx(&info);
+  EXPECT_TRUE(text[0] == 0xA5A5 && info.cchNeeded == 0xA5) << "no reason is given";
+  return result;
 }
 
 // Every test has a printer with an open handle, and must leave nothing open behind.
@@ -107,11 +124,10 @@ class ModuleTest : public testing::Test {
   static std::string LogFile(const char* name = "r5-lqz-ui.txt") { return platform::TempFolder() + "/" + name; }
 
   // The log's records without their time and thread.
-  static std::vector<std::string> LogLines() {
-    std::vector<std::string> lines;
+  static Lines LogLines() {
+    Lines lines;
     std::ifstream file(LogFile());
-    for (std::string line; std::getline(file, line);) lines.push_back(line.substr(line.find("] [TID: ")));
-    for (std::string& line : lines) line = line.substr(line.find("] ", 2) + 2);
+    for (std::string line; std::getline(file, line);) lines.push_back(line.substr(line.find("] ", 30) + 2));
     return lines;
   }
 

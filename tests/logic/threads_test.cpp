@@ -12,15 +12,12 @@ constexpr int kThreads = 4;
 constexpr int kRounds = 24;
 
 void AskEverything(HANDLE printer) {
-  DriverDevMode job;
+  DriverDevMode job, out;
   SetupDefaultDevMode(job, L"Printer", printer);
   job.dm_public.dmPaperSize = 259;
-  DriverDevMode out;
-  DOCUMENTPROPERTYHEADER header{sizeof header, 0, printer, nullptr, &job.dm_public, &out.dm_public, 0, DM_OUT_BUFFER};
-  EXPECT_EQ(DrvDocumentPropertySheets(nullptr, reinterpret_cast<LPARAM>(&header)), 1);
+  EXPECT_EQ(DocumentProperties(printer, &job.dm_public, &out.dm_public, DM_OUT_BUFFER), 1);
   EXPECT_EQ(out.dm_public.dmPaperWidth, 1048);
-  DEVQUERYPRINT_INFO query{sizeof query, 1, printer, &job.dm_public, nullptr, 0, 0};
-  EXPECT_TRUE(DevQueryPrintEx(&query));
+  EXPECT_TRUE(QueryPrint(printer, &job.dm_public));
   EXPECT_EQ(DrvDeviceCapabilities(printer, nullptr, DC_PAPERS, nullptr, nullptr), 2u);
 }
 
@@ -28,7 +25,7 @@ void AskEverything(HANDLE printer) {
 TEST(Threads, ShareTheModule) {
   platform::Reset();
   platform::AddPrinter(kPrinterName, kDriverName);
-  StoreLabel(258, "First", "50", "60", kMillimetres);
+  StoreLabel(258, "First");
   StoreLabel(259, "Second", "4.125", "5", kInches);
   std::ofstream(platform::TempFolder() + "/r5-lqz-ui.dat") << "1";
 
@@ -40,8 +37,7 @@ TEST(Threads, ShareTheModule) {
       --waiting;
       while (waiting > 0) std::this_thread::yield();
       for (int round = 0; round < kRounds; ++round) {
-        // Some start documents, which switches tracing on in the middle of the others' calls; one switches it off
-        // again.
+        // Some start documents, which switches tracing on in the middle of the others' calls; one switches it off.
         if (round % 8 == thread) DrvDocumentEvent(nullptr, nullptr, DOCUMENTEVENT_STARTDOCPRE, 0, nullptr, 0, nullptr);
         if (round % 8 == 4 && thread == 0) log_mask = 0;
         AskEverything(printer);
@@ -55,7 +51,7 @@ TEST(Threads, ShareTheModule) {
   std::ifstream log(platform::TempFolder() + "/r5-lqz-ui.txt");
   int lines = 0;
   for (std::string line; std::getline(log, line); ++lines)
-    EXPECT_EQ(line.compare(0, 24, "[2024-03-05 07:08:09.012"), 0) << line;
+    EXPECT_TRUE(line.starts_with("[2024-03-05 07:08:09.012")) << line;
   EXPECT_GT(lines, 0);
   EXPECT_EQ(platform::LiveBalance(), platform::Balance{});
 }
