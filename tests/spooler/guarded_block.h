@@ -8,15 +8,13 @@
 
 namespace tests {
 
-/// `size` bytes of poison right before an inaccessible page; what lies before them on their page is poison too and can
-/// be checked. Addresses are as odd as the size makes them: use memcpy for what is inside.
+/// `size` bytes of poison right before an inaccessible page. Addresses are as odd as the size makes them: use memcpy
+/// for what is inside.
 class GuardedBlock {
  public:
-  static constexpr BYTE kPoison = 0xA5;
-
   explicit GuardedBlock(std::size_t size) {
     constexpr std::size_t kPage = 4096;
-    const std::size_t accessible = (size + 64 + kPage - 1) / kPage * kPage;
+    const std::size_t accessible = (size + kPage - 1) / kPage * kPage;
     base_ = static_cast<BYTE*>(VirtualAlloc(nullptr, accessible + kPage, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE));
     end_ = base_ + accessible;
     DWORD previous = 0;
@@ -40,13 +38,13 @@ class GuardedBlock {
     return value;
   }
 
-  /// No byte before the block was written.
-  bool FrontIntact() const { return std::all_of(base_, data_, IsPoison); }
-  /// Nor any byte of it.
-  bool Untouched() const { return std::all_of(base_, end_, IsPoison); }
+  /// No byte of it, nor before it on its page, was written.
+  bool Untouched() const {
+    return std::all_of(base_, end_, [](BYTE byte) { return byte == kPoison; });
+  }
 
  private:
-  static bool IsPoison(BYTE byte) { return byte == kPoison; }
+  static constexpr BYTE kPoison = 0xA5;
 
   BYTE* base_;
   BYTE* data_;

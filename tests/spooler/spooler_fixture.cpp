@@ -7,27 +7,21 @@ namespace {
 
 platform::InstalledPrinter installed;
 
-class Removal : public testing::Environment {
- public:
+struct Removal : testing::Environment {
   void TearDown() override {
     const auto result = platform::RemovePrinter(installed);
     EXPECT_TRUE(result.Held()) << result.call << " answered " << result.code;
   }
 };
-
-const bool prepared = [] {
-  testing::AddGlobalTestEnvironment(new Removal);
-  return true;
-}();
+const auto* const removal = testing::AddGlobalTestEnvironment(new Removal);
 
 }  // namespace
 
 std::string Narrow(const wchar_t* text, std::size_t capacity) {
-  const int length = static_cast<int>(wcsnlen(text, capacity));
-  std::string narrow(static_cast<std::size_t>(length) * 4, '\0');
-  const int bytes = static_cast<int>(narrow.size());
-  narrow.resize(
-      static_cast<std::size_t>(WideCharToMultiByte(CP_ACP, 0, text, length, narrow.data(), bytes, nullptr, nullptr)));
+  std::string narrow(capacity * 4, '\0');
+  const int length = WideCharToMultiByte(CP_ACP, 0, text, static_cast<int>(wcsnlen(text, capacity)), narrow.data(),
+                                         static_cast<int>(narrow.size()), nullptr, nullptr);
+  narrow.resize(static_cast<std::size_t>(length));
   return narrow;
 }
 

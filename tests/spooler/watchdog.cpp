@@ -6,111 +6,85 @@
 #include <tlhelp32.h>
 
 #include <atomic>
-#include <cstdarg>
 #include <cstdio>
 #include <cstring>
 
 namespace tests {
 namespace {
 
-constexpr UINT kExitCode = 3;
-constexpr DWORD kLimit = 45000;  // milliseconds
-constexpr int kFrames = 24;
+constexpr ULONGLONG kLimit = 45000;  // milliseconds
 
-std::atomic<unsigned> tests_started;
-std::atomic<bool> watching;
+std::atomic<ULONGLONG> deadline;
 HANDLE watcher;
 HANDLE program_ended;
 
 // Past the files of the C library, whose locks a stalled thread may have.
-void Print(const char* format, ...) {
+template <class... Values>
+void Print(const char* format, Values... values) {
   char text[MAX_PATH + 64];
-  va_list values;
-  va_start(values, format);
-  const int length = vsnprintf(text, sizeof text, format, values);
-  va_end(values);
+  const int length = snprintf(text, sizeof text, format, values...);
   DWORD written = 0;
   WriteFile(GetStdHandle(STD_ERROR_HANDLE), text, static_cast<DWORD>(length), &written, nullptr);
 }
 
-// As module and offset, the form that addr2line takes.
-void PrintPlace(DWORD64 address) {
-  HMODULE module = nullptr;
-  char name[MAX_PATH] = "?";
-  const DWORD flags = GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT;
-  if (GetModuleHandleExA(flags, reinterpret_cast<const char*>(address), &module)) {
-    GetModuleFileNameA(module, name, sizeof name);
-  }
-  const char* file = strrchr(name, '\\');
-  Print("    %s+0x%llx\n", file ? file + 1 : name, address - reinterpret_cast<DWORD64>(module));
-}
-
 void PrintStack(CONTEXT context) {
+  constexpr int kFrames = 24;
   for (int frame = 0; frame < kFrames && context.Rip; ++frame) {
-    PrintPlace(context.Rip);
-    DWORD64 base = 0;
-    auto* function = RtlLookupFunctionEntry(context.Rip, &base, nullptr);
-    if (!function) {
+    DWORD64 base = 0, establisher = 0;
+    auto* const function = RtlLookupFunctionEntry(context.Rip, &base, nullptr);
+    // As module and offset, the form that addr2line takes.
+    char file[MAX_PATH] = "?";
+    if (base) GetModuleFileNameA(reinterpret_cast<HMODULE>(base), file, sizeof file);
+    const char* const slash = strrchr(file, '\\');
+    Print("    %s+0x%llx\n", slash ? slash + 1 : file, context.Rip - base);
+    void* data = nullptr;
+    if (function) {
+      RtlVirtualUnwind(UNW_FLAG_NHANDLER, base, context.Rip, function, &context, &data, &establisher, nullptr);
+    } else if (frame == 0) {
       // A function without unwind data has not moved the stack; only the innermost can be one.
-      if (frame) return;
       context.Rip = *reinterpret_cast<DWORD64*>(context.Rsp);
       context.Rsp += sizeof(DWORD64);
-      continue;
+    } else {
+      return;
     }
-    void* data = nullptr;
-    DWORD64 establisher = 0;
-    RtlVirtualUnwind(UNW_FLAG_NHANDLER, base, context.Rip, function, &context, &data, &establisher, nullptr);
   }
 }
 
 LONG WINAPI OnCrash(EXCEPTION_POINTERS* exception) {
   const auto& record = *exception->ExceptionRecord;
   // Of an access violation, the second parameter is the address that was touched.
-  const auto touched = record.NumberParameters > 1 ? record.ExceptionInformation[1] : 0;
-  Print("exception 0x%lx (0x%llx), at\n", record.ExceptionCode, static_cast<unsigned long long>(touched));
+  Print("exception 0x%lx (0x%llx), at\n", record.ExceptionCode,
+        record.NumberParameters > 1 ? record.ExceptionInformation[1] : 0);
   PrintStack(*exception->ContextRecord);
-  TerminateProcess(GetCurrentProcess(), kExitCode);
+  TerminateProcess(GetCurrentProcess(), 3);
   return EXCEPTION_EXECUTE_HANDLER;
-}
-
-// The thread goes on meanwhile: it may hold a lock that printing needs.
-void PrintStackOf(DWORD id) {
-  const HANDLE thread = OpenThread(THREAD_SUSPEND_RESUME | THREAD_GET_CONTEXT, FALSE, id);
-  CONTEXT context{};
-  context.ContextFlags = CONTEXT_FULL;
-  SuspendThread(thread);
-  const BOOL found = GetThreadContext(thread, &context);
-  ResumeThread(thread);
-  Print("  thread %lx\n", id);
-  if (found) PrintStack(context);
-  CloseHandle(thread);
 }
 
 // Of every thread but this one: the one that waits is seldom the one that stalls.
 void PrintStacks() {
   const HANDLE all = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
-  THREADENTRY32 thread{sizeof thread, 0, 0, 0, 0, 0, 0};
-  for (BOOL more = Thread32First(all, &thread); more; more = Thread32Next(all, &thread)) {
-    const bool is_ours = thread.th32OwnerProcessID == GetCurrentProcessId();
-    if (is_ours && thread.th32ThreadID != GetCurrentThreadId()) PrintStackOf(thread.th32ThreadID);
+  THREADENTRY32 entry{sizeof entry, 0, 0, 0, 0, 0, 0};
+  for (BOOL more = Thread32First(all, &entry); more; more = Thread32Next(all, &entry)) {
+    if (entry.th32OwnerProcessID != GetCurrentProcessId() || entry.th32ThreadID == GetCurrentThreadId()) continue;
+    const HANDLE thread = OpenThread(THREAD_SUSPEND_RESUME | THREAD_GET_CONTEXT, FALSE, entry.th32ThreadID);
+    CONTEXT context{};
+    context.ContextFlags = CONTEXT_FULL;
+    SuspendThread(thread);
+    const BOOL found = GetThreadContext(thread, &context);
+    // It goes on meanwhile: it may hold a lock that printing needs.
+    ResumeThread(thread);
+    Print("  thread %lx\n", entry.th32ThreadID);
+    if (found) PrintStack(context);
   }
-  CloseHandle(all);
 }
 
 DWORD WINAPI Watch(void*) {
-  watching = true;
-  unsigned seen = tests_started;
-  ULONGLONG begun = GetTickCount64();
+  deadline = GetTickCount64() + kLimit;
   while (WaitForSingleObject(program_ended, 100) != WAIT_OBJECT_0) {
-    const ULONGLONG now = GetTickCount64();
-    if (seen != tests_started) {
-      seen = tests_started;
-      begun = now;
-    }
-    if (now - begun < kLimit) continue;
-    Print("stalled for %llu ms, at\n", now - begun);
+    if (GetTickCount64() < deadline) continue;
+    Print("stalled for %llu ms, at\n", kLimit);
     PrintStacks();
-    TerminateProcess(GetCurrentProcess(), kExitCode);
+    TerminateProcess(GetCurrentProcess(), 3);
   }
   return 0;
 }
@@ -121,14 +95,14 @@ class Watchdog : public testing::EmptyTestEventListener {
     program_ended = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     watcher = CreateThread(nullptr, 0, Watch, nullptr, 0, nullptr);
     // A thread needs the loader's lock to begin, which a stalled test may have.
-    while (!watching) Sleep(1);
+    while (!deadline) Sleep(1);
   }
   // No thread of ours is left for the platform to end when the program exits.
   void OnTestProgramEnd(const testing::UnitTest&) override {
     SetEvent(program_ended);
     WaitForSingleObject(watcher, INFINITE);
   }
-  void OnTestStart(const testing::TestInfo&) override { ++tests_started; }
+  void OnTestStart(const testing::TestInfo&) override { deadline = GetTickCount64() + kLimit; }
 };
 
 const bool registered = [] {

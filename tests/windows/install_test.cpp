@@ -1,4 +1,5 @@
 // The driver's installation and removal, as the module that ships does them on this machine's own folders.
+#include <gtest/gtest.h>
 #include <windows.h>
 
 #include <aclapi.h>
@@ -8,15 +9,20 @@
 #include <winternl.h>
 
 #include <algorithm>
-#include <fstream>
+#include <chrono>
+#include <map>
+#include <span>
+#include <utility>
 
 #include "../built_files.h"
+#include "../trace_shape.h"
 #include "driver_entries.h"
-#include "user/driver_life.h"
+#include "host_drive.h"
 #include "import_patch.h"
 #include "machine_state.h"
 #include "resources/resource_ids.h"
-#include "trace_folder.h"
+#include "user/driver_life.h"
+#include "user/trace_files.h"
 
 namespace tests {
 namespace {
@@ -25,27 +31,122 @@ namespace fs = std::filesystem;
 using namespace platform;
 
 constexpr char kShortcut[] = "[InternetShortcut]\r\nURL=https://support.brindlewick.example/r5-lqz/user-guide";
+constexpr char8_t kEnglishShortcut[] = u8"R5-LQZ User Guide.url";
 const Lines kProfiles{"R5-LQZ_Premium_Matte_Best_Mode_v02.icc",   "R5-LQZ_Premium_Matte_Fast_Mode_v01.icc",
                       "R5-LQZ_Premium_Matte_Normal_Mode_v02.icc", "R5-LQZ_Standard_Matte_Best_Mode_v02.icc",
                       "R5-LQZ_Standard_Matte_Fast_Mode_v01.icc",  "R5-LQZ_Standard_Matte_Normal_Mode_v01.icc"};
 wchar_t driver_name[] = L"Brindlewick R5-LQZ";
+const fs::path module_path = Built(L"r5-lqz-ui.dll");
+
+struct Fault {
+  const char *dll, *function;
+  const void* replacement;
+};
+
+// What an event meets beside the files and folders that are there.
+struct World {
+  std::string meanwhile = {};  // run on the host when something is first made or put off, while the module is at work
+  Lines busy = {};             // files that somebody has open
+  const wchar_t* language = L"en";
+  const wchar_t *folder_owner = nullptr, *file_owner = nullptr;  // else whoever runs the test
+  bool refuses_folders = false;
+  DWORD profile_error = 0;
+  Fault fault = {};
+} now;
 
 // What the module asked of the platform.
-Lines scheduled;    // for the next restart, by the last component; nothing of it is done
-Lines uninstalled;  // profiles
-DWORD profile_error;
+struct {
+  Lines scheduled;    // nothing of it is done
+  Lines uninstalled;  // profiles
+  Lines made;         // folders that are made, or given their access list, each with that list
+} asked;
+
+// The places that scripts on the host, and the rows of the tests, name.
+const std::map<std::string, fs::path> kPlaces{
+    {"menu", StartMenuFolder()},
+    {"guide", StartMenuFolder() / kEnglishShortcut},
+    {"sdk", SdkFolder()},
+    {"maker", SdkFolder().parent_path()},
+    {"sources", LoadedDriversFolder()},
+    // To the platform's path functions a name with two dots leads beside the folder that it is in.
+    {"others", StartMenuFolder().parent_path().wstring() + L"kept by the tests"},
+    {"aside", StartMenuFolder().parent_path() / "aside of the tests"}};
+
+// A link leads to the others' folder.
+void OnHost(const std::string& script) {
+  std::string line;
+  for (const auto& [name, path] : kPlaces) line += name + "='" + path.relative_path().generic_string() + "' && ";
+  RunOnHostDrive(line +
+                 "put() { for f; do mkdir -p ${f%/*} && printf %500s x > $f; done; } && "
+                 "link() { mkdir -p ${1%/*} && ln -s $PWD/$others $1; } && swap() { mv $1 $aside && link $1; } && " +
+                 script);
+}
+
+void ChangeMeanwhile() {
+  if (!now.meanwhile.empty()) OnHost(std::exchange(now.meanwhile, {}));
+}
 
 BOOL WINAPI WatchedMove(LPCWSTR from, LPCWSTR to, DWORD flags) {
   EXPECT_TRUE(!to && flags == MOVEFILE_DELAY_UNTIL_REBOOT) << from;
-  scheduled.push_back(fs::path(from).filename().string());
+  ChangeMeanwhile();
+  asked.scheduled.push_back(fs::path(from).filename().string());
   return TRUE;
 }
 
 BOOL WINAPI WatchedUninstall(PCWSTR machine, PCWSTR profile, BOOL with_file) {
   EXPECT_TRUE(!machine && with_file);
-  uninstalled.push_back(fs::path(profile).string());
-  SetLastError(profile_error);
-  return !profile_error;
+  asked.uninstalled.push_back(fs::path(profile).string());
+  SetLastError(now.profile_error);
+  return !now.profile_error;
+}
+
+int WINAPI WatchedString(HINSTANCE module, UINT id, LPWSTR text, int capacity) {
+  return id == IDS_LANGUAGE ? lstrlenW(lstrcpynW(text, now.language, capacity))
+                            : LoadStringW(module, id, text, capacity);
+}
+
+void AddMade(const fs::path& path, PSECURITY_DESCRIPTOR descriptor) {
+  LPWSTR list = nullptr;
+  if (descriptor) {
+    ConvertSecurityDescriptorToStringSecurityDescriptorW(descriptor, SDDL_REVISION_1, DACL_SECURITY_INFORMATION, &list,
+                                                         nullptr);
+  }
+  asked.made.push_back(path.filename().string() + ' ' + fs::path(list ? list : L"").string());
+  LocalFree(list);
+}
+
+NTSTATUS WINAPI WatchedCreate(HANDLE* handle, ACCESS_MASK access, OBJECT_ATTRIBUTES* attributes,
+                              IO_STATUS_BLOCK* outcome, LARGE_INTEGER* size, ULONG file_attributes, ULONG sharing,
+                              ULONG disposition, ULONG options, void* extra, ULONG extra_size) {
+  EXPECT_TRUE(options & FILE_COMPLETE_IF_OPLOCKED) << "a stranger's lock would be waited for";
+  if (disposition == FILE_CREATE) ChangeMeanwhile();
+  if (disposition == FILE_CREATE && options & FILE_DIRECTORY_FILE) {
+    constexpr auto kDeviceNotReady = static_cast<NTSTATUS>(0xC00000A3);
+    if (now.refuses_folders) return kDeviceNotReady;
+    const UNICODE_STRING& name = *attributes->ObjectName;
+    AddMade(std::wstring(name.Buffer, name.Length / sizeof(WCHAR)), attributes->SecurityDescriptor);
+  }
+  return NtCreateFile(handle, access, attributes, outcome, size, file_attributes, sharing, disposition, options, extra,
+                      extra_size);
+}
+
+BOOL WINAPI WatchedProtect(HANDLE opened, SECURITY_INFORMATION which, PSECURITY_DESCRIPTOR descriptor) {
+  EXPECT_EQ(which, DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION);
+  wchar_t path[MAX_PATH]{};
+  GetFinalPathNameByHandleW(opened, path, MAX_PATH, FILE_NAME_NORMALIZED);
+  AddMade(path, descriptor);
+  return SetKernelObjectSecurity(opened, which, descriptor);
+}
+
+DWORD WINAPI WatchedOwner(HANDLE opened, SE_OBJECT_TYPE type, SECURITY_INFORMATION which, PSID* owner, PSID* group,
+                          PACL* list, PACL* system_list, PSECURITY_DESCRIPTOR* descriptor) {
+  FILE_STANDARD_INFO info{};
+  EXPECT_TRUE(GetFileInformationByHandleEx(opened, FileStandardInfo, &info, sizeof info));
+  const wchar_t* const given = info.Directory ? now.folder_owner : now.file_owner;
+  if (!given) return GetSecurityInfo(opened, type, which, owner, group, list, system_list, descriptor);
+  EXPECT_TRUE(ConvertStringSidToSidW(given, owner));
+  *descriptor = *owner;  // the block that the caller frees
+  return ERROR_SUCCESS;
 }
 
 // In place of any function that answers 0 when it fails; with an error that nothing gives here by itself.
@@ -55,524 +156,297 @@ LONG_PTR WINAPI Fail() {
 }
 
 // Beneath these folders hardly anything fits.
-template <int deep>
-BOOL WINAPI DeepFolder(HWND owner, LPWSTR path, int folder, BOOL create) {
-  if (folder != deep) return SHGetSpecialFolderPathW(owner, path, folder, create);
+BOOL WINAPI DeepMenu(HWND owner, LPWSTR path, int folder, BOOL create) {
+  if (folder != CSIDL_COMMON_PROGRAMS) return SHGetSpecialFolderPathW(owner, path, folder, create);
   return wcscpy(path, (L"C:\\" + std::wstring(245, 'd')).c_str()) != nullptr;
 }
 BOOL WINAPI DeepDirectory(LPWSTR, LPWSTR, DWORD, LPBYTE path, DWORD, LPDWORD) {
-  return DeepFolder<0>(nullptr, reinterpret_cast<WCHAR*>(path), 0, FALSE);
+  return DeepMenu(nullptr, reinterpret_cast<WCHAR*>(path), CSIDL_COMMON_PROGRAMS, FALSE);
 }
 
-const wchar_t* language_text;  // in place of the string that names the language of the module's resources
-int WINAPI GivenLanguage(HINSTANCE module, UINT id, LPWSTR text, int capacity) {
-  return id == IDS_LANGUAGE ? lstrlenW(lstrcpynW(text, language_text, capacity))
-                            : LoadStringW(module, id, text, capacity);
+template <class Function>
+const void* At(Function* function) {
+  return reinterpret_cast<const void*>(function);
 }
 
-void MakeFile(const fs::path& path) {
-  fs::create_directories(path.parent_path());
-  WriteBytes(path.string(), "x");
+// Those of the profiles, which are the last at a removal.
+std::string ProfileRecords() {
+  std::string shape;
+  for (const std::string& profile : kProfiles) {
+    shape += (shape.empty() ? "" : " ") + ("'Attempting to uninstall color profile = " + profile) + '\'';
+    if (now.profile_error) shape += " !UninstallColorProfile failed.  Error = 2011!";
+  }
+  return shape;
 }
 
-// A path as RunOnHostDrive's scripts name it, in apostrophes.
-std::string OnHost(const fs::path& path) {
-  return '\'' + path.relative_path().generic_string() + '\'';
-}
-
-// Puts a link in the place of a folder, once, while the module is at work: at the call that the test has chosen.
-std::string swap_script;
-void Swap() {
-  if (!swap_script.empty()) RunOnHostDrive(std::exchange(swap_script, {}));
-}
-
-constexpr char kModuleLog[] = "c:\\temp\\r5-lqz-ui.txt";
-const fs::path module_path = Built(L"r5-lqz-ui.dll");
-
-// Each test finds nothing of the driver but the Raster SDK's sources, and the module's trace switched on by its file.
-// It leaves nothing.
-class InstallMachine : public TraceFolder {
+class InstallTest : public testing::Test {
  protected:
-  InstallMachine() {
-    WriteBytes("c:\\temp\\r5-lqz-ui.dat", "3");
+  InstallTest() {
+    EXPECT_EQ(FindDriverEntries(module_, entries_), nullptr);
+    std::ofstream(fs::path(files_.Log()), std::ios::app).flush();  // so that the module need not make it
+    EXPECT_TRUE(files_.SwitchOn(3));
+    entries_.DocumentEvent(nullptr, nullptr, DOCUMENTEVENT_STARTDOCPRE, 0, nullptr, 0, nullptr);
+    files_.NewLines();
+    for (const Fault& watched : {Fault{"kernel32.dll", "MoveFileExW", At(&WatchedMove)},
+                                 {"mscms.dll", "UninstallColorProfileW", At(&WatchedUninstall)},
+                                 {"user32.dll", "LoadStringW", At(&WatchedString)},
+                                 {"ntdll.dll", "NtCreateFile", At(&WatchedCreate)},
+                                 {"advapi32.dll", "SetKernelObjectSecurity", At(&WatchedProtect)},
+                                 {"advapi32.dll", "GetSecurityInfo", At(&WatchedOwner)}}) {
+      patches_.push_back(Put(watched));
+    }
     PrepareMachine();
   }
-  ~InstallMachine() override { CleanMachine(); }
-};
-
-class InstallTest : public InstallMachine {
- protected:
-  InstallTest() : module_(LoadLibraryW(module_path.c_str())) {
-    EXPECT_EQ(platform::FindDriverEntries(module_, entries_), nullptr);
-    entries_.DocumentEvent(nullptr, nullptr, DOCUMENTEVENT_STARTDOCPRE, 0, nullptr, 0, nullptr);
-    TakeRecords();
-    scheduled = uninstalled = {};
-    profile_error = 0;
-    patches_.push_back(Patch("kernel32.dll", "MoveFileExW", &WatchedMove));
-    patches_.push_back(Patch("mscms.dll", "UninstallColorProfileW", &WatchedUninstall));
-  }
   ~InstallTest() override {
-    Renew();
+    OnHost("rm -rf $menu $maker $others $aside");
+    CleanMachine();
     patches_.clear();
     FreeLibrary(module_);
   }
 
-  template <class Function>
-  platform::ImportPatch Patch(const char* dll, const char* function, Function* replacement) {
-    auto patch = platform::ReplaceImport(module_, dll, function, reinterpret_cast<const void*>(replacement));
-    EXPECT_TRUE(patch) << function;
+  ImportPatch Put(const Fault& fault) {
+    ImportPatch patch = ReplaceImport(module_, fault.dll, fault.function, fault.replacement);
+    EXPECT_TRUE(patch) << fault.function;
     return patch;
   }
 
-  // The machine as the test found it, and nothing made beside what the driver has.
-  void Renew() {
-    for (const fs::path& link : std::exchange(links_, {})) RunOnHostDrive("rm -f " + OnHost(link));
-    fs::remove_all(others_);
-    fs::remove_all(aside_);
-    PrepareMachine();
-    scheduled.clear();
+  // A machine with nothing of the driver but the Raster SDK's sources, and what the script makes.
+  void Prepare(const World& world, const std::string& given = ":") {
+    now = world;
+    asked = {};
+    for (const std::string& file : kSdkFiles) WriteBytes(SourceOf(file), "r5-lqz-" + file);
+    OnHost("rm -rf $menu $maker $others $aside && mkdir $others && " + given);
   }
 
-  // On this platform only the host makes and removes links to folders. This one leads to the folder beside.
-  void Link(const fs::path& link) {
-    fs::create_directories(others_);
-    fs::create_directories(link.parent_path());
-    RunOnHostDrive(LinkScript(link));
-  }
-  // Lets Swap put a link in the place of a folder, which goes aside.
-  void SwapLater(const fs::path& folder) {
-    fs::create_directories(others_);
-    swap_script = "mv " + OnHost(folder) + ' ' + OnHost(aside_) + " && " + LinkScript(folder);
+  // The files, those that the driver brought marked, and the folders with nothing in them.
+  static Lines Left() {
+    Lines left;
+    for (const char* const name : {"menu", "others", "sdk"}) {
+      const fs::path folder = kPlaces.at(name);
+      const std::size_t before = left.size();
+      for (const std::string& entry : Listing(folder)) {
+        const fs::path path = folder / std::u8string(entry.begin(), entry.end());
+        if (fs::is_directory(path) && !fs::is_empty(path)) continue;
+        const std::string bytes = ReadBytes(path);
+        const bool brought = bytes == (*name == 'm' ? kShortcut : "r5-lqz-" + entry);
+        left.push_back(name + ('/' + entry) + (brought ? " (brought)" : ""));
+      }
+      if (fs::exists(folder) && left.size() == before && *name != 'o') left.push_back(name);
+    }
+    return left;
   }
 
-  // The messages that the module wrote since the last time, with their tags.
-  static Lines TakeRecords() {
-    Lines texts = ReadTexts(kModuleLog);
-    DeleteFileA(kModuleLog);
-    return texts;
-  }
-
-  // The records between the event's own.
-  Lines Deliver(DWORD event, DWORD level, void* info, BOOL expected) {
+  // The shape of what is traced between the event's own records.
+  std::string Deliver(DWORD event, DWORD level, void* info, BOOL expected) {
     EXPECT_EQ(entries_.DriverEvent(event, level, static_cast<BYTE*>(info), 0), expected);
-    Lines records = TakeRecords();
-    const bool framed = records.size() > 1 && records.front() == "[Trace] <DrvDriverEvent>" &&
-                        records.back() == "[Trace] </DrvDriverEvent>";
-    EXPECT_TRUE(framed);
-    return framed ? Lines(records.begin() + 1, records.end() - 1) : records;
+    Lines texts = files_.NewLines();
+    for (std::string& text : texts) text.erase(0, text.find("] ", text.find("[TID: ")) + 2);
+    const std::string frame = "DrvDriverEvent(", shape = TraceShape(texts);
+    if (!shape.starts_with(frame) || !shape.ends_with(')')) return "without its own records: " + shape;
+    return shape.substr(frame.size(), shape.size() - frame.size() - 1);
   }
-  Lines Deliver(DWORD event) {
+  std::string Deliver(DWORD event) {
     DRIVER_INFO_3W info{3, driver_name};
     return Deliver(event, 3, &info, TRUE);
   }
-  Lines Install() { return Deliver(DRIVER_EVENT_INITIALIZE); }
-  // Without the records of the profiles, which are the last.
-  Lines Remove() {
-    Lines records = Deliver(DRIVER_EVENT_DELETE);
-    EXPECT_EQ(std::exchange(uninstalled, {}), kProfiles);
-    const auto of_profile = [](const std::string& text) { return text.find("color profile") != text.npos; };
-    records.erase(std::find_if(records.begin(), records.end(), of_profile), records.end());
-    return records;
-  }
 
-  // Folders of somebody else's beside the driver's.
-  const fs::path others_ = SdkFolder().parent_path().parent_path() / "others of the tests";
-  const fs::path aside_ = others_.parent_path() / "aside of the tests";
+  struct Case {
+    World world;
+    std::string given;
+    Lines left;
+    std::string traced = "";
+    Lines scheduled = {};
+  };
+  void Check(DWORD event, std::span<const Case> cases) {
+    for (const auto& [world, given, left, traced, scheduled] : cases) {
+      SCOPED_TRACE(given + " -> " + traced);
+      Prepare(world, given);
+      std::vector<HANDLE> handles;
+      for (const std::string& busy : world.busy) {
+        const auto slash = busy.find('/');
+        const fs::path path = kPlaces.at(busy.substr(0, slash)) / busy.substr(slash + 1);
+        handles.push_back(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
+        EXPECT_NE(handles.back(), INVALID_HANDLE_VALUE) << path;
+      }
+      {
+        const ImportPatch fault = world.fault.dll ? Put(world.fault) : ImportPatch();
+        EXPECT_EQ(Deliver(event), traced + (event == DRIVER_EVENT_DELETE ? ProfileRecords() : ""));
+      }
+      for (const HANDLE handle : handles) CloseHandle(handle);
+      EXPECT_EQ(Left(), left);
+      EXPECT_EQ(asked.scheduled, scheduled);
+      EXPECT_EQ(asked.uninstalled, event == DRIVER_EVENT_DELETE ? kProfiles : Lines());
+      EXPECT_EQ(now.meanwhile, "");
+    }
+  }
 
  private:
-  std::string LinkScript(const fs::path& link) {
-    links_.push_back(link);
-    return "IFS= && ln -s $PWD/" + OnHost(others_) + ' ' + OnHost(link);
-  }
-
-  std::vector<fs::path> links_;
-  HMODULE module_;
-  platform::DriverEntries entries_;
-  std::vector<platform::ImportPatch> patches_;
+  user::TraceFiles files_{module_path.wstring()};
+  HMODULE module_ = LoadLibraryW(module_path.c_str());
+  DriverEntries entries_;
+  std::vector<ImportPatch> patches_;
 };
 
-TEST_F(InstallTest, ShortcutIsNamedInTheUsersLanguage) {
-  const auto patch = Patch("user32.dll", "LoadStringW", &GivenLanguage);
-  constexpr char8_t kEnglish[] = u8"R5-LQZ User Guide.url";
-  const std::pair<const wchar_t*, const char8_t*> rows[] = {{L"de", u8"R5-LQZ Bedienungsanleitung.url"},
-                                                            {L"fr", u8"Guide d\u2019utilisation de la R5-LQZ.url"},
-                                                            {L"zh", u8"R5-LQZ \u7528\u6237\u6307\u5357.url"},
-                                                            {L"es", u8"Gu\u00EDa de usuario de R5-LQZ.url"},
-                                                            {L"en", kEnglish},
-                                                            {L"qq", kEnglish},
-                                                            {L"", kEnglish}};
-  for (const auto& [language, name] : rows) {
-    SCOPED_TRACE(fs::path(language));
-    PrepareMachine();
-    language_text = language;
-    // Where there is one already, the second time.
-    for (int times = 0; times < 2; ++times) {
-      EXPECT_EQ(Install().empty(), times == 0);
-      ASSERT_EQ(Listing(StartMenuFolder()), Lines{reinterpret_cast<const char*>(name)});
-      const fs::path shortcut = fs::directory_iterator(StartMenuFolder())->path();
-      std::ifstream file(shortcut, std::ios::binary);
-      EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), kShortcut);
-      std::ofstream(shortcut) << std::string(500, 'x');
-    }
-  }
+constexpr wchar_t kSystem[] = L"S-1-5-18", kAdministrators[] = L"S-1-5-32-544", kUsers[] = L"S-1-5-32-545";
+constexpr wchar_t kInstaller[] = L"S-1-5-80-956008885-3418522649-1831038044-1853292631-2271478464";
+constexpr wchar_t kNoInstaller[] = L"S-1-5-80-956008885-3418522649-1831038044-1853292631-2271478465";
+
+const Fault kNoFolder{"shell32.dll", "SHGetSpecialFolderPathW", At(&Fail)};
+const Fault kDeepMenu{"shell32.dll", "SHGetSpecialFolderPathW", At(&DeepMenu)};
+const Fault kNoMemory{"msvcrt.dll", "calloc", At(&Fail)};
+
+// The tasks report their own failure each, and let the others run.
+TEST_F(InstallTest, ShortcutAndSdkFilesArePutWhereNobodyElseLeadsThem) {
+  const std::string no_shortcut = "!Could create userguide shortcut: ", no_copy = "!Could not copy Raster SDK files: ";
+  const std::string neither = no_shortcut + "0x5! " + no_copy + "0x5!";
+  const std::string guide = "menu/R5-LQZ User Guide.url", new_guide = guide + " (brought)";
+  const Lines new_sdk{"sdk/hpcrlib.dll (brought)", "sdk/hpldrlgl.dat (brought)", "sdk/hpldrlgl.dll (brought)",
+                      "sdk/iconv.dll (brought)"};
+  const auto with_sdk = [&](Lines left, std::size_t files = 4) {
+    left.insert(left.end(), new_sdk.begin(), new_sdk.begin() + static_cast<std::ptrdiff_t>(files));
+    return left;
+  };
+  const auto named = [&](const char8_t* name) {
+    return with_sdk({std::string("menu/") + reinterpret_cast<const char*>(name) + ".url (brought)"});
+  };
+  const Lines all = with_sdk({new_guide});
+  const std::string planted = "put $guide $sdk/hpcrlib.dll";
+  const Lines still_planted{guide, "sdk/hpcrlib.dll"};
+  const Fault no_directory{"winspool.drv", "GetPrinterDriverDirectoryW", At(&Fail)};
+  const Fault deep_directory{"winspool.drv", "GetPrinterDriverDirectoryW", At(&DeepDirectory)};
+  const Fault no_list{"advapi32.dll", "ConvertStringSecurityDescriptorToSecurityDescriptorW", At(&Fail)};
+  const Case cases[] = {
+      {{.language = L"de"}, ":", named(u8"R5-LQZ Bedienungsanleitung")},
+      {{.language = L"fr"}, ":", named(u8"Guide d\u2019utilisation de la R5-LQZ")},
+      {{.language = L"zh"}, ":", named(u8"R5-LQZ \u7528\u6237\u6307\u5357")},
+      {{.language = L"es"}, ":", named(u8"Gu\u00EDa de usuario de R5-LQZ")},
+      {{.language = L"qq"}, ":", all},
+      // What is there already.
+      {{}, "put $guide", all},
+      {{}, planted, {new_guide, "sdk/hpcrlib.dll"}, no_copy + "0x20010005!"},
+      {{}, "put $sdk/hpldrlgl.dll", {new_guide, new_sdk[0], new_sdk[1], "sdk/hpldrlgl.dll"}, no_copy + "0x20010005!"},
+      {{},
+       "put $others/f $sdk/hpcrlib.dll && ln $others/f $sdk/iconv.dll",
+       {new_guide, "others/f", "sdk/hpcrlib.dll", "sdk/iconv.dll"},
+       no_copy + "0x5!"},
+      {{}, "rm $sources/r5-lqz-hpcrlib.dll", {new_guide}, no_copy + "0x20010004!"},
+      {{}, "rm $sources/r5-lqz-iconv.dll", with_sdk({new_guide}, 3), no_copy + "0x20010004!"},
+      // Users may make folders in the common application data before the driver does, and more than that by mistake.
+      {{}, "link $menu && link $sdk", {"menu", "sdk"}, neither},
+      {{}, "link $menu && link $maker", {"menu"}, neither},
+      {{}, "put $menu", with_sdk({"menu"}), no_shortcut + "0x5!"},
+      {{.meanwhile = "swap $menu"}, "mkdir $menu", with_sdk({"menu"}), no_shortcut + "0x5!"},
+      {{.meanwhile = "swap $sdk"}, "put $guide && mkdir -p $sdk", {new_guide, "sdk"}, no_copy + "0x5!"},
+      {{.meanwhile = "swap $maker"}, "put $guide && mkdir $maker", {new_guide}, no_copy + "0x5!"},
+      {{},
+       "put $others/f $menu/f && ln $others/f $guide",
+       with_sdk({guide, "menu/f", "others/f"}),
+       no_shortcut + "0x5!"},
+      {{.folder_owner = kSystem, .file_owner = kAdministrators}, ":", all},
+      {{.folder_owner = kAdministrators, .file_owner = kInstaller}, ":", all},
+      {{.folder_owner = kInstaller, .file_owner = kSystem}, ":", all},
+      {{.folder_owner = kUsers}, planted, still_planted, neither},
+      {{.folder_owner = kNoInstaller}, planted, still_planted, neither},
+      {{.folder_owner = L"S-1-5-21-1-2-3-1001"}, planted, still_planted, neither},
+      {{.folder_owner = kSystem, .file_owner = kUsers}, planted, still_planted, neither},
+      {{.fault = kNoFolder}, ":", {}, no_shortcut + "0x15! " + no_copy + "0x15!"},
+      {{.fault = kDeepMenu}, ":", new_sdk, no_shortcut + "0x20010009!"},
+      {{.fault = no_directory},
+       ":",
+       {new_guide},
+       "!Cannot get driver path. VDRV_CopyRasterSdkFiles! " + no_copy + "0x2001000d!"},
+      {{.fault = deep_directory}, ":", {new_guide}, no_copy + "0x20010009!"},
+      {{.fault = kNoMemory}, ":", {}, no_shortcut + "0x20010001! " + no_copy + "0x20010001!"},
+      {{.fault = {"kernel32.dll", "SetEndOfFile", At(&Fail)}}, ":", with_sdk({"menu"}), no_shortcut + "0x15!"},
+      {{.fault = {"kernel32.dll", "ReadFile", At(&Fail)}}, ":", {new_guide, "sdk"}, no_copy + "0x15!"},
+      {{.fault = no_list}, ":", {}, no_shortcut + "0x15! " + no_copy + "0x3!"},
+      {{.refuses_folders = true}, ":", {}, no_shortcut + "0x15! " + no_copy + "0x3!"}};
+  Check(DRIVER_EVENT_INITIALIZE, cases);
 }
 
-TEST_F(InstallTest, RasterSdkFilesAreCopiedOnce) {
-  const struct {
-    int there;    // number of a target
-    int missing;  // number of a source
-    int copied;   // how many are in place then, "there" included
-    const char* code;
-  } rows[] = {{-1, -1, 4, ""},
-              {0, -1, 1, "0x20010005"},
-              {2, -1, 3, "0x20010005"},
-              {-1, 0, 0, "0x20010004"},
-              {-1, 3, 3, "0x20010004"}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(&row - rows);
-    PrepareMachine();
-    if (row.there >= 0) {
-      fs::create_directories(SdkFolder());
-      WriteBytes((SdkFolder() / kSdkFiles[row.there]).string(), "older");
-    }
-    if (row.missing >= 0) fs::remove(SourceOf(kSdkFiles[row.missing]));
-    const std::string record = std::string("[Error] Could not copy Raster SDK files: ") + row.code;
-    EXPECT_EQ(Install(), *row.code ? Lines{record} : Lines{});
-    EXPECT_EQ(Listing(SdkFolder()), Lines(kSdkFiles.begin(), kSdkFiles.begin() + row.copied));
-    EXPECT_EQ(fs::exists(SdkFolder().parent_path()), row.copied > 0) << "made for nothing";
-    for (int i = 0; i < row.copied; ++i) {
-      EXPECT_EQ(ReadBytes((SdkFolder() / kSdkFiles[i]).string()), i == row.there ? "older" : "r5-lqz-" + kSdkFiles[i]);
-    }
-  }
-}
-
-TEST_F(InstallTest, RemovalTakesTheStartMenuFolderAndNothingBesideIt) {
-  const fs::path folder = StartMenuFolder();
-  // To the platform's path functions a name with two dots leads beside the folder that it is in.
-  const fs::path beside = folder.parent_path().wstring() + L"kept by the tests";
-  for (const char* name : {"f", "a/b/c/f", "a/d/f", "..kept by the tests/f", "...txt"}) MakeFile(folder / name);
-  fs::create_directory(folder / "empty");
-  MakeFile(beside / "f");
-  for (const char* when : {"filled", "not there"}) {
-    EXPECT_EQ(Remove(), Lines{}) << when;
-    EXPECT_FALSE(fs::exists(folder));
-  }
-  EXPECT_EQ(Listing(beside), Lines{"f"});
-  EXPECT_EQ(scheduled, Lines{});
-  fs::remove_all(beside);
-}
-
-// Every user may make the Raster SDK's folders before the driver does, and lead them elsewhere.
-TEST_F(InstallTest, RemovalFollowsNoLink) {
-  const struct {
-    fs::path link, file;
-    Lines scheduled;
-  } rows[] = {{StartMenuFolder(), "f", {}},
-              // This platform opens no link itself: it stays, and so does what holds it.
-              {StartMenuFolder() / "link", "f", {StartMenuFolder().filename().string()}},
-              {SdkFolder(), kSdkFiles[0], {}},
-              {SdkFolder().parent_path(), SdkFolder().filename() / kSdkFiles[0], {}}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.link);
-    Renew();
-    MakeFile(others_ / row.file);
-    Link(row.link);
-    EXPECT_EQ(Remove(), Lines{});
-    EXPECT_TRUE(fs::exists(others_ / row.file));
-    EXPECT_EQ(scheduled, row.scheduled);
-  }
-}
-
-// Whether what a call makes is the driver's.
-bool IsOurs(const OBJECT_ATTRIBUTES& attributes, ULONG disposition) {
-  const UNICODE_STRING& name = *attributes.ObjectName;
-  return disposition == FILE_CREATE &&
-         fs::path(std::wstring(name.Buffer, name.Length / sizeof(WCHAR))) != fs::path(kModuleLog).filename();
-}
-
-NTSTATUS WINAPI SwappingCreate(HANDLE* handle, ACCESS_MASK access, OBJECT_ATTRIBUTES* attributes,
-                               IO_STATUS_BLOCK* outcome, LARGE_INTEGER* size, ULONG file_attributes, ULONG sharing,
-                               ULONG disposition, ULONG options, void* extra, ULONG extra_size) {
-  EXPECT_TRUE(options & FILE_COMPLETE_IF_OPLOCKED) << "a stranger's lock would be waited for";
-  if (IsOurs(*attributes, disposition)) Swap();
-  return NtCreateFile(handle, access, attributes, outcome, size, file_attributes, sharing, disposition, options, extra,
-                      extra_size);
-}
-
-const Lines kNothingPut{"[Error] Could create userguide shortcut: 0x5", "[Error] Could not copy Raster SDK files: 0x5"};
-
-// Users may make folders in the common application data before the driver does, and more than that by mistake.
-TEST_F(InstallTest, NothingIsPutBehindALinkOrIntoAStrangersFolder) {
-  for (const fs::path& link : {SdkFolder(), SdkFolder().parent_path()}) {
-    SCOPED_TRACE(link);
-    Renew();
-    Link(link);
-    Link(StartMenuFolder());
-    EXPECT_EQ(Install(), kNothingPut);
-    EXPECT_EQ(Listing(others_), Lines{});
-  }
-  for (const fs::path& folder : {StartMenuFolder(), SdkFolder(), SdkFolder().parent_path()}) {
-    SCOPED_TRACE(folder);
-    Renew();
-    EXPECT_EQ(Install(), Lines{});
-    for (const auto& entry : fs::directory_iterator(folder)) fs::remove_all(entry);
-    if (folder != SdkFolder()) fs::remove_all(SdkFolder());
-    const auto patch = Patch("ntdll.dll", "NtCreateFile", &SwappingCreate);
-    SwapLater(folder);
-    EXPECT_EQ(Install(), Lines{kNothingPut[folder != StartMenuFolder()]}) << "a folder that becomes a link meanwhile";
-    EXPECT_EQ(Listing(others_), Lines{});
-  }
-  Renew();
-  const fs::path file = StartMenuFolder() / "R5-LQZ User Guide.url";
-  MakeFile(others_ / "f");
-  fs::create_directory(StartMenuFolder());
-  RunOnHostDrive("ln " + OnHost(others_ / "f") + ' ' + OnHost(file));
-  EXPECT_EQ(Install(), Lines{kNothingPut[0]}) << "a file that has another name";
-  EXPECT_EQ(ReadBytes(file.string()), "x");
-}
-
-PSID owner, file_owner;  // of every folder, of every file
-DWORD WINAPI OwnerIs(HANDLE opened, SE_OBJECT_TYPE, SECURITY_INFORMATION, PSID* sid, PSID*, PACL*, PACL*,
-                     PSECURITY_DESCRIPTOR* descriptor) {
-  FILE_STANDARD_INFO info{};
-  EXPECT_TRUE(GetFileInformationByHandleEx(opened, FileStandardInfo, &info, sizeof info));
-  *sid = info.Directory ? owner : file_owner;
-  *descriptor = nullptr;
-  return ERROR_SUCCESS;
-}
-
-TEST_F(InstallTest, FoldersBelongToTheSystemItsAdministratorsOrWhoeverInstalls) {
-  // This platform's own answer, which the other tests live by, is the identity itself.
-  const auto patch = Patch("advapi32.dll", "GetSecurityInfo", &OwnerIs);
-  const std::pair<const wchar_t*, bool> rows[] = {
-      {L"S-1-5-18", true},
-      {L"S-1-5-32-544", true},
-      {L"S-1-5-80-956008885-3418522649-1831038044-1853292631-2271478464", true},
-      {L"S-1-5-80-956008885-3418522649-1831038044-1853292631-2271478465", false},
-      {L"S-1-5-32-545", false},
-      {L"S-1-5-21-1-2-3-1001", false},
-      {L"S-1-1-0", false}};
-  for (const auto& [sid, trusted] : rows) {
-    SCOPED_TRACE(fs::path(sid));
-    PrepareMachine();
-    // Planted: not taken for the file that is there already.
-    if (!trusted) MakeFile(SdkFolder() / kSdkFiles[0]);
-    ASSERT_TRUE(ConvertStringSidToSidW(sid, &owner));
-    file_owner = owner;
-    EXPECT_EQ(Install(), trusted ? Lines{} : kNothingPut);
-    EXPECT_EQ(Listing(StartMenuFolder()).size() + Listing(SdkFolder()).size(), trusted ? 5u : 1u);
-    EXPECT_EQ(Remove(), Lines{});
-    LocalFree(owner);
-    EXPECT_EQ(Listing(SdkFolder()).size(), trusted ? 0u : 1u);
-    EXPECT_EQ(std::exchange(scheduled, {}).empty(), !trusted) << "by its path it may be anything by then";
-  }
-}
-
-TEST_F(InstallTest, AStrangersFileIsNotTakenForTheDrivers) {
-  const auto patch = Patch("advapi32.dll", "GetSecurityInfo", &OwnerIs);
-  ASSERT_TRUE(ConvertStringSidToSidW(L"S-1-5-18", &owner));
-  ASSERT_TRUE(ConvertStringSidToSidW(L"S-1-5-32-545", &file_owner));
-  const fs::path shortcut = StartMenuFolder() / "R5-LQZ User Guide.url";
-  MakeFile(SdkFolder() / kSdkFiles[0]);
-  MakeFile(shortcut);
-  EXPECT_EQ(Install(), kNothingPut);
-  EXPECT_EQ(ReadBytes(shortcut.string()), "x");
-  LocalFree(owner);
-  LocalFree(file_owner);
-}
-
-Lines made;  // the folders that were asked for, each with the access list asked for
-void AddMade(const fs::path& path, PSECURITY_DESCRIPTOR descriptor) {
-  LPWSTR text = nullptr;
-  ConvertSecurityDescriptorToStringSecurityDescriptorW(descriptor, SDDL_REVISION_1, DACL_SECURITY_INFORMATION, &text,
-                                                       nullptr);
-  made.push_back(path.filename().string() + ' ' + fs::path(text ? text : L"").string());
-  LocalFree(text);
-}
-NTSTATUS WINAPI WatchedCreate(HANDLE* handle, ACCESS_MASK access, OBJECT_ATTRIBUTES* attributes,
-                              IO_STATUS_BLOCK* outcome, LARGE_INTEGER* size, ULONG file_attributes, ULONG sharing,
-                              ULONG disposition, ULONG options, void* extra, ULONG extra_size) {
-  if (IsOurs(*attributes, disposition) && options & FILE_DIRECTORY_FILE) {
-    const UNICODE_STRING& name = *attributes->ObjectName;
-    AddMade(std::wstring(name.Buffer, name.Length / sizeof(WCHAR)), attributes->SecurityDescriptor);
-  }
-  return NtCreateFile(handle, access, attributes, outcome, size, file_attributes, sharing, disposition, options, extra,
-                      extra_size);
-}
-
-// A folder's list is set again when it is used.
-BOOL WINAPI WatchedProtect(HANDLE opened, SECURITY_INFORMATION which, PSECURITY_DESCRIPTOR descriptor) {
-  EXPECT_EQ(which, DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION);
-  wchar_t path[MAX_PATH]{};
-  GetFinalPathNameByHandleW(opened, path, MAX_PATH, FILE_NAME_NORMALIZED);
-  AddMade(path, descriptor);
-  return SetKernelObjectSecurity(opened, which, descriptor);
+TEST_F(InstallTest, RemovalTakesWhatIsTheDriversAndNothingBesideIt) {
+  const std::string no_menu = "!Could not delete Start Menu shortcuts: ",
+                    no_sdk = "!Could not delete Raster SDK files: ";
+  const std::string installed = "put $guide $sdk/hpcrlib.dll $sdk/hpldrlgl.dat $sdk/hpldrlgl.dll $sdk/iconv.dll";
+  const std::string guide = "menu/R5-LQZ User Guide.url", deep = std::string(120, 'd') + '/' + std::string(100, 'f');
+  const Lines sdk{"sdk/hpcrlib.dll", "sdk/hpldrlgl.dat", "sdk/hpldrlgl.dll", "sdk/iconv.dll"};
+  const Lines all{guide, sdk[0], sdk[1], sdk[2], sdk[3]};
+  const Lines folders{"Brindlewick R5-LQZ Driver", "Brindlewick"};  // at the restart if they are empty then
+  const Case cases[] = {
+      {{.profile_error = 2011}, ":", {}},
+      {{},
+       "mkdir -p $menu/empty && "
+       "put $others/f $menu/f $menu/a/b/c/f $menu/a/d/f $menu/...txt $menu/'..kept by the tests'/f",
+       {"others/f"}},
+      // This platform opens no link itself: it stays, and so does what holds it.
+      {{}, "put $others/f && link $menu", {"menu/f", "others/f"}},
+      {{}, "put $others/f && link $menu/link", {"menu/link/f", "others/f"}, "", {"Brindlewick R5-LQZ"}},
+      {{}, "put $others/iconv.dll && link $sdk", {"others/iconv.dll", "sdk/iconv.dll"}},
+      {{},
+       "put $others/'Brindlewick R5-LQZ Driver'/iconv.dll && link $maker",
+       {"others/Brindlewick R5-LQZ Driver/iconv.dll", "sdk/iconv.dll"}},
+      {{.folder_owner = kUsers}, "put $sdk/iconv.dll", {"sdk/iconv.dll"}},
+      {{.folder_owner = kSystem, .file_owner = kUsers}, installed, {"sdk"}, "", folders},
+      // Another folder takes the place of the one that was checked.
+      {{.meanwhile = "swap $menu", .busy = {"menu/f", "menu/sub/f"}},
+       "put $menu/f $menu/sub/f $others/f $others/sub/f",
+       {"menu/f", "menu/sub/f", "others/f", "others/sub/f"},
+       "",
+       {"f"}},
+      {{.meanwhile = "swap $sdk", .busy = {"sdk/hpcrlib.dll", "sdk/iconv.dll"}},
+       installed + " $others/hpcrlib.dll $others/iconv.dll",
+       {"others/hpcrlib.dll", "others/iconv.dll", "sdk/hpcrlib.dll", "sdk/iconv.dll"},
+       "",
+       {"hpcrlib.dll", folders[0], folders[1]}},
+      {{.busy = {"menu/sub/busy", "sdk/hpldrlgl.dat"}},
+       installed + " $sdk/others $menu/sub/busy $menu/sub/free $menu/" + deep,
+       {"menu/" + deep, "menu/sub/busy", "sdk/hpldrlgl.dat", "sdk/others"},
+       "",
+       {"busy", "sub", "Brindlewick R5-LQZ", "hpldrlgl.dat", folders[0], folders[1]}},
+      {{.fault = kNoFolder}, installed, all, no_menu + "0x15! " + no_sdk + "0x15! "},
+      {{.fault = kDeepMenu}, installed, {guide, "sdk"}, no_menu + "0x20010009! ", folders},
+      {{.fault = kNoMemory}, installed, all, no_menu + "0x20010001! " + no_sdk + "0x20010001! "}};
+  Check(DRIVER_EVENT_DELETE, cases);
 }
 
 TEST_F(InstallTest, FoldersAreMadeForTheSystemToChangeAndUsersToRead) {
-  const auto patch = Patch("ntdll.dll", "NtCreateFile", &WatchedCreate);
-  const auto protect = Patch("advapi32.dll", "SetKernelObjectSecurity", &WatchedProtect);
-  made.clear();
-  EXPECT_EQ(Install(), Lines{});
   const std::string list = " D:P(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)(A;OICI;0x1200a9;;;BU)";
-  const std::string start_menu = "Brindlewick R5-LQZ" + list, sdk = "Brindlewick R5-LQZ Driver" + list;
-  EXPECT_EQ(made, (Lines{start_menu, start_menu, "Brindlewick" + list, sdk, sdk, sdk, sdk, sdk}));
-  made.clear();
-  Install();
-  EXPECT_EQ(made, (Lines{start_menu, sdk})) << "with the first file there";
-}
-
-BOOL WINAPI SwappingMove(LPCWSTR from, LPCWSTR to, DWORD flags) {
-  Swap();
-  return WatchedMove(from, to, flags);
-}
-
-TEST_F(InstallTest, RemovalStaysInTheFolderThatItCheckedWhenAnotherTakesItsPlace) {
-  const auto patch = Patch("kernel32.dll", "MoveFileExW", &SwappingMove);
-  for (const fs::path& folder : {SdkFolder(), StartMenuFolder()}) {
-    SCOPED_TRACE(folder);
-    Renew();
-    std::vector<HANDLE> busy;
-    for (const std::string& name : kSdkFiles) {
-      for (const fs::path& place : {others_ / "sub", others_}) MakeFile(place / name);
-      for (const fs::path& place : {folder / "sub", folder}) {
-        MakeFile(place / name);
-        busy.push_back(CreateFileW((place / name).c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
-      }
-    }
-    const Lines before = Listing(others_);
-    SwapLater(folder);
-    EXPECT_EQ(Remove(), Lines{});
-    EXPECT_EQ(swap_script, "");
-    EXPECT_EQ(Listing(others_), before);
-    // The folders of the Raster SDK go at the restart if they are empty then, whatever they are.
-    const std::size_t known = folder == SdkFolder() ? 3 : 1;
-    EXPECT_EQ(scheduled.size(), known) << testing::PrintToString(scheduled);
-    for (const HANDLE handle : busy) CloseHandle(handle);
-  }
-}
-
-TEST_F(InstallTest, WhatIsInUseOrTooDeepIsLeftForTheNextRestart) {
-  EXPECT_EQ(Install(), Lines{});
-  for (const auto& file : {StartMenuFolder() / "sub/busy", StartMenuFolder() / "sub/free", SdkFolder() / "others"}) {
-    MakeFile(file);
-  }
-  const std::string deep = std::string(120, 'd') + '/' + std::string(100, 'f');
-  MakeFile(StartMenuFolder() / deep);
-  std::vector<HANDLE> busy;
-  for (const auto& path : {StartMenuFolder() / "sub/busy", SdkFolder() / kSdkFiles[1]}) {
-    busy.push_back(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
-    EXPECT_NE(busy.back(), INVALID_HANDLE_VALUE);
-  }
-  EXPECT_EQ(Remove(), Lines{});
-  for (const HANDLE handle : busy) CloseHandle(handle);
-  EXPECT_EQ(scheduled,
-            (Lines{"busy", "sub", "Brindlewick R5-LQZ", "hpldrlgl.dat", "Brindlewick R5-LQZ Driver", "Brindlewick"}));
-  EXPECT_EQ(Listing(StartMenuFolder()), (Lines{deep.substr(0, 120), deep, "sub", "sub/busy"}));
-  EXPECT_EQ(Listing(SdkFolder()), (Lines{"hpldrlgl.dat", "others"}));
-}
-
-TEST_F(InstallTest, ProfilesAreUninstalledInOrderWhateverEachAnswers) {
-  for (const DWORD error : {DWORD{0}, DWORD{2011}}) {
-    profile_error = error;
-    Lines expected;
-    for (const std::string& profile : kProfiles) {
-      expected.push_back("[Info]  Attempting to uninstall color profile = " + profile);
-      if (error) expected.push_back("[Error] UninstallColorProfile failed.  Error = 2011");
-    }
-    EXPECT_EQ(Deliver(DRIVER_EVENT_DELETE), expected);
-    EXPECT_EQ(std::exchange(uninstalled, {}), kProfiles);
-  }
-}
-
-NTSTATUS WINAPI RefuseFolder(HANDLE* handle, ACCESS_MASK access, OBJECT_ATTRIBUTES* attributes,
-                             IO_STATUS_BLOCK* outcome, LARGE_INTEGER* size, ULONG file_attributes, ULONG sharing,
-                             ULONG disposition, ULONG options, void* extra, ULONG extra_size) {
-  constexpr auto kDeviceNotReady = static_cast<NTSTATUS>(0xC00000A3);
-  if (IsOurs(*attributes, disposition) && options & FILE_DIRECTORY_FILE) return kDeviceNotReady;
-  return NtCreateFile(handle, access, attributes, outcome, size, file_attributes, sharing, disposition, options, extra,
-                      extra_size);
-}
-
-TEST_F(InstallTest, TasksFailOnTheirOwn) {
-  const auto with = [](auto* function) { return reinterpret_cast<const void*>(function); };
-  constexpr char kShell[] = "shell32.dll", kFolder[] = "SHGetSpecialFolderPathW";
-  constexpr char kSpooler[] = "winspool.drv", kDirectory[] = "GetPrinterDriverDirectoryW";
-  constexpr int kPrograms = CSIDL_COMMON_PROGRAMS, kData = CSIDL_COMMON_APPDATA;
-  const struct {
-    const char* dll;
-    const char* name;
-    const void* replacement;
-    const char* shortcut;  // the code of each task's record, or none when it does its work
-    const char* copy;
-    const char* menu;
-    const char* deletion;
-  } rows[] = {
-      {kShell, kFolder, with(&Fail), "0x15", "0x15", "0x15", "0x15"},
-      {kShell, kFolder, with(&DeepFolder<kPrograms>), "0x20010009", "", "0x20010009", ""},
-      {kShell, kFolder, with(&DeepFolder<kData>), "", "0x20010009", "", "0x20010009"},
-      {kSpooler, kDirectory, with(&Fail), "", "0x2001000d", "", ""},
-      {kSpooler, kDirectory, with(&DeepDirectory), "", "0x20010009", "", ""},
-      {"msvcrt.dll", "calloc", with(&Fail), "0x20010001", "0x20010001", "0x20010001", "0x20010001"},
-      {"kernel32.dll", "SetEndOfFile", with(&Fail), "0x15", "", "", ""},
-      {"advapi32.dll", "ConvertStringSecurityDescriptorToSecurityDescriptorW", with(&Fail), "0x15", "0x3", "", ""},
-      {"kernel32.dll", "CopyFileW", with(&Fail), "", "0x15", "", ""},
-      {"ntdll.dll", "NtCreateFile", with(&RefuseFolder), "0x15", "0x3", "", ""}};
-  const auto add = [](Lines& records, const char* text, const char* code) {
-    if (*code) records.push_back(std::string("[Error] ") + text + code);
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(testing::Message() << row.name << ' ' << &row - rows);
-    Lines installing, removing;
-    add(installing, "Could create userguide shortcut: ", row.shortcut);
-    if (!strcmp(row.copy, "0x2001000d")) add(installing, "Cannot get driver path. ", "VDRV_CopyRasterSdkFiles");
-    add(installing, "Could not copy Raster SDK files: ", row.copy);
-    add(removing, "Could not delete Start Menu shortcuts: ", row.menu);
-    add(removing, "Could not delete Raster SDK files: ", row.deletion);
-    const auto under_fault = [&](DWORD event) {
-      const auto patch = Patch(row.dll, row.name, static_cast<const BYTE*>(row.replacement));
-      return event == DRIVER_EVENT_DELETE ? Remove() : Install();
-    };
-    PrepareMachine();
-    EXPECT_EQ(under_fault(DRIVER_EVENT_INITIALIZE), installing);
-    EXPECT_EQ(Listing(StartMenuFolder()).empty(), *row.shortcut != 0);
-    EXPECT_EQ(Listing(SdkFolder()).empty(), *row.copy != 0);
-    PrepareMachine();
-    EXPECT_EQ(Install(), Lines{});
-    EXPECT_EQ(under_fault(DRIVER_EVENT_DELETE), removing);
-    EXPECT_EQ(fs::exists(StartMenuFolder()), *row.menu != 0);
-    EXPECT_EQ(Listing(SdkFolder()).size(), *row.deletion ? 4u : 0u);
-  }
+  const std::string menu = "Brindlewick R5-LQZ" + list, sdk = "Brindlewick R5-LQZ Driver" + list;
+  Prepare({});
+  const auto written = fs::last_write_time(SourceOf(kSdkFiles[0])) - std::chrono::hours(1);
+  fs::last_write_time(SourceOf(kSdkFiles[0]), written);
+  EXPECT_EQ(Deliver(DRIVER_EVENT_INITIALIZE), "");
+  EXPECT_EQ(fs::last_write_time(SdkFolder() / kSdkFiles[0]), written) << "by which others tell versions apart";
+  // A folder's list is set again when it is used.
+  EXPECT_EQ(std::exchange(asked.made, {}), (Lines{menu, menu, "Brindlewick" + list, sdk, sdk, sdk, sdk, sdk}));
+  Deliver(DRIVER_EVENT_INITIALIZE);
+  EXPECT_EQ(asked.made, (Lines{menu, sdk, sdk, sdk, sdk})) << "with every file there";
 }
 
 TEST_F(InstallTest, DriversWithoutANameAndOtherEventsAreRefused) {
   DRIVER_INFO_1W first{driver_name}, nameless{nullptr};
   DRIVER_INFO_2W second{3, driver_name};
   DRIVER_INFO_3W third{3, driver_name};
-  const Lines none, no_name{"[Error] Could not get the driver name."};
+  const char no_name[] = "!Could not get the driver name.!";
   const struct {
-    DWORD event;
-    DWORD level;
+    DWORD event, level;
     void* info;
-    BOOL result;
-    const Lines& records;
-  } rows[] = {{1, 1, &first, TRUE, none},        {1, 2, &second, TRUE, none},     {1, 3, &third, TRUE, none},
-              {1, 4, &third, FALSE, no_name},    {1, 0, &first, FALSE, no_name},  {2, 4, &third, FALSE, no_name},
-              {1, 1, &nameless, FALSE, no_name}, {1, 2, nullptr, FALSE, no_name}, {0, 3, &third, FALSE, none},
-              {3, 3, &third, FALSE, none}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(&row - rows);
-    PrepareMachine();
-    EXPECT_EQ(Deliver(row.event, row.level, row.info, row.result), row.records);
-    EXPECT_EQ(Listing(StartMenuFolder()).size() + Listing(SdkFolder()).size(), row.result ? 5u : 0u);
+    bool known = false;
+  } rows[] = {{1, 1, &first, true}, {1, 2, &second, true}, {1, 3, &third, true}, {0, 3, &third}, {3, 3, &third},
+              {1, 4, &third},       {1, 0, &first},        {1, 1, &nameless},    {1, 2, nullptr}};
+  for (const auto& [event, level, info, known] : rows) {
+    SCOPED_TRACE(testing::Message() << event << ' ' << level);
+    Prepare({});
+    EXPECT_EQ(Deliver(event, level, info, known), known || level == 3 ? "" : no_name);
+    EXPECT_EQ(Left().size(), known ? 5u : 0u);
   }
-  const auto patch = Patch("msvcrt.dll", "_wcsdup", &Fail);
-  EXPECT_EQ(Deliver(2, 1, &first, FALSE), no_name) << "no memory";
-  EXPECT_EQ(uninstalled, none);
+  const ImportPatch no_memory = Put({"msvcrt.dll", "_wcsdup", At(&Fail)});
+  EXPECT_EQ(Deliver(DRIVER_EVENT_DELETE, 1, &first, FALSE), no_name);
+  EXPECT_EQ(asked.uninstalled, Lines{});
 }
 
 // Installed, given a printer, used by a user and an application, removed; and what is left.
-TEST_F(InstallMachine, OneLifeLeavesItAsItWas) {
+TEST(OneLife, LeavesTheMachineAsItWas) {
   const user::DriverLife life = user::LiveOneLife(module_path.wstring());
   EXPECT_EQ(life.stages.size(), 8u);
   for (const auto& stage : life.stages) EXPECT_TRUE(stage.held) << stage.done << ": " << stage.seen;
