@@ -119,6 +119,7 @@ NTSTATUS WINAPI WatchedCreate(HANDLE* handle, ACCESS_MASK access, OBJECT_ATTRIBU
                               IO_STATUS_BLOCK* outcome, LARGE_INTEGER* size, ULONG file_attributes, ULONG sharing,
                               ULONG disposition, ULONG options, void* extra, ULONG extra_size) {
   EXPECT_TRUE(options & FILE_COMPLETE_IF_OPLOCKED) << "a stranger's lock would be waited for";
+  EXPECT_FALSE(options & FILE_DIRECTORY_FILE && options & FILE_OPEN_NO_RECALL) << "Windows refuses that";
   if (disposition == FILE_CREATE) ChangeMeanwhile();
   if (disposition == FILE_CREATE && options & FILE_DIRECTORY_FILE) {
     constexpr auto kDeviceNotReady = static_cast<NTSTATUS>(0xC00000A3);

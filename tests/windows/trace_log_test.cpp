@@ -78,7 +78,9 @@ TEST_F(TraceLog, RotationMovesTheOlderFilesUpAsFarAsTheFirstGap) {
               // Whoever has one open could have a lock that renaming would wait for.
               {kSizeLimit + 1, "123456789", ".12345678", '0'},
               {kSizeLimit + 1, "123456789", "1.2345678", '1'},
-              {kSizeLimit + 1, "123456789", "123456789", '9'}};
+              {kSizeLimit + 1, "123456789", "123456789", '9'},
+              // And whoever has the folder like that.
+              {kSizeLimit + 1, "12", "12", 'f'}};
   for (const auto& row : rows) {
     SCOPED_TRACE(&row - rows);
     for (const char* number = row.before; *number; ++number) {
@@ -86,9 +88,10 @@ TEST_F(TraceLog, RotationMovesTheOlderFilesUpAsFarAsTheFirstGap) {
     }
     WriteBytes(kLog, "");
     fs::resize_file(kLog, row.size);  // takes no room on the disk
-    const HANDLE reader = row.busy ? CreateFileW(Numbered(row.busy).c_str(), GENERIC_READ,
-                                                 FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                                 OPEN_EXISTING, 0, nullptr)
+    const fs::path busy = row.busy == 'f' ? kFolder : Numbered(row.busy);
+    const DWORD shared = FILE_SHARE_READ | (row.busy == 'f' ? 0 : FILE_SHARE_WRITE | FILE_SHARE_DELETE);
+    const HANDLE reader = row.busy ? CreateFileW(busy.c_str(), GENERIC_READ, shared, nullptr, OPEN_EXISTING,
+                                                 FILE_FLAG_BACKUP_SEMANTICS, nullptr)
                                    : nullptr;
     Log("new");
     CloseHandle(reader);
@@ -181,6 +184,8 @@ NTSTATUS WINAPI WatchedCreate(HANDLE* handle, ACCESS_MASK access, OBJECT_ATTRIBU
   ExpectLockIsHeld();
   EXPECT_EQ(options & (FILE_COMPLETE_IF_OPLOCKED | FILE_OPEN_REPARSE_POINT),
             ULONG{FILE_COMPLETE_IF_OPLOCKED | FILE_OPEN_REPARSE_POINT});
+  EXPECT_EQ(options & FILE_OPEN_NO_RECALL, options & FILE_DIRECTORY_FILE ? 0 : ULONG{FILE_OPEN_NO_RECALL})
+      << "for a folder Windows refuses it";
   EXPECT_EQ(sharing, access & DELETE ? 0 : ULONG{FILE_SHARE_READ | FILE_SHARE_WRITE});
   EXPECT_EQ(static_cast<SECURITY_QUALITY_OF_SERVICE*>(attributes->SecurityQualityOfService)->ImpersonationLevel,
             SecurityIdentification);
