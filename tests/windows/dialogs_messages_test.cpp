@@ -35,13 +35,13 @@ struct Messages : DialogTest {
     watch->Replace("user32.dll", "CheckDlgButton", &ToTheLiving<CheckDlgButton, int, UINT>);
     watch->Replace("user32.dll", "SetWindowLongPtrW", &ToTheLiving<SetWindowLongPtrW, int, LONG_PTR>);
   }
-  // Opens a document sheet that is cancelled, or ended by somebody else. True: it gave no settings back.
+  // Opens a document sheet that is cancelled, or ended by somebody else. True: it gave nothing back.
   bool Show(const Steps& steps) {
     DriverDevMode in = Defaults(), out{};
     auto header = Header(&in, &out);
-    ShowSheet(document_entry, &header, steps, PSBTN_CANCEL);
+    const auto outcome = ShowSheet(document_entry, &header, steps, PSBTN_CANCEL);
     watch->while_open = [](HWND) {};
-    return out.dm_public.dmSize == 0;
+    return out.dm_public.dmSize == 0 && outcome.results.empty();
   }
 };
 

@@ -37,7 +37,6 @@ DriverDevMode With(const Choice& choice, DriverDevMode record) {
 }
 
 void ExpectColors(const Choice& choice, const SheetUser& user) {
-  ASSERT_TRUE(user.Open(kColorTab));
   EXPECT_EQ(user.Text(IDC_COLOR_QUALITY), choice.quality);
   EXPECT_EQ(user.Text(IDC_COLOR_INTENT), choice.intent);
   EXPECT_EQ(user.Text(IDC_COLOR_PROFILE), choice.profile);
@@ -47,7 +46,6 @@ void ExpectColors(const Choice& choice, const SheetUser& user) {
 }
 
 void ExpectLayout(const Choice& choice, const SheetUser& user) {
-  ASSERT_TRUE(user.Open(kLayoutTab));
   for (int at = 0; at < 4; ++at) EXPECT_EQ(user.Checked(kFlags[at]), (choice.flags >> at & 1) == 1) << at;
   EXPECT_NE(user.Checked(IDC_LAYOUT_PORTRAIT), user.Checked(IDC_LAYOUT_LANDSCAPE));
   EXPECT_EQ(user.Text(IDC_LAYOUT_COPIES), "1");
@@ -65,21 +63,24 @@ TEST_F(Tabs, ShowAndTakeEveryChoice) {
     DriverDevMode in = With(before, settled);
     in.dm_public.dmCopies = 7;  // nobody gets more than one
     const DriverDevMode out = Edit(in, [&](SheetUser& user) {
+      ASSERT_TRUE(user.Open(kColorTab));
       ExpectColors(before, user);
+      user.Press(PSBTN_APPLYNOW);  // releases nothing that the next one reads
       user.Choose(IDC_COLOR_QUALITY, row.quality);
       user.Choose(IDC_COLOR_INTENT, row.intent);
       user.Choose(IDC_COLOR_PROFILE, row.profile);
       user.Click(row.automatic ? IDC_COLOR_AUTOMATIC : IDC_COLOR_APPLICATION);
       ExpectColors(row, user);
-      // Released names of profiles are spoilt: an apply that read one too late would store nonsense.
-      user.Press(PSBTN_APPLYNOW);
+      ASSERT_TRUE(user.Open(kLayoutTab));
       ExpectLayout(before, user);
       user.Click(row.flags & 1 ? IDC_LAYOUT_LANDSCAPE : IDC_LAYOUT_PORTRAIT);
       for (int at = 1; at < 4; ++at) {
         if ((row.flags ^ before.flags) >> at & 1) user.Click(kFlags[at]);
       }
       // The choices outlive a look at another tab.
+      ASSERT_TRUE(user.Open(kColorTab));
       ExpectColors(row, user);
+      ASSERT_TRUE(user.Open(kLayoutTab));
       ExpectLayout(row, user);
     });
     const DriverDevMode chosen = With(row, settled);
@@ -100,6 +101,7 @@ TEST_F(Tabs, LiveWithAnyProfileListAndQuality) {
   for (const auto& row : kRows) {
     watch->profiles = row.profiles;
     const DriverDevMode out = Edit(With({72, "", true, 99, "", row.stored}, settled), [&](SheetUser& user) {
+      ASSERT_TRUE(user.Open(kColorTab));
       ExpectColors({0, "Normal", true, 0, "Relative Colorimetric", row.shown}, user);
     });
     EXPECT_EQ(Narrow(out.dm_private.colorProfile, 260), row.kept);
@@ -129,6 +131,9 @@ TEST_F(Tabs, KeepTheUserUntilTheHiddenCountIsRight) {
         SetDlgItemTextW(user.Tab(), IDC_LAYOUT_COPIES, L" +01\t");
         EXPECT_TRUE(user.Open(kAboutTab));
         EXPECT_EQ(user.Text(IDC_ABOUT_VERSION) + user.Text(IDC_ABOUT_NOTICE), kProduct);
+        // Whatever comes to a tab after its end finds nothing; the end comes once more when the sheet closes.
+        SendMessageW(user.Tab(), WM_DESTROY, 0, 0);
+        EXPECT_EQ(GetWindowLongPtrW(user.Tab(), GWLP_USERDATA), 0);
       },
       PSBTN_OK);
   EXPECT_EQ(outcome.results, (std::vector<LPARAM>{CPSUI_OK, CPSUI_OK})) << "a refused apply reports nothing";
