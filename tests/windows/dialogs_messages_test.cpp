@@ -39,7 +39,7 @@ struct Messages : DialogTest {
   bool Show(const Steps& steps) {
     DriverDevMode in = Defaults(), out{};
     auto header = Header(&in, &out);
-    const auto outcome = ShowSheet(document_entry, &header, steps, PSBTN_CANCEL);
+    const auto outcome = ShowSheet(Driver().DocumentPropertySheets, &header, steps, PSBTN_CANCEL);
     watch->while_open = [](HWND) {};
     return out.dm_public.dmSize == 0 && outcome.results.empty();
   }
@@ -337,7 +337,7 @@ TEST_F(Messages, NoOrderOfThemLeavesTheListsApartOrAnythingBehind) {
       walk.RunThrough(user);
     };
     if (is_document) Show(run_through);
-    if (!is_document) ShowSheet(device_entry, &device, run_through, PSBTN_CANCEL);
+    if (!is_document) ShowSheet(Driver().DevicePropertySheets, &device, run_through, PSBTN_CANCEL);
     Said();
     steps += walk.steps;
     ended += walk.ended;

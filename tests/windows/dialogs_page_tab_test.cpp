@@ -123,7 +123,7 @@ TEST_F(PageTab, AChoiceOutlivesEditCustomButNotManagePages) {
   DriverDevMode in = MadeBy(kInch), untouched{};
   auto header = Header(&in, &untouched);
   ShowSheet(
-      document_entry, &header,
+      Driver().DocumentPropertySheets, &header,
       [](SheetUser& user) {
         user.Choose(IDC_PAGE_LABELS, "Metric");
         DialogUser(user, kManage).Click(IDC_MANAGE_DELETE);
@@ -238,7 +238,7 @@ TEST_F(PageTab, AWalkThroughEverythingIsTracedStepByStep) {
     }
     DialogUser(user, kCustom).EndBy(VK_RETURN);
   });
-  ShowSheet(device_entry, &device, [](SheetUser&) {}, PSBTN_OK);
+  ShowSheet(Driver().DevicePropertySheets, &device, [](SheetUser&) {}, PSBTN_OK);
   files.SwitchOff();
   read_mask();
   std::vector<std::string> texts;

@@ -122,8 +122,6 @@ platform::SheetOutcome ShowSheet(platform::SheetEntry entry, void* header, const
 void SheetTest::SetUp() {
   SpoolerTest::SetUp();
   if (HasFatalFailure()) return;
-  document_entry = Driver().DocumentPropertySheets;
-  device_entry = Driver().DevicePropertySheets;
   device = {sizeof device, 0, Printer(), PrinterName()};
   watch = std::make_unique<Watch>(Module());
   settled = Edit(Defaults(), [](SheetUser& user) { EXPECT_TRUE(user.Open(kColorTab)); });

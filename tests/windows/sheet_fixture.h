@@ -85,7 +85,6 @@ class SheetTest : public SpoolerTest {
   std::string Said() { return std::exchange(watch->said, {}); }
 
   std::unique_ptr<Watch> watch;
-  platform::SheetEntry document_entry = nullptr, device_entry = nullptr;
   DEVICEPROPERTYHEADER device{};
   DriverDevMode settled{};  // the default settings as a sheet gives them back
   DWORD heaps = 0;

@@ -57,7 +57,7 @@ struct Protocol : SheetTest {
     if (!watch) return;
     watch->Replace("comctl32.dll", "CreatePropertySheetPageW", &MakePage);
     document = Header(&settled, out.data());
-    sheets = {{document_entry, &document}, {device_entry, &device}};
+    sheets = {{Driver().DocumentPropertySheets, &document}, {Driver().DevicePropertySheets, &device}};
     failing_page = 0;
   }
   GuardedBlock out{sizeof(DriverDevMode)};
@@ -143,7 +143,7 @@ TEST_F(Protocol, WritesTheOutputInTheCallersSizeWhereItMay) {
       GuardedBlock older(kSize + kExtra);
       auto header = Header(shape.data(), older.data(), mode);
       const auto outcome = ShowSheet(
-          document_entry, &header,
+          Driver().DocumentPropertySheets, &header,
           [&](SheetUser& user) {
             ASSERT_TRUE(user.Open(kColorTab));
             user.Choose(IDC_COLOR_QUALITY, "Fast");

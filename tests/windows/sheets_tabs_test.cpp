@@ -2,6 +2,7 @@
 #include <clocale>
 
 #include "sheet_fixture.h"
+#include "user/printer_calls.h"
 
 namespace tests {
 namespace {
@@ -114,7 +115,7 @@ TEST_F(Tabs, KeepTheUserUntilTheHiddenCountIsRight) {
   GuardedBlock out(sizeof settled);
   auto header = Header(&settled, out.data());
   const auto outcome = ShowSheet(
-      document_entry, &header,
+      Driver().DocumentPropertySheets, &header,
       [&](SheetUser& user) {
         ASSERT_TRUE(user.Open(kLayoutTab));
         for (const wchar_t* const entry : {L"2", L"0", L"", L"11111111111111111111111"}) {
@@ -140,27 +141,16 @@ TEST_F(Tabs, KeepTheUserUntilTheHiddenCountIsRight) {
   EXPECT_EQ(memcmp(out.data(), &settled, sizeof settled), 0);
 }
 
-struct StoredNumber {
-  DWORD type = REG_NONE, value = 0;
-};
-
-StoredNumber Read(HANDLE printer, const wchar_t* name) {
-  StoredNumber read;
-  DWORD size = 0;
-  GetPrinterDataW(printer, const_cast<wchar_t*>(name), &read.type, reinterpret_cast<BYTE*>(&read.value), 4, &size);
-  return read;
-}
-
 TEST_F(Tabs, DeviceShowsAndStoresItsOption) {
   const struct {
     const char* stored;  // "" nothing, "text" a text, else a number
     bool shown, click;
     int button;
-    const char* left;
-  } kRows[] = {{"", true, false, PSBTN_OK, "1"},     {"", true, true, PSBTN_CANCEL, ""},
-               {"1", true, true, PSBTN_OK, "0"},     {"0", false, false, PSBTN_OK, "0"},
-               {"0", false, true, PSBTN_OK, "1"},    {"text", true, false, PSBTN_OK, "1"},
-               {"0", false, true, PSBTN_CANCEL, "0"}};
+    int left;  // -1: no number
+  } kRows[] = {{"", true, false, PSBTN_OK, 1},     {"", true, true, PSBTN_CANCEL, -1},
+               {"1", true, true, PSBTN_OK, 0},     {"0", false, false, PSBTN_OK, 0},
+               {"0", false, true, PSBTN_OK, 1},    {"text", true, false, PSBTN_OK, 1},
+               {"0", false, true, PSBTN_CANCEL, 0}};
   constexpr wchar_t kName[] = L"bufferPrintJob";
   const std::wstring key = L"System\\CurrentControlSet\\Control\\Print\\Printers\\" + std::wstring(PrinterName());
   for (const auto& row : kRows) {
@@ -173,7 +163,7 @@ TEST_F(Tabs, DeviceShowsAndStoresItsOption) {
       SetPrinterDataW(Printer(), const_cast<wchar_t*>(kName), stored_type, reinterpret_cast<BYTE*>(&number), 4);
     }
     const auto outcome = ShowSheet(
-        device_entry, &device,
+        Driver().DevicePropertySheets, &device,
         [&](SheetUser& user) {
           EXPECT_EQ(user.Text(IDC_DEVICE_VERSION) + user.Text(IDC_DEVICE_NOTICE), kProduct);
           EXPECT_EQ(user.Checked(IDC_DEVICE_BUFFER), row.shown);
@@ -181,17 +171,18 @@ TEST_F(Tabs, DeviceShowsAndStoresItsOption) {
         },
         row.button);
     EXPECT_EQ(outcome.results, row.button == PSBTN_OK ? std::vector<LPARAM>{} : std::vector<LPARAM>{2});
-    const auto [type, value] = Read(Printer(), kName);
-    EXPECT_EQ(type == REG_DWORD ? std::to_string(value) : "", row.left);
+    EXPECT_EQ(user::ReadBufferOption(Printer()), row.left);
   }
   // The sheet finds out who may change the printer, and says so.
   EXPECT_EQ(device.Flags, 0u);
-  const auto [type, value] = Read(Printer(), L"Permission");
+  DWORD type = 0, value = 0, size = 0;
+  auto* const permission = const_cast<wchar_t*>(L"Permission");
+  GetPrinterDataW(Printer(), permission, &type, reinterpret_cast<BYTE*>(&value), sizeof value, &size);
   EXPECT_TRUE(type == REG_DWORD && value == 1);
   watch->Replace(
       "winspool.drv", "SetPrinterDataW",
       +[](HANDLE, LPWSTR, DWORD, LPBYTE, DWORD) { return DWORD{ERROR_ACCESS_DENIED}; });
-  ShowSheet(device_entry, &device, [](SheetUser&) {}, PSBTN_CANCEL);
+  ShowSheet(Driver().DevicePropertySheets, &device, [](SheetUser&) {}, PSBTN_CANCEL);
   EXPECT_EQ(device.Flags, DWORD{DPS_NOPERMISSION});
 }
 
