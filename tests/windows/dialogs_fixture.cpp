@@ -4,7 +4,6 @@
 
 #include <fstream>
 #include <sstream>
-#include <utility>
 
 namespace tests {
 namespace {
@@ -36,33 +35,17 @@ BOOL WINAPI ChooseFile(LPOPENFILENAMEW request) {
   return !chosen_file.empty();
 }
 
-// The title of messages as it reads in another language.
-int WINAPI LoadForeign(HINSTANCE module, UINT id, LPWSTR text, int size) {
-  if (id != IDS_ERROR) return LoadStringW(module, id, text, size);
-  return swprintf(text, static_cast<std::size_t>(size), L"Fehler");
-}
-
-void* __cdecl Reallocate(void* block, std::size_t size) {
-  const std::lock_guard lock(watched->guard);
-  watched->blocks.erase(block);
-  return *watched->blocks.insert(realloc(block, size)).first;
-}
-
 }  // namespace
 
-DialogUser::DialogUser(const SheetUser& sheet, const DialogKind& its_kind)
-    : SheetUser(user::OpenDialog(sheet.Tab(), its_kind.opener, its_kind.edits[1])), kind(its_kind) {
-  EXPECT_TRUE(IsOpen());
+DialogUser::DialogUser(const SheetUser& user, const DialogKind& its_kind)
+    : SheetUser{user::OpenDialog(user.Tab(), its_kind.opener, its_kind.edits[1])}, kind(its_kind) {
+  EXPECT_TRUE(sheet) << "no dialog";
 }
 
-void DialogUser::Type(int id, const std::string& text) const {
-  user::Type(Tab(), id, WideText(text));
-}
-
-void DialogUser::EndBy(int id, WPARAM key) const {
-  const HWND dialog = Tab(), owner = GetWindow(dialog, GW_OWNER);
-  PostMessageW(GetDlgItem(dialog, id), WM_KEYDOWN, key, 0);
-  EXPECT_TRUE(user::WaitUntil([&] { return !IsWindow(dialog); })) << "the key closes the dialog";
+void DialogUser::EndBy(WPARAM key) const {
+  const HWND owner = GetWindow(sheet, GW_OWNER);
+  PostMessageW(GetDlgItem(sheet, kind.edits[1]), WM_KEYDOWN, key, 0);
+  EXPECT_TRUE(user::WaitUntil([&] { return !IsWindow(sheet); })) << "the key closes the dialog";
   SendMessageW(owner, WM_NULL, 0, 0);
 }
 
@@ -77,23 +60,20 @@ std::string DialogUser::Fields() const {
 
 std::string DialogUser::Pages() const {
   std::string pages;
-  for (const auto& name : user::ListEntries(Tab(), IDC_MANAGE_LABELS)) pages += Narrow(name.c_str(), name.size()) + ";";
+  for (const auto& name : user::ListEntries(sheet, IDC_MANAGE_LABELS)) pages += NarrowText(name) + ";";
   return pages;
 }
 
 LONG DialogUser::WidestName() const {
-  const HWND list = GetDlgItem(Tab(), IDC_MANAGE_LABELS);
-  const HDC device = GetDC(list);
-  const HGDIOBJ before = SelectObject(device, reinterpret_cast<HGDIOBJ>(Send(IDC_MANAGE_LABELS, WM_GETFONT)));
+  const HDC device = GetDC(sheet);
+  SelectObject(device, reinterpret_cast<HGDIOBJ>(Send(IDC_MANAGE_LABELS, WM_GETFONT)));
   LONG widest = 0;
-  std::istringstream names(Pages());
-  for (std::string name; std::getline(names, name, ';');) {
+  for (const auto& name : user::ListEntries(sheet, IDC_MANAGE_LABELS)) {
     SIZE size{};
-    GetTextExtentPoint32A(device, name.data(), static_cast<int>(name.size()), &size);
+    GetTextExtentPoint32W(device, name.data(), static_cast<int>(name.size()), &size);
     widest = std::max(widest, size.cx);
   }
-  SelectObject(device, before);
-  ReleaseDC(list, device);
+  ReleaseDC(sheet, device);
   return widest;
 }
 
@@ -108,52 +88,67 @@ void DialogTest::SetUp() {
   CountCalls<kProbe>("SetPrinterDataExW", &SetPrinterDataExW);
   watch->Replace("comdlg32.dll", "GetOpenFileNameW", &ChooseFile);
   watch->Replace("comdlg32.dll", "GetSaveFileNameW", +[](LPOPENFILENAMEW request) { return ChooseFile(request); });
-  watch->Replace("user32.dll", "LoadStringW", &LoadForeign);
-  watch->Replace("msvcrt.dll", "realloc", &Reallocate);
 }
 
-DriverDevMode DialogTest::Work(const DialogKind& kind, const std::vector<Step>& steps, WPARAM key) {
-  return Work(kind, steps, Defaults(), key);
-}
-
-DriverDevMode DialogTest::Work(const DialogKind& kind, const std::vector<Step>& steps, const DriverDevMode& in,
-                               WPARAM key) {
-  return Edit(in, [&](SheetUser& sheet) {
-    ASSERT_TRUE(sheet.Open("Page"));
-    DialogUser dialog(sheet, kind);
-    std::string stored = Stored();
-    for (const Step& step : steps) {
-      SCOPED_TRACE("step " + std::to_string(&step - steps.data()));
-      for (int at = 0; at < 5; ++at) {
-        if (step.typed[at]) dialog.Type(kind.edits[at], step.typed[at]);
-      }
-      if (step.act) step.act(dialog);
-      EXPECT_EQ(Said(), step.said);
-      if (step.stored) stored = step.stored;
-      EXPECT_EQ(Stored(), stored);
-      const bool lists = kind.opener == kManage.opener;
-      if (step.fields) {
-        EXPECT_EQ(dialog.Fields(), step.fields);
-      }
-      if (lists && !step.apart) {
-        EXPECT_EQ(dialog.Pages(), StoredNames());
-        EXPECT_EQ(dialog.Send(IDC_MANAGE_LABELS, LB_GETHORIZONTALEXTENT), dialog.WidestName() + 3);
-      }
-      const bool in_inches = dialog.Text(kind.shown[2]).ends_with(" 11.692");
-      EXPECT_TRUE(!in_inches || dialog.Text(kind.length_range) == "1.000 - 35.500");
-      EXPECT_TRUE(step.selected == -2 || dialog.Send(IDC_MANAGE_LABELS, LB_GETCURSEL) == step.selected);
-    }
-    dialog.EndBy(kind.edits[1], key);
+DriverDevMode DialogTest::Work(const DialogKind& kind, const std::function<void(DialogUser&)>& work,
+                               const DriverDevMode& in, WPARAM key) {
+  return Edit(in, [&](SheetUser& user) {
+    DialogUser dialog(user, kind);
+    work(dialog);
+    dialog.EndBy(key);
   });
 }
 
-std::string DialogTest::Said() {
-  std::string said;
-  for (const auto& box : std::exchange(watch->boxes, {})) {
-    EXPECT_TRUE(box.type == MB_ICONERROR && IsWindow(box.owner));
-    said += (said.empty() ? "" : "; ") + (box.text.starts_with("Fehler: ") ? box.text.substr(8) : box.text);
-  }
-  return said;
+DriverDevMode DialogTest::Take(const DialogKind& kind, const std::vector<Step>& steps, const DriverDevMode& in,
+                               WPARAM key) {
+  std::string stored = Stored();
+  const auto take = [&](DialogUser& dialog, const Step& step) {
+    SCOPED_TRACE("step " + std::to_string(&step - steps.data()));
+    for (int at = 0; at < 5; ++at) {
+      if (step.typed[at]) user::Type(dialog.sheet, kind.edits[at], WideText(step.typed[at]));
+    }
+    if (step.act) step.act(dialog);
+    EXPECT_EQ(Said(), step.said);
+    if (step.stored) stored = step.stored;
+    EXPECT_EQ(Stored(), stored);
+    if (step.fields) {
+      EXPECT_EQ(dialog.Fields(), step.fields);
+    }
+    if (kind.opener == kManage.opener) {
+      EXPECT_EQ(dialog.Pages(), StoredNames());
+      EXPECT_EQ(dialog.Send(IDC_MANAGE_LABELS, LB_GETHORIZONTALEXTENT), dialog.WidestName() + 3);
+    }
+    const bool in_inches = dialog.Text(kind.shown[2]).ends_with(" 11.692");
+    EXPECT_TRUE(!in_inches || dialog.Text(kind.length_range) == "1.000 - 35.500");
+    EXPECT_TRUE(step.selected == -2 || user::ChosenEntry(dialog.sheet, IDC_MANAGE_LABELS) == step.selected);
+  };
+  const auto take_all = [&](DialogUser& dialog) {
+    for (const Step& step : steps) take(dialog, step);
+  };
+  return Work(kind, take_all, in, key);
+}
+
+DriverDevMode DialogTest::MadeBy(const platform::LabelStock& label) {
+  DriverDevMode record = Defaults();
+  auto& own = record.dm_private;
+  record.dm_public.dmPaperSize = own.dmPaperSize = static_cast<short>(label.number);
+  strcpy(own.labelName, label.name);
+  strcpy(own.width_string, label.width);
+  strcpy(own.length_string, label.length);
+  own.vertOffset = atoi(label.vertical_offset);
+  own.horzOffset = atoi(label.horizontal_offset);
+  own.units = label.units;
+  return record;
+}
+
+std::string PageOf(const DriverDevMode& record) {
+  const auto& own = record.dm_private;
+  const DEVMODEW& settings = record.dm_public;
+  std::ostringstream page;
+  page << own.dmPaperSize << " " << own.labelName << " " << own.width_string << " " << own.length_string << " "
+       << own.vertOffset << " " << own.horzOffset << " " << own.units << ", " << settings.dmPaperSize << " "
+       << settings.dmPaperWidth << " " << settings.dmPaperLength;
+  return page.str();
 }
 
 std::string DialogTest::Stored() {

@@ -1,4 +1,4 @@
-// The Page tab and its dialogs over a real printer, worked by a user step by step, with the printer's data beside them.
+// The Page tab's dialogs over a real printer, worked by a user step by step, with the printer's data beside them.
 #pragma once
 
 #include "printer_keys.h"
@@ -29,24 +29,28 @@ inline constexpr DialogKind kCustom{IDC_PAGE_EDIT_CUSTOM,
                                     {IDC_CUSTOM_VERT_READOUT, IDC_CUSTOM_HORZ_READOUT, IDC_CUSTOM_WIDTH_RANGE},
                                     IDC_CUSTOM_LENGTH_RANGE};
 
-class DialogUser : public SheetUser {
- public:
-  // Presses the tab's button and waits for the dialog.
-  DialogUser(const SheetUser& sheet, const DialogKind& kind);
-  bool IsOpen() const { return IsWindow(Tab()); }
-  // Types over a field, character by character.
-  void Type(int id, const std::string& text) const;
+// A dialog from the press of the tab's button on; one that is still open in the end is cancelled.
+struct DialogUser : SheetUser {
+  DialogUser(const SheetUser& user, const DialogKind& kind);
+  DialogUser(const DialogUser&) = delete;
+  ~DialogUser() {
+    if (IsWindow(sheet)) EndBy(VK_ESCAPE);
+  }
   // Sends the dialog's loop a key, which is to close it.
-  void EndBy(int id, WPARAM key) const;
+  void EndBy(WPARAM key) const;
   // "NAME WIDTH LENGTH VERTICAL HORIZONTAL | UNIT VERTICAL, HORIZONTAL, WIDTH'S RANGE"
   std::string Fields() const;
   // "NAME;" for each entry.
   std::string Pages() const;
-  // Pixels, in the list's font.
+  // The list's entries, their widest in pixels of the list's font.
+  LRESULT Count() const { return Send(IDC_MANAGE_LABELS, LB_GETCOUNT); }
   LONG WidestName() const;
 
   const DialogKind& kind;
 };
+
+inline constexpr char kWidthMm[] = "Invalid Width\nValid range: 1.000 - 297.000";
+inline constexpr char kOffset[] = "Offset is invalid.\nValid range: -2400 - 2400";
 
 // What a user types (null: nothing) and does, what is said then, what the fields show (null: not looked at) and what is
 // stored (null: what was stored before).
@@ -56,8 +60,7 @@ struct Step {
   std::string said;
   const char* fields = nullptr;
   const char* stored = nullptr;
-  int selected = -2;   // -2: not looked at
-  bool apart = false;  // the dialog's list and the printer's are not the same
+  int selected = -2;  // -2: not looked at
 };
 
 inline auto Click(int id) {
@@ -68,10 +71,9 @@ inline auto Press(int id, WPARAM key, int times = 1) {
     for (int at = 0; at < times; ++at) dialog.Send(id, WM_KEYDOWN, key);
   };
 }
-inline auto Choose(int page) {
+inline auto Choose(const char* page) {
   return [page](DialogUser& dialog) {
-    dialog.Send(IDC_MANAGE_LABELS, LB_SETCURSEL, static_cast<WPARAM>(page));
-    SendMessageW(dialog.Tab(), WM_COMMAND, MAKEWPARAM(IDC_MANAGE_LABELS, LBN_SELCHANGE), 0);
+    EXPECT_TRUE(user::ChooseListed(dialog.Tab(), IDC_MANAGE_LABELS, WideText(page))) << page;
   };
 }
 
@@ -87,14 +89,19 @@ struct StoreCalls {
 };
 inline StoreCalls store[kStoreCalls];
 
+// The page of settings: "NUMBER NAME WIDTH LENGTH VERTICAL HORIZONTAL UNITS, PUBLIC NUMBER WIDTH LENGTH".
+std::string PageOf(const DriverDevMode& record);
+
 class DialogTest : public SheetTest {
  protected:
   void SetUp() override;
+  // Settings that a label has made.
+  static DriverDevMode MadeBy(const platform::LabelStock& label);
   // The settings that a sheet gives in which the dialog was worked and then closed by `key`.
-  DriverDevMode Work(const DialogKind& kind, const std::vector<Step>& steps, WPARAM key = VK_ESCAPE);
-  DriverDevMode Work(const DialogKind& kind, const std::vector<Step>& steps, const DriverDevMode& in, WPARAM key);
-  // The messages since the last look.
-  std::string Said();
+  static DriverDevMode Work(const DialogKind& kind, const std::function<void(DialogUser&)>& work,
+                            const DriverDevMode& in = Defaults(), WPARAM key = VK_ESCAPE);
+  DriverDevMode Take(const DialogKind& kind, const std::vector<Step>& steps, const DriverDevMode& in = Defaults(),
+                     WPARAM key = VK_ESCAPE);
   // "NUMBER NAME WIDTH LENGTH VERTICAL HORIZONTAL UNITS;" for each label that the printer holds; or "NAME;".
   static std::string Stored();
   static std::string StoredNames();

@@ -1,9 +1,11 @@
-// The Page tab: which label it shows as chosen, what it says of it, and what it makes of the choice.
+// The Page tab: which label it shows as chosen, what it says of it, and what it makes of the choice or, in the Custom
+// Page dialog, of a page size of the document's own.
+#include <algorithm>
 #include <clocale>
-#include <fstream>
 
 #include "../trace_shape.h"
 #include "dialogs_fixture.h"
+#include "user/trace_files.h"
 
 namespace tests {
 namespace {
@@ -13,23 +15,20 @@ struct PageTab : DialogTest {};
 constexpr platform::LabelStock kInch{259, "Inch", "4.125", "5.000", "-12", "34", 1};
 constexpr platform::LabelStock kMetric{258, "Metric", "60", "80", "1", "2", 0};
 
-// Settings that the label kInch has made.
-DriverDevMode Chosen(DriverDevMode record) {
-  auto& own = record.dm_private;
-  record.dm_public.dmPaperSize = own.dmPaperSize = kInch.number;
-  strcpy(own.labelName, kInch.name);
-  own.vertOffset = -12;
-  own.horzOffset = 34;
-  return record;
-}
-
 std::string Details(const platform::LabelStock& label, const char* unit) {
   return std::string("Width: ") + label.width + unit + "\r\nLength: " + label.length + unit +
          "\r\nVertical Offset: " + label.vertical_offset + "\r\nHorizontal Offset: " + label.horizontal_offset + "\r\n";
 }
 
-LRESULT Selected(const SheetUser& sheet) {
-  return sheet.Send(IDC_PAGE_LABELS, CB_GETCURSEL);
+// The chosen label and what is said of it.
+std::string Shown(const SheetUser& user) {
+  return user.Text(IDC_PAGE_LABELS) + " " + user.Text(IDC_PAGE_DETAILS);
+}
+
+void TypeCustomWidth(const SheetUser& user) {
+  const DialogUser custom(user, kCustom);
+  user::Type(custom.sheet, IDC_CUSTOM_WIDTH, L"3");
+  custom.EndBy(VK_RETURN);
 }
 
 TEST_F(PageTab, SelectsTheLabelThatMatchesInEverything) {
@@ -42,18 +41,15 @@ TEST_F(PageTab, SelectsTheLabelThatMatchesInEverything) {
                                                       [](auto& own) { own.vertOffset = 12; },
                                                       [](auto& own) { own.horzOffset = 35; },
                                                       [](auto& own) { own.units = 0; }};
+  const auto selected = [](const DriverDevMode& in) {
+    LRESULT entry = -1;
+    Edit(in, [&](SheetUser& user) { entry = user.Send(IDC_PAGE_LABELS, CB_GETCURSEL); });
+    return entry;
+  };
   for (const auto& change : kChanges) {
-    DriverDevMode in = Chosen(Defaults());
+    DriverDevMode in = MadeBy(kInch);
     change(in.dm_private);
-    Edit(in, [&](SheetUser& sheet) {
-      ASSERT_TRUE(sheet.Open("Page"));
-      EXPECT_EQ(sheet.Send(IDC_PAGE_LABELS, CB_GETCOUNT), 3);
-      EXPECT_EQ(Selected(sheet), &change == kChanges ? 2 : 0) << &change - kChanges;
-      sheet.Choose(IDC_PAGE_LABELS, "Custom");
-      if (&change == kChanges) {
-        EXPECT_EQ(sheet.Text(IDC_PAGE_DETAILS), Details(kInch, " in"));
-      }
-    });
+    EXPECT_EQ(selected(in), &change == kChanges ? 2 : 0) << &change - kChanges;
   }
   watch->Replace(
       "user32.dll", "SendMessageA", +[](HWND window, UINT message, WPARAM first, LPARAM second) {
@@ -61,49 +57,36 @@ TEST_F(PageTab, SelectsTheLabelThatMatchesInEverything) {
         if (message == CB_ADDSTRING && !std::exchange(refused, true)) return LRESULT{CB_ERRSPACE};
         return SendMessageA(window, message, first, second);
       });
-  Edit(Chosen(Defaults()), [&](SheetUser& sheet) {
-    ASSERT_TRUE(sheet.Open("Page"));
-    EXPECT_EQ(sheet.Send(IDC_PAGE_LABELS, CB_GETCOUNT), 1) << "an entry stands for the label with its number";
-    EXPECT_EQ(Selected(sheet), 0);
-  });
+  EXPECT_EQ(selected(MadeBy(kInch)), 0) << "an entry stands for the label with its number";
 }
 
 TEST_F(PageTab, ShowsAndAppliesEachLabel) {
   const struct {
     platform::LabelStock stock;
     const char* unit;
-    short width, length;
-    LONG vertical, horizontal;
-  } kRows[] = {{{258, "Inches", "4.125", "1", "-2400", "2400", 1}, " in", 1048, 254, -2400, 2400},
-               {{259, "Metric \xE4", "104.75", "901.7", "", "7", 0}, " mm", 1048, 9017, 0, 7},
-               {{260, "Tenths", "1047.4", "1270.6", "1", "2", 2}, " mm", 1047, 1271, 1, 2},
-               {{261, "No number", "abc", "1e3", "x", "1e0", 0}, " mm", 1048, 1270, 6, 5},
-               {{262, "Too large", "66552", "40000", "0", "0", 2}, " mm", 1016, -25536, 0, 0}};  // the low 16 bits
+    const char* taken;
+  } kRows[] = {{{258, "Inches", "4.125", "1", "-2400", "2400", 1}, " in", "4.125 1 -2400 2400 1, 258 1048 254"},
+               {{259, "Metric \xE4", "104.75", "901.7", "", "7", 0}, " mm", "104.75 901.7 0 7 0, 259 1048 9017"},
+               {{260, "Tenths", "1047.4", "1270.6", "1", "2", 2}, " mm", "1047.4 1270.6 1 2 2, 260 1047 1271"},
+               {{261, "No number", "abc", "1e3", "x", "1e0", 0}, " mm", "abc 1e3 6 5 0, 261 1048 1270"},
+               // The low 16 bits.
+               {{262, "Too large", "66552", "40000", "0", "0", 2}, " mm", "66552 40000 0 0 2, 262 1016 -25536"}};
   for (const auto& row : kRows) Store(row.stock);
-  DriverDevMode in = Defaults();
-  in.dm_private.vertOffset = 6;
-  in.dm_private.horzOffset = 5;
+  const platform::LabelStock custom{257, "Custom", "4.125", "5.000", "6", "5", 1};
   for (const char* const locale : {"C", "German_Germany.1252"}) {
     ASSERT_TRUE(setlocale(LC_ALL, locale));
-    for (const auto& row : kRows) {
-      std::string details = Details(row.stock, row.unit);
-      if (*locale != 'C') std::replace(details.begin(), details.end(), '.', ',');
-      const DriverDevMode out = Edit(in, [&](SheetUser& sheet) {
-        ASSERT_TRUE(sheet.Open("Page"));
-        EXPECT_EQ(Selected(sheet), 0);
-        sheet.Choose(IDC_PAGE_LABELS, row.stock.name);
-        EXPECT_EQ(sheet.Text(IDC_PAGE_DETAILS), details);
+    const auto shown = [&](const platform::LabelStock& stock, const char* unit) {
+      std::string details = Details(stock, unit);
+      if (*locale != 'C') std::ranges::replace(details, '.', ',');
+      return stock.name + (" " + details);
+    };
+    for (const auto& [stock, unit, taken] : kRows) {
+      const DriverDevMode out = Edit(MadeBy(custom), [&](SheetUser& user) {
+        EXPECT_EQ(Shown(user), shown(custom, " in"));
+        user.Choose(IDC_PAGE_LABELS, stock.name);
+        EXPECT_EQ(Shown(user), shown(stock, unit));
       });
-      const auto& own = out.dm_private;
-      EXPECT_STREQ(own.labelName, row.stock.name);
-      EXPECT_EQ(out.dm_public.dmPaperSize, row.stock.number);
-      EXPECT_EQ(own.dmPaperSize, row.stock.number);
-      EXPECT_EQ(out.dm_public.dmPaperWidth, row.width) << own.labelName;
-      EXPECT_EQ(out.dm_public.dmPaperLength, row.length) << own.labelName;
-      EXPECT_TRUE(own.vertOffset == row.vertical && own.horzOffset == row.horizontal) << own.labelName;
-      EXPECT_STREQ(own.width_string, row.stock.width);
-      EXPECT_STREQ(own.length_string, row.stock.length);
-      EXPECT_EQ(own.units, row.stock.units);
+      EXPECT_EQ(PageOf(out), std::to_string(stock.number) + " " + stock.name + " " + taken);
       EXPECT_EQ(out.dm_public.dmFields, settled.dm_public.dmFields);
       EXPECT_EQ(Narrow(out.dm_public.dmFormName, 32), "Custom");
     }
@@ -112,18 +95,12 @@ TEST_F(PageTab, ShowsAndAppliesEachLabel) {
 }
 
 TEST_F(PageTab, ManagingNeedsTheRightToWrite) {
-  Store(kMetric);
   for (const DWORD answer : {ERROR_SUCCESS, ERROR_ACCESS_DENIED}) {
     store[kProbe].answer = answer;
-    store[kDelete].count = 0;
-    const DriverDevMode out = Edit(Defaults(), [&](SheetUser& sheet) {
-      ASSERT_TRUE(sheet.Open("Page"));
-      EXPECT_EQ(sheet.Enabled(IDC_PAGE_MANAGE), answer == ERROR_SUCCESS);
-      EXPECT_TRUE(sheet.Enabled(IDC_PAGE_EDIT_CUSTOM));
-      sheet.Choose(IDC_PAGE_LABELS, "Metric");
+    Edit(Defaults(), [&](SheetUser& user) {
+      EXPECT_EQ(user.Enabled(IDC_PAGE_MANAGE), answer == ERROR_SUCCESS);
+      EXPECT_TRUE(user.Enabled(IDC_PAGE_EDIT_CUSTOM));
     });
-    EXPECT_EQ(out.dm_public.dmPaperSize, 258);
-    EXPECT_EQ(store[kDelete].count, answer == ERROR_SUCCESS ? 1 : 0);
   }
   DWORD needed = 0;
   EXPECT_EQ(platform::RegistryEnumPrinterKey(Printer(), L"test", nullptr, 0, &needed), DWORD{ERROR_FILE_NOT_FOUND});
@@ -132,110 +109,143 @@ TEST_F(PageTab, ManagingNeedsTheRightToWrite) {
 TEST_F(PageTab, AChoiceOutlivesEditCustomButNotManagePages) {
   Store(kMetric);
   Store(kInch);
-  const DriverDevMode out = Edit(Chosen(Defaults()), [&](SheetUser& sheet) {
-    ASSERT_TRUE(sheet.Open("Page"));
-    sheet.Choose(IDC_PAGE_LABELS, "Metric");
-    DialogUser custom(sheet, kCustom);
-    custom.Type(IDC_CUSTOM_WIDTH, "3");
-    custom.EndBy(IDC_CUSTOM_WIDTH, VK_RETURN);
-    EXPECT_EQ(sheet.Text(IDC_PAGE_LABELS) + sheet.Text(IDC_PAGE_DETAILS), "Metric" + Details(kMetric, " mm"));
+  const DriverDevMode out = Edit(MadeBy(kInch), [&](SheetUser& user) {
+    user.Choose(IDC_PAGE_LABELS, "Metric");
+    TypeCustomWidth(user);
+    EXPECT_EQ(Shown(user), "Metric " + Details(kMetric, " mm"));
   });
-  EXPECT_STREQ(out.dm_private.labelName, "Metric");
-  EXPECT_EQ(out.dm_public.dmPaperWidth, 600);
-  Edit(Defaults(), [&](SheetUser& sheet) {
-    ASSERT_TRUE(sheet.Open("Page"));
-    DialogUser custom(sheet, kCustom);
-    custom.Type(IDC_CUSTOM_WIDTH, "3");
-    custom.EndBy(IDC_CUSTOM_WIDTH, VK_RETURN);
-    const platform::LabelStock own{257, "Custom", "3", "5.000", "0", "0", 1};
-    EXPECT_EQ(sheet.Text(IDC_PAGE_LABELS) + sheet.Text(IDC_PAGE_DETAILS), "Custom" + Details(own, " in"));
+  EXPECT_EQ(PageOf(out), "258 Metric 60 80 1 2 0, 258 600 800");
+  Edit(Defaults(), [&](SheetUser& user) {
+    TypeCustomWidth(user);
+    EXPECT_EQ(Shown(user), "Custom " + Details({257, "Custom", "3", "5.000", "0", "0", 1}, " in"));
   });
   // Cancel, on the other hand, hands nothing over.
-  DriverDevMode in = Chosen(Defaults()), untouched{};
+  DriverDevMode in = MadeBy(kInch), untouched{};
   auto header = Header(&in, &untouched);
   ShowSheet(
-      document_entry, &header,
-      [](SheetUser& sheet) {
-        ASSERT_TRUE(sheet.Open("Page"));
-        sheet.Choose(IDC_PAGE_LABELS, "Metric");
-        DialogUser dialog(sheet, kManage);
-        dialog.Click(IDC_MANAGE_DELETE);
-        dialog.EndBy(IDC_MANAGE_NAME, VK_RETURN);
-        EXPECT_EQ(Selected(sheet), 1);
-        EXPECT_EQ(sheet.Text(IDC_PAGE_LABELS) + sheet.Text(IDC_PAGE_DETAILS), "Inch" + Details(kInch, " in"));
+      Driver().DocumentPropertySheets, &header,
+      [](SheetUser& user) {
+        user.Choose(IDC_PAGE_LABELS, "Metric");
+        DialogUser(user, kManage).Click(IDC_MANAGE_DELETE);
+        EXPECT_EQ(user.Send(IDC_PAGE_LABELS, CB_GETCURSEL), 1);
+        EXPECT_EQ(Shown(user), "Inch " + Details(kInch, " in"));
       },
       PSBTN_CANCEL);
   EXPECT_EQ(untouched.dm_public.dmPaperSize, 0);
 }
 
+TEST_F(PageTab, EditCustomWritesWhatIsTypedOrNothing) {
+  constexpr platform::LabelStock kInches{257, "Other", "4.125", "5.000", "0", "0", 1},
+      kOffsets{257, "Other", "4.125", "5.000", "-12", "-2399", 1}, kMetric{257, "Other", "1048", "1270", "0", "0", 0},
+      kTenths{257, "Other", "1048", "1270", "0", "0", 2};
+  const struct {
+    platform::LabelStock shown;
+    const char* taken;
+    std::vector<Step> steps;
+    WPARAM key = VK_RETURN;
+  } kRows[] = {
+      {kInches,
+       "257 Custom 0.04 35.5 0 1 1, 257 10 9017",
+       {{{}, Click(IDC_CUSTOM_INCHES), "", "4.125 5.000 0 0 | in 0.000 in, 0.000 in, 0.040 - 11.692"},
+        {{nullptr, "0.04", "35.5", "", "+1"}}}},
+      {kMetric, "257 Custom 104.8 127 0 0 0, 257 1048 1270", {{{nullptr, " 104.8 ", "127"}}}},
+      {kTenths,
+       "257 Custom 104.800 127.000 0 0 0, 257 1048 1270",
+       {{{}, Click(IDC_CUSTOM_MM), "", "104.800 127.000 0 0 | mm 0.000 mm, 0.000 mm, 1.000 - 297.000"}}},
+      {kTenths,
+       "257 Custom 30 127 0 0 0, 257 300 1270",
+       {{{}, Click(IDOK), kWidthMm, "1048 1270 0 0 | mm 0.000 mm, 0.000 mm, 10.000 - 2970.000"},
+        {{nullptr, "30", "127"}}}},
+      {kInches,
+       "257 Custom 3 5 2400 0 1, 257 762 1270",
+       {{{nullptr, "3", "5", "2401"}, Click(IDOK), kOffset},
+        {{nullptr, nullptr, nullptr, "2399"}, Press(IDC_CUSTOM_VERT, VK_UP, 3)}}},
+      {kInches,
+       "257 Other 4.125 5.000 0 0 1, 257 1048 1270",
+       {{{nullptr, "3", nullptr, "-2399", "1.5"}, Press(IDC_CUSTOM_VERT, VK_DOWN, 3)},
+        {{}, Click(IDC_CUSTOM_MM), "", "76.200 127.000 -2400 1.5 | mm -50.800 mm, -.--- mm, 1.000 - 297.000"}},
+       VK_ESCAPE},
+      {kOffsets,
+       "257 Custom 4.125 5.000 -12 -2399 1, 257 1048 1270",
+       {{{}, {}, "", "4.125 5.000 -12 -2399 | in -0.010 in, -1.999 in, 0.040 - 11.692"},
+        {{}, Press(IDC_CUSTOM_HORZ, VK_DOWN, 3), "", "4.125 5.000 -12 -2400 | in -0.010 in, -2.000 in, 0.040 - 11.692"},
+        {{}, Press(IDC_CUSTOM_HORZ, VK_UP)}}},
+  };
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(row.taken);
+    const DriverDevMode out = Take(kCustom, row.steps, MadeBy(row.shown), row.key);
+    EXPECT_EQ(PageOf(out), row.taken);
+    EXPECT_EQ(out.dm_public.dmFields, settled.dm_public.dmFields);
+  }
+}
+
 // Two sheets, each on its own thread: one changes the printer's list and reads it again; the other applies what its own
-// list shows.
-TEST_F(PageTab, AppliesWhatItsOwnListShows) {
+// list shows. Neither knows of the other's colours.
+TEST_F(PageTab, TwoSheetsAtOnceKnowNothingOfEachOther) {
   Store(kMetric);
   Store(kInch);
   DriverDevMode theirs{};
-  const DriverDevMode ours = Edit(Defaults(), [&](SheetUser& sheet) {
-    EXPECT_TRUE(sheet.Open("Page"));
-    sheet.Choose(IDC_PAGE_LABELS, "Inch");
-    theirs = Edit(Defaults(), [&](SheetUser& other) {
-      EXPECT_TRUE(other.Open("Page"));
-      DialogUser dialog(other, kManage);
-      dialog.Click(IDC_MANAGE_DELETE);
-      dialog.Type(IDC_MANAGE_NAME, "C"), dialog.Type(IDC_MANAGE_WIDTH, "7");
-      dialog.Click(IDC_MANAGE_ADD);
-      dialog.EndBy(IDC_MANAGE_NAME, VK_ESCAPE);
+  // The second begins when the first is drawn: fonts that two threads draw with for the first time at the same moment
+  // can stop Wine's drawing of text for good.
+  const DriverDevMode ours = Edit(Defaults(), [&](SheetUser& user) {
+    user.Choose(IDC_PAGE_LABELS, "Inch");
+    EXPECT_TRUE(user.Open(kColorTab));
+    user.Click(IDC_COLOR_AUTOMATIC);
+    theirs = Edit(Defaults(), [](SheetUser& other) {
+      {
+        DialogUser dialog(other, kManage);
+        dialog.Click(IDC_MANAGE_DELETE);
+        user::Type(dialog.sheet, IDC_MANAGE_NAME, L"C");
+        user::Type(dialog.sheet, IDC_MANAGE_WIDTH, L"7");
+        dialog.Click(IDC_MANAGE_ADD);
+      }
       other.Choose(IDC_PAGE_LABELS, "C");
+      EXPECT_TRUE(other.Open(kColorTab));
+      other.Click(IDC_COLOR_APPLICATION);
     });
-    EXPECT_EQ(sheet.Text(IDC_PAGE_LABELS), "Inch");
+    EXPECT_TRUE(user.Open(kLayoutTab) && user.Open(kColorTab));
+    EXPECT_TRUE(user.Checked(IDC_COLOR_AUTOMATIC) && user.Enabled(IDC_COLOR_PROFILE));
   });
-  EXPECT_STREQ(ours.dm_private.labelName, "Inch");
-  EXPECT_EQ(ours.dm_public.dmPaperWidth, 1048);
-  EXPECT_STREQ(theirs.dm_private.labelName, "C");
-  EXPECT_EQ(theirs.dm_public.dmPaperWidth, 1778);
+  EXPECT_EQ(PageOf(ours), "259 Inch 4.125 5.000 -12 34 1, 259 1048 1270");
+  EXPECT_EQ(PageOf(theirs), "260 C 7 5.000 -12 34 1, 260 1778 1270");
+  EXPECT_TRUE(ours.dm_private.colorAdjust == 1 && theirs.dm_private.colorAdjust == 0);
 }
 
 // Every record of a walk through both sheets, with each kind of click in the dialogs: who called whom, what was said at
 // which level, in which order.
 TEST_F(PageTab, AWalkThroughEverythingIsTracedStepByStep) {
-  constexpr char kMaskFile[] = "c:\\temp\\r5-lqz-ui.dat", kLogFile[] = "c:\\temp\\r5-lqz-ui.txt";
+  user::TraceFiles files(ModulePath());
   const auto read_mask = [] {
     EXPECT_EQ(Driver().DocumentEvent(nullptr, nullptr, DOCUMENTEVENT_STARTDOCPRE, 0, nullptr, 0, nullptr), 1);
   };
-  CreateDirectoryA("c:\\temp", nullptr);
-  DeleteFileA(kLogFile);
   Store(kInch);
-  std::ofstream(kMaskFile) << "3";
+  files.SwitchOn(3);
   read_mask();
   watch->blocks.clear();  // the paths of the trace files, which stay
-  Edit(Chosen(Defaults()), [&](SheetUser& sheet) {
-    EXPECT_TRUE(sheet.Open("Layout") && sheet.Open("Appearance") && sheet.Open("Page"));
-    sheet.Choose(IDC_PAGE_LABELS, "Custom");
+  Edit(MadeBy(kInch), [&](SheetUser& user) {
+    EXPECT_TRUE(user.Open(kLayoutTab) && user.Open(kColorTab) && user.Open(kPageTab));
+    user.Choose(IDC_PAGE_LABELS, "Custom");
     {
-      DialogUser dialog(sheet, kManage);
-      dialog.Type(IDC_MANAGE_NAME, "New");
+      DialogUser dialog(user, kManage);
+      user::Type(dialog.sheet, IDC_MANAGE_NAME, L"New");
       dialog.Click(IDC_MANAGE_ADD);
-      dialog.Type(IDC_MANAGE_HORZ, "x");
-      dialog.Click(IDC_MANAGE_MODIFY);
-      dialog.Click(IDC_MANAGE_MM);
-      dialog.Click(IDC_MANAGE_EXPORT);
+      user::Type(dialog.sheet, IDC_MANAGE_HORZ, L"x");
+      for (const int button : {IDC_MANAGE_MODIFY, IDC_MANAGE_MM, IDC_MANAGE_EXPORT, IDC_MANAGE_DELETE}) {
+        dialog.Click(button);
+      }
+      Choose("Inch")(dialog);
       dialog.Click(IDC_MANAGE_DELETE);
-      Choose(0)(dialog);
-      dialog.Click(IDC_MANAGE_DELETE);
-      dialog.EndBy(IDC_MANAGE_NAME, VK_ESCAPE);
     }
-    DialogUser(sheet, kCustom).EndBy(IDC_CUSTOM_WIDTH, VK_RETURN);
+    DialogUser(user, kCustom).EndBy(VK_RETURN);
   });
-  ShowSheet(device_entry, &device, [](SheetUser& sheet) { EXPECT_TRUE(sheet.Open("Device")); }, PSBTN_OK);
-  DeleteFileA(kMaskFile);
+  ShowSheet(Driver().DevicePropertySheets, &device, [](SheetUser&) {}, PSBTN_OK);
+  files.SwitchOff();
   read_mask();
   std::vector<std::string> texts;
-  std::ifstream log(kLogFile);
-  for (std::string line; std::getline(log, line);) {
+  for (const std::string& line : files.NewLines()) {
     const auto head = line.find("] ", line.find("] [TID: ") + 2);
     texts.push_back(line.substr(std::min(line.size(), head + 2)));
   }
-  log.close();
-  DeleteFileA(kLogFile);
   std::string shape = TraceShape(texts);
   // How often the list is told of the focus is the platform's to say.
   int shown = 0;

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <functional>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <set>
@@ -18,37 +17,33 @@
 namespace tests {
 
 using r5lqz::DriverDevMode;
-using Texts = std::vector<std::string>;
 
+// The document sheet's tabs, as they stand; it opens with the first.
+enum Tab { kPageTab, kColorTab, kLayoutTab, kAboutTab, kTabs };
+
+std::string NarrowText(const std::wstring& text);
 // A text of the system's ANSI code page, which tests write.
 std::wstring WideText(const std::string& text);
 
-// Works an open sheet by the messages that mouse and keyboard cause. Tabs and entries are known by their texts.
-class SheetUser {
- public:
-  explicit SheetUser(HWND sheet) : sheet_(sheet) {}
-
-  Texts Titles() const;
-  // Turns to a tab. False: there is none of that title, or the current one is not left.
-  bool Open(const std::string& title) const;
+// Works an open sheet by the messages that mouse and keyboard cause. Entries are known by their texts.
+struct SheetUser {
+  // False: the current tab is not left.
+  bool Open(int tab) const { return user::SelectTab(sheet, tab) != nullptr; }
   // The tab that is worked on; a dialog without tabs is one by itself.
   HWND Tab() const;
-  HWND Control(int id) const;
-  LRESULT Send(int id, UINT message, WPARAM first = 0, LPARAM second = 0) const {
-    return SendMessageW(Control(id), message, first, second);
-  }
-
-  std::string Text(int id) const;  // of a combo box: the selected entry's
+  LRESULT Send(int id, UINT message, WPARAM first = 0, LPARAM second = 0) const;
+  std::string Text(int id) const { return NarrowText(user::TextOf(GetDlgItem(Tab(), id))); }
   bool Checked(int id) const { return Send(id, BM_GETCHECK) == BST_CHECKED; }
   bool Enabled(int id) const { return IsWindowEnabled(GetDlgItem(Tab(), id)); }
   void Click(int id) const { Send(id, BM_CLICK); }
-  void Choose(int id, const std::string& entry) const;
-  void Type(int id, const char* text) const;
-  // Apply and Help return when the tabs have done it; OK and Cancel are for the sheet's own loop to see.
-  void Press(int button) const;
+  void Choose(int id, const std::string& entry) const {
+    EXPECT_TRUE(user::ChooseEntry(Tab(), id, WideText(entry))) << entry;
+  }
+  LRESULT Notify(UINT code) const;
+  // Apply or Help, which return when the tabs have done it.
+  void Press(int button) const { SendMessageW(sheet, PSM_PRESSBUTTON, static_cast<WPARAM>(button), 0); }
 
- private:
-  HWND sheet_;
+  const HWND sheet;
 };
 
 // Patches a module's imports as long as it lives; one at a time.
@@ -63,25 +58,14 @@ struct Watch {
 
   HMODULE module;
   std::vector<platform::ImportPatch> patches;
-  std::recursive_mutex guard;
-  std::vector<PROPSHEETPAGEW> pages;  // asked for
-  std::size_t failing_page = 0;       // which of them cannot be made, from 1; 0: none
-  std::map<UINT, DLGPROC> procedures;
-  std::map<UINT, int> shown;  // WM_INITDIALOGs by template
-  struct Box {
-    HWND owner;
-    std::string text;
-    UINT type;
-  };
-  std::vector<Box> boxes;  // the text is "caption: text"
+  // The messages since the last look, each with its title if that is not the translated one.
+  std::string said;
   // What happens while a message box or a file dialog is open, on the sheet's thread.
   std::function<void(HWND owner)> while_open = [](HWND) {};
   std::vector<std::wstring> profiles = {L"alpha.icm", L"beta.icm", L"gamma.icm"};
-  Texts written;                // names of printer data
-  DWORD write_answer = 0;       // instead of writing
+  std::mutex guard;
   std::set<void*> blocks;       // of the runtime heap that the module holds
   std::vector<void*> released;  // and spoilt; kept, so that late readers are seen
-  int strange_releases = 0;
 };
 
 using Steps = std::function<void(SheetUser&)>;
@@ -89,43 +73,18 @@ using Steps = std::function<void(SheetUser&)>;
 // Opens `entry`'s sheet with an Apply button, lets `steps` work it, and closes it by `button`.
 platform::SheetOutcome ShowSheet(platform::SheetEntry entry, void* header, const Steps& steps, int button);
 
-// How many GDI objects this process has.
-std::size_t GdiObjects();
-
-// Whether rounds of the same leave GDI objects behind. The platform adds to a stock of its own now and then; what is
-// left behind comes at every round.
-class GdiGrowth {
- public:
-  void EndRound() {
-    const std::size_t count = GdiObjects();
-    every_round_ &= count > std::exchange(last_, count);
-    ++rounds_;
-  }
-  bool IsSteady() const { return rounds_ >= 6 && every_round_; }
-
- private:
-  std::size_t last_ = GdiObjects();
-  int rounds_ = 0;
-  bool every_round_ = true;
-};
-
 class SheetTest : public SpoolerTest {
  protected:
   void SetUp() override;
   // Whatever a test did: no sheet leaves a block of memory or a private heap behind.
   void TearDown() override;
 
-  static platform::SheetEntry EntryOf(HMODULE module, const char* name);
   static DOCUMENTPROPERTYHEADER Header(const void* in, void* out, DWORD mode = DM_IN_BUFFER | DM_OUT_BUFFER);
   // The settings that come back through a document sheet closed by OK.
   static DriverDevMode Edit(const DriverDevMode& in, const Steps& steps);
-  // A text of the module's own in the language that the test runs in.
-  static std::string ModuleText(int id);
-  // What a sheet's tabs report when each that was opened reports once.
-  std::vector<LPARAM> Reported(LPARAM result) const;
+  std::string Said() { return std::exchange(watch->said, {}); }
 
   std::unique_ptr<Watch> watch;
-  platform::SheetEntry document_entry = nullptr, device_entry = nullptr;
   DEVICEPROPERTYHEADER device{};
   DriverDevMode settled{};  // the default settings as a sheet gives them back
   DWORD heaps = 0;

@@ -10,17 +10,17 @@ enum class Component { kMissing, kNotLoaded, kWithoutEntry, kWhole };
 
 struct World {
   Component component = Component::kMissing;
+  std::wstring registered;
   std::wstring help_file = L"C:\\help\\guide.chm";
   std::wstring language = L"en";
-  std::wstring registered = L"c:\\Windows\\help.ocx";
   HWND tab = nullptr;
-  Texts shown;
+  std::string shown;
   int searches = 0;
 } world;
 
 HWND WINAPI ShowHelp(HWND caller, LPCWSTR file, UINT command, DWORD_PTR data) {
   EXPECT_TRUE(command == 0 && data == 0 && caller == world.tab);
-  world.shown.push_back(Narrow(file, wcslen(file)));
+  world.shown += NarrowText(file);
   return nullptr;
 }
 
@@ -34,7 +34,7 @@ LSTATUS WINAPI FindComponent(HKEY root, LPCWSTR key, LPCWSTR, DWORD flags, LPDWO
 }
 
 HMODULE WINAPI LoadComponent(LPCWSTR file, HANDLE, DWORD flags) {
-  EXPECT_EQ(file, world.registered[0] == L'%' ? L"C:\\windows\\help.ocx" : world.registered);
+  EXPECT_STRCASEEQ(NarrowText(file).c_str(), "c:\\windows\\help.ocx");
   EXPECT_EQ(flags, DWORD{LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32})
       << "what it needs is looked for beside it and in the system's folder";
   return world.component == Component::kNotLoaded ? nullptr : GetModuleHandleW(nullptr);
@@ -74,15 +74,15 @@ BOOL WINAPI DriverWithHelp(HANDLE, LPWSTR, DWORD level, LPBYTE buffer, DWORD siz
 
 struct Help : SheetTest {
   // The module looks for the component once in its life, so every case takes a module of its own.
-  void Open(Component component, const Steps& steps, const wchar_t* registered = L"c:\\Windows\\help.ocx") {
-    world = {component};
-    world.registered = registered;
+  void Open(Component component, const wchar_t* registered, const Steps& steps) {
+    world = {component, registered};
     wchar_t path[MAX_PATH];
     GetTempPathW(MAX_PATH, path);
     wcscat(path, L"r5-lqz-help.dll");
     ASSERT_TRUE(CopyFileW(ModulePath().c_str(), path, FALSE));
     const HMODULE module = LoadLibraryW(path);
-    ASSERT_TRUE(module);
+    platform::DriverEntries entries;
+    ASSERT_FALSE(platform::FindDriverEntries(module, entries));
     watch.reset();
     watch = std::make_unique<Watch>(module);
     watch->Replace("winspool.drv", "EnumPrinterKeyW", &platform::RegistryEnumPrinterKey);
@@ -93,72 +93,58 @@ struct Help : SheetTest {
     watch->Replace("kernel32.dll", "GetProcAddress", &FindEntry);
     watch->Replace("user32.dll", "LoadStringW", &LoadTextOrLanguage);
     auto header = Header(nullptr, nullptr);
-    ShowSheet(EntryOf(module, "DrvDocumentPropertySheets"), &header, steps, PSBTN_CANCEL);
+    ShowSheet(entries.DocumentPropertySheets, &header, steps, PSBTN_CANCEL);
     TearDown();
     watch.reset();
     FreeLibrary(module);
     EXPECT_TRUE(DeleteFileW(path));
   }
 
-  static Texts ShownFor(const SheetUser& user) {
+  static std::string ShownFor(const SheetUser& user) {
     world.tab = user.Tab();
-    world.shown.clear();
     user.Press(PSBTN_HELP);
-    return world.shown;
+    return std::exchange(world.shown, {});
   }
 };
 
 TEST_F(Help, ShowsTheTabsTopicInTheLanguagesFile) {
-  constexpr const char* kTopics[][2] = {{"Page", "::/topics/task-selecting_a_label_stock.html"},
-                                        {"Appearance", "::/topics/task-setting_up_appearance_options.html"},
-                                        {"Layout", "::/topics/task-setting_up_layout_options.html"},
-                                        {"About", "::/topics/concept-setting_up_the_printer_driver.html"}};
+  constexpr const char* kTopics[] = {
+      "::/topics/task-selecting_a_label_stock.html", "::/topics/task-setting_up_appearance_options.html",
+      "::/topics/task-setting_up_layout_options.html", "::/topics/concept-setting_up_the_printer_driver.html"};
   const std::pair<const wchar_t*, const char*> kFiles[] = {
-      {L"en", "guide.chm"}, {L"de", "guide.de.chm"}, {L"deu", "guide.chm"}, {L"DE", "guide.chm"}, {L"", "guide.chm"}};
-  Open(Component::kWhole, [&](SheetUser& user) {
-    for (const auto& [tab, topic] : kTopics) {
+      {L"de", "guide.de.chm"}, {L"deu", "guide.chm"}, {L"DE", "guide.chm"}, {L"en", "guide.chm"}, {L"", "guide.chm"}};
+  Open(Component::kWhole, L"%systemroot%\\help.ocx", [&](SheetUser& user) {
+    for (int tab = 0; tab < kTabs; ++tab) {
       ASSERT_TRUE(user.Open(tab));
-      for (const auto& [language, file] : kFiles) {
-        world.language = language;
-        EXPECT_EQ(ShownFor(user), Texts{"C:\\help\\" + std::string(file) + topic});
-      }
+      EXPECT_EQ(ShownFor(user), std::string("C:\\help\\guide.chm") + kTopics[tab]);
+    }
+    for (const auto& [language, file] : kFiles) {
+      world.language = language;
+      EXPECT_EQ(ShownFor(user), std::string("C:\\help\\") + file + kTopics[kAboutTab]);
     }
     for (const std::wstring& file : {std::wstring(), std::wstring(L"unreadable"), std::wstring(300, L'x')}) {
       world.help_file = file;
-      EXPECT_EQ(ShownFor(user), Texts{}) << "nothing to show, or no room for its name";
+      EXPECT_EQ(ShownFor(user), "") << "nothing to show, or no room for its name";
     }
   });
   EXPECT_EQ(world.searches, 1);
 }
 
-TEST_F(Help, FindsTheComponentInTheSystemsFolder) {
-  Open(
-      Component::kWhole,
-      [&](SheetUser& user) {
-        ASSERT_TRUE(user.Open("Layout"));
-        EXPECT_EQ(ShownFor(user).size(), 1u);
-      },
-      L"%systemroot%\\help.ocx");
-}
-
 TEST_F(Help, IsSilentWithoutTheComponentAndLooksForItOnce) {
-  for (const wchar_t* const registered : {L"help.ocx", L"\\help.ocx", L"c:help.ocx", L"\\\\server\\help.ocx", L""}) {
-    Open(
-        Component::kWhole,
-        [&](SheetUser& user) {
-          ASSERT_TRUE(user.Open("Layout"));
-          EXPECT_EQ(ShownFor(user), Texts{}) << "somebody else's folder";
-        },
-        registered);
-  }
-  for (const Component missing : {Component::kMissing, Component::kNotLoaded, Component::kWithoutEntry}) {
-    Open(missing, [&](SheetUser& user) {
-      ASSERT_TRUE(user.Open("Layout"));
-      EXPECT_EQ(ShownFor(user), Texts{});
+  constexpr wchar_t kRegistered[] = L"c:\\Windows\\help.ocx";
+  const std::pair<Component, const wchar_t*> kRows[] = {
+      {Component::kMissing, kRegistered},           {Component::kNotLoaded, kRegistered},
+      {Component::kWithoutEntry, kRegistered},      {Component::kWhole, L"help.ocx"},
+      {Component::kWhole, L"\\help.ocx"},           {Component::kWhole, L"c:help.ocx"},
+      {Component::kWhole, L"\\\\server\\help.ocx"}, {Component::kWhole, L""}};
+  for (const auto& [component, registered] : kRows) {
+    Open(component, registered, [&](SheetUser& user) {
+      EXPECT_EQ(ShownFor(user), "");
       world.component = Component::kWhole;
-      EXPECT_EQ(ShownFor(user), Texts{});
+      world.registered = kRegistered;
+      EXPECT_EQ(ShownFor(user), "");
     });
-    EXPECT_EQ(world.searches, 1);
+    EXPECT_EQ(world.searches, 1) << NarrowText(registered);
   }
 }
 
