@@ -32,6 +32,8 @@ BOOL WINAPI ChooseFile(LPOPENFILENAMEW request) {
   EXPECT_LT(chosen_file.size(), request->nMaxFile);
   wcscpy(request->lpstrFile, chosen_file.c_str());
   watched->while_open(request->hwndOwner);
+  // As a user may make the one that opens do, whatever its flags; the file is looked for in the host's own folder.
+  if (request->Flags & OFN_FILEMUSTEXIST) SetCurrentDirectoryW(L"c:\\");
   return !chosen_file.empty();
 }
 

@@ -83,6 +83,20 @@ TEST_F(ManagePages, AddsModifiesAndDeletes) {
         {{"\xC4tikett \xDF"}, Add, "", nullptr, (long_stored + "259 \xC4tikett \xDF 123.456 30 0 0 0;").c_str()}});
 }
 
+TEST_F(ManagePages, ANameThatTheListRefusesTakesNoEntryAway) {
+  StoreSome(2);
+  watch->Replace(
+      "user32.dll", "SendMessageA", +[](HWND window, UINT message, WPARAM first, LPARAM second) {
+        return message == LB_INSERTSTRING ? LB_ERRSPACE : SendMessageA(window, message, first, second);
+      });
+  Work(kManage, [&](DialogUser& dialog) {
+    const std::string names = dialog.Pages();
+    user::Type(dialog.sheet, IDC_MANAGE_NAME, L"New");
+    Modify(dialog);
+    EXPECT_EQ(dialog.Pages(), names) << "an entry stands for the page with its number";
+  });
+}
+
 TEST_F(ManagePages, KeysClicksAndUnits) {
   Store({258, "A", "4.125", "5.000", "2399", "0", 1});
   for (const WPARAM key : {VK_RETURN, VK_ESCAPE}) Take(kManage, {{{"Changed", "1", ""}}}, Defaults(), key);

@@ -79,6 +79,7 @@ TEST_F(Messages, SheetMayEndWhileTheUserIsAsked) {
                {&kCustom, IDC_CUSTOM_MM, IDC_CUSTOM_WIDTH},
                {&kCustom, IDOK, IDC_CUSTOM_WIDTH},
                {nullptr, kLeave, IDC_LAYOUT_COPIES},
+               {nullptr, kLeave, IDC_LAYOUT_COPIES, 0, 1, &platform::EndDriversPart},
                {nullptr, kApply, IDC_LAYOUT_COPIES}};
   for (const auto& row : kRows) {
     SCOPED_TRACE(&row - kRows);
@@ -100,6 +101,10 @@ TEST_F(Messages, SheetMayEndWhileTheUserIsAsked) {
       if (row.field) SetDlgItemTextA(window, row.field, "");
       store[kWrite].answer = row.refusal;
       if (!dialog) SheetUser{window}.Notify(static_cast<UINT>(row.click));
+      if (!dialog && row.end == &platform::EndDriversPart) {
+        EXPECT_TRUE(user.Open(kColorTab));
+        EXPECT_EQ(user.Send(IDC_COLOR_QUALITY, CB_GETCOUNT), 0) << "a tab's first time is too late";
+      }
       if (!dialog) return;
       Command(window, row.click);
       for (int control : {IDC_MANAGE_MODIFY, IDC_MANAGE_DELETE, IDC_MANAGE_IMPORT}) Command(window, control);

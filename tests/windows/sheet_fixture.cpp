@@ -143,6 +143,9 @@ DriverDevMode SheetTest::Edit(const DriverDevMode& in, const Steps& steps) {
   DriverDevMode out{};
   auto header = Header(&in, &out);
   EXPECT_EQ(ShowSheet(Driver().DocumentPropertySheets, &header, steps, PSBTN_OK).result, ULONG_PTR{CPSUI_OK});
+  // Whatever the tabs did: what is padding in the private part stays zero.
+  const auto* const bytes = reinterpret_cast<const BYTE*>(&out.dm_private);
+  for (const int at : {90, 91, 102, 103}) EXPECT_EQ(bytes[at], 0) << "padding " << at;
   return out;
 }
 

@@ -20,7 +20,7 @@ namespace {
 
 using WidePath = std::array<WCHAR, MAX_PATH>;
 
-// A link, or a file whose content some service has yet to fetch, for which whoever reads or writes it would wait.
+// A link, or what some service has yet to fetch, for which whoever reads or writes it would wait.
 constexpr DWORD kRecallOnOpen = 0x00040000;        // FILE_ATTRIBUTE_RECALL_ON_OPEN
 constexpr DWORD kRecallOnDataAccess = 0x00400000;  // FILE_ATTRIBUTE_RECALL_ON_DATA_ACCESS
 constexpr DWORD kElsewhere =
@@ -45,7 +45,7 @@ OwnedHandle OpenFolder(std::span<const WCHAR> path, ACCESS_MASK access = FILE_TR
   OwnedHandle folder = OpenFullPath(path, access, FILE_DIRECTORY_FILE | FILE_OPEN_REPARSE_POINT);
   FILE_ATTRIBUTE_TAG_INFO tag{};
   if (folder && (!GetFileInformationByHandleEx(folder.get(), FileAttributeTagInfo, &tag, sizeof tag) ||
-                 (tag.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT))) {
+                 (tag.FileAttributes & kElsewhere))) {
     folder.reset();
   }
   return folder;
@@ -108,7 +108,7 @@ bool IsInFolderProper(const char* path) {
   if (!name) return false;
   *name = '\0';
   const DWORD attributes = GetFileAttributesA(folder.data());
-  return attributes != INVALID_FILE_ATTRIBUTES && !(attributes & FILE_ATTRIBUTE_REPARSE_POINT);
+  return attributes != INVALID_FILE_ATTRIBUTES && !(attributes & kElsewhere);
 }
 
 }  // namespace

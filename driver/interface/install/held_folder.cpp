@@ -133,8 +133,8 @@ ResultCode HoldFolder(const HeldFolder& parent, const WCHAR* path, Trust trust, 
 ResultCode CreateProtectedFolder(const HeldFolder& parent, const WCHAR* path) {
   const OwnedDescriptor descriptor = ProtectedDescriptor();
   if (!descriptor) return GetLastError();
-  const OwnedHandle made =
-      OpenBeneath(parent.handle.get(), LastComponent(path), DELETE, FILE_CREATE, FILE_DIRECTORY_FILE, descriptor.get());
+  const OwnedHandle made = OpenBeneath(parent.handle.get(), LastComponent(path), DELETE, FILE_CREATE,
+                                       FILE_DIRECTORY_FILE | FILE_OPEN_REPARSE_POINT, descriptor.get());
   if (!made) return GetLastError();
   if (IsIn(parent, made.get(), path)) return ERROR_SUCCESS;
   DeleteOpened(made.get());

@@ -42,8 +42,8 @@ constexpr char kVersionName[] = "version";
 // the printer's data can make as many as the store holds.
 constexpr int kMostUnreadable = 256;
 
-// The largest value that a label has.
-using ValueBuffer = std::array<BYTE, kLabelNameSize>;
+// The largest value that a label has, and an end for who converts one without in its place.
+using ValueBuffer = std::array<BYTE, kLabelNameSize + sizeof(WCHAR)>;
 
 std::span<BYTE> FieldOf(PrinterLabel& label, const LabelValue& value) {
   return std::span(reinterpret_cast<BYTE*>(&label), sizeof label).subspan(value.offset, value.size);
