@@ -45,8 +45,8 @@ struct Fault {
 
 // What an event meets beside the files and folders that are there.
 struct World {
-  std::string meanwhile = {};  // run on the host when something is first made or put off, while the module is at work
-  Lines busy = {};             // files that somebody has open
+  std::string meanwhile;  // run on the host when something is first made or put off, while the module is at work
+  Lines busy;             // files that somebody has open
   const wchar_t* language = L"en";
   const wchar_t *folder_owner = nullptr, *file_owner = nullptr;  // else whoever runs the test
   bool refuses_folders = false;
@@ -198,9 +198,11 @@ class InstallTest : public testing::Test {
     }
     PrepareMachine();
   }
-  ~InstallTest() override {
+  void TearDown() override {
     OnHost("rm -rf $menu $maker $others $aside");
     CleanMachine();
+  }
+  ~InstallTest() override {
     patches_.clear();
     FreeLibrary(module_);
   }
@@ -255,8 +257,8 @@ class InstallTest : public testing::Test {
     World world;
     std::string given;
     Lines left;
-    std::string traced = "";
-    Lines scheduled = {};
+    std::string traced;
+    Lines scheduled;
   };
   void Check(DWORD event, std::span<const Case> cases) {
     for (const auto& [world, given, left, traced, scheduled] : cases) {

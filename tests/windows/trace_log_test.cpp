@@ -23,6 +23,7 @@ namespace fs = std::filesystem;
 
 // The trace files take the name of the module's file, which here is this program.
 const fs::path kFolder = "c:\\temp", kLog = kFolder / "trace_log_test.txt", kOthers = "c:\\others";
+const fs::path kAside = "c:\\temp.before-trace-tests";
 constexpr char kLock[] = "c:/temp/trace_log_test.txt";
 constexpr std::uintmax_t kSizeLimit = 104857600;  // bytes
 
@@ -40,9 +41,6 @@ class TraceLog : public testing::Test {
     fs::remove_all(kFolder);
     if (fs::exists(kAside)) fs::rename(kAside, kFolder);
   }
-
- private:
-  const fs::path kAside = "c:\\temp.before-trace-tests";
 };
 
 // Writes one error record; the thread's last error stays.
