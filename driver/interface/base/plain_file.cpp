@@ -21,10 +21,8 @@ namespace {
 using WidePath = std::array<WCHAR, MAX_PATH>;
 
 // A link, or what some service has yet to fetch, for which whoever reads or writes it would wait.
-constexpr DWORD kRecallOnOpen = 0x00040000;        // FILE_ATTRIBUTE_RECALL_ON_OPEN
 constexpr DWORD kRecallOnDataAccess = 0x00400000;  // FILE_ATTRIBUTE_RECALL_ON_DATA_ACCESS
-constexpr DWORD kElsewhere =
-    FILE_ATTRIBUTE_REPARSE_POINT | FILE_ATTRIBUTE_OFFLINE | kRecallOnOpen | kRecallOnDataAccess;
+constexpr DWORD kElsewhere = FILE_ATTRIBUTE_REPARSE_POINT | FILE_ATTRIBUTE_OFFLINE | kRecallOnDataAccess;
 
 constexpr std::size_t kFinalPrefixLength = std::size(kFinalPrefix) - 1;
 

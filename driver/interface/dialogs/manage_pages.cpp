@@ -316,8 +316,8 @@ OPENFILENAMEW InitFileDlg(HWND dialog, PathText& path, DWORD flags) {
   return request;
 }
 
-// The dialog that opens a file is documented not to heed OFN_NOCHANGEDIR. A change that the host itself makes meanwhile
-// cannot be told from the dialog's.
+// The dialog that opens a file is documented not to heed OFN_NOCHANGEDIR. A change that the host itself, or another
+// such dialog, makes meanwhile cannot be told from the dialog's.
 BOOL AskForImport(OPENFILENAMEW& request) {
   std::array<WCHAR, MAX_PATH> before{}, after{};
   const DWORD length = GetCurrentDirectoryW(MAX_PATH, before.data());
