@@ -20,8 +20,9 @@ namespace {
 
 using WidePath = std::array<WCHAR, MAX_PATH>;
 
-// A link, or what some service has yet to fetch, for which whoever reads or writes it would wait.
 constexpr DWORD kRecallOnDataAccess = 0x00400000;  // FILE_ATTRIBUTE_RECALL_ON_DATA_ACCESS
+
+// A link, or what some service has yet to fetch, for which whoever reads or writes it would wait.
 constexpr DWORD kElsewhere = FILE_ATTRIBUTE_REPARSE_POINT | FILE_ATTRIBUTE_OFFLINE | kRecallOnDataAccess;
 
 constexpr std::size_t kFinalPrefixLength = std::size(kFinalPrefix) - 1;
